@@ -1,0 +1,72 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "SCMExport.hpp"
+#include "SCMIdentity.hpp"
+#include "SCMData.hpp"
+#include "SCMRegistry.hpp"
+#include "SCMTypes.hpp"
+#include "tvdiag/diagnostics.hpp"
+
+namespace SCM {
+
+class SCMVrexDataCacheManager;
+
+// An identity and the data record registered with it; both null when nothing was found.
+using SCMIdentityDataPair = std::pair<SCMIdentity*, SCMData*>;
+
+// The storage backend behind a registry facade. A concrete backend raises the exists flag once
+// its store is open, and may install a write cache. Ownership of what the retrieval operations
+// return is the concrete backend's to state.
+class SCM_EXPORT SCMDataAdapter {
+public:
+    SCMDataAdapter();
+    SCMDataAdapter(const SCMDataAdapter&) = delete;
+    SCMDataAdapter& operator=(const SCMDataAdapter&) = delete;
+    // Releases nothing: a concrete backend frees its own cache manager.
+    virtual ~SCMDataAdapter();
+
+    // The stored data of `identity`, or null.
+    virtual SCMData* getValue(SCMIdentity* identity) = 0;
+    // Appends every stored identity (record) of the category to `out`.
+    virtual void getAllIdentityValues(SCMTypes type, std::vector<SCMIdentity*>& out) = 0;
+    virtual void getAllDataValues(SCMTypes type, std::vector<SCMData*>& out) = 0;
+    // Opens an explicit transaction; false when one is open already or the store refuses.
+    virtual bool beginTransaction() = 0;
+    // Commits the explicit transaction; false when none is open or the commit failed (rolled back).
+    virtual bool endTransaction() = 0;
+    // Queues a copy of the pair in the write cache.
+    virtual SCMRegistry cacheValue(SCMIdentity* identity, SCMData* data) = 0;
+    // Stores the pair now, in a transaction of its own.
+    virtual SCMRegistry insertValueInTransaction(SCMIdentity* identity, SCMData* data) = 0;
+    // Stores the pair (new entry or merge); the outcome through `outcome`, store errors through
+    // `diagnostics`.
+    virtual void insertValue(SCMIdentity* identity, SCMData* data, SCMRegistry& outcome,
+                             tvdiag::util::diagnostics& diagnostics) = 0;
+    // True once the store is open.
+    virtual bool doesExist() const;
+    // Writes and empties the write cache; IS_REGISTERED (also when there is no cache to write).
+    virtual SCMRegistry finalize();
+    virtual SCMIdentityDataPair getIdentityAndDataFromName(SCMTypes type, const std::string& name) = 0;
+    virtual SCMIdentity* getIdentityFromName(SCMTypes type, const std::string& name) = 0;
+    virtual SCMData* getDataFromName(SCMTypes type, const std::string& name) = 0;
+
+    void setTransactionInProgress(bool inProgress);
+    bool isTransactionInProgress();
+    // Installs the write cache; the concrete backend keeps owning it.
+    void setCacheManager(SCMVrexDataCacheManager* cacheManager);
+    SCMVrexDataCacheManager* getCacheManager();
+
+protected:
+    void setExists(bool exists);
+
+private:
+    bool exists_ = false;
+    SCMVrexDataCacheManager* cacheManager_ = nullptr;
+    bool transactionInProgress_ = false;
+};
+
+}  // namespace SCM

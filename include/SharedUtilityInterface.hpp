@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "SCMBasicUtilityData.hpp"
+#include "SCMBasicUtilityIdentity.hpp"
+#include "SharedCodeManagerInterface.hpp"
+
+namespace SCM {
+
+// Registry facade for utility routines, with the utility naming protocol.
+class SCM_EXPORT SharedUtilityInterface : public SharedCodeManagerInterface {
+public:
+    SharedUtilityInterface();
+    ~SharedUtilityInterface() override;
+
+    const char* getFullyQualifiedKobjTypeName() const override;
+
+    // Inert here: returns "" and stores nothing. SharedUtilityNullInterface grants the name.
+    virtual std::string registerUtilityIdentifier(SCMBasicUtilityIdentity* identity,
+                                                  SCMBasicUtilityData* data);
+    // Builds the identity `name` and the record (name, multiword, complex) and answers what
+    // registerUtilityIdentifier() answers for them.
+    virtual std::string getRegisteredUtilityName(const std::string& name, bool multiword,
+                                                 bool complex);
+    // The identifiers of every stored utility, sorted byte-wise, each once.
+    virtual std::vector<std::string> getAllIdentifiers();
+    // retrieveIdentityAndDataForName(SCM_UTILITIES, name).
+    virtual SCMIdentityDataPair getIdentityAndDataForName(const std::string& name);
+};
+
+}  // namespace SCM

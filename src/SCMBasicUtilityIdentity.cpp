@@ -1,0 +1,75 @@
+#include "SCMBasicUtilityIdentity.hpp"
+
+#include "digest/SCMChecksumDigest.hpp"
+
+namespace SCM {
+
+SCMBasicUtilityIdentity::SCMBasicUtilityIdentity() : SCMIdentity(SCM_UTILITIES) {}
+
+SCMBasicUtilityIdentity::SCMBasicUtilityIdentity(const std::string& utilityIdentifier)
+    : SCMIdentity(SCM_UTILITIES), utilityIdentifier_(utilityIdentifier) {}
+
+SCMBasicUtilityIdentity::SCMBasicUtilityIdentity(const SCMBasicUtilityIdentity& other)
+    : SCMIdentity(other) {
+    setUtilityIdentifier(other.getUtilityIdentifier());
+    setSymbolString(other.getSymbolString());
+    setMaxIdLength(other.getMaxIdLength());
+    setIncludeMaxIdLength(other.includeMaxIdLength());
+}
+
+SCMBasicUtilityIdentity::~SCMBasicUtilityIdentity() = default;
+
+const char* SCMBasicUtilityIdentity::getFullyQualifiedKobjTypeName() const {
+    return "SharedCodeManager.BasicUtilityIdentity";
+}
+
+// Feeds the identifier; the symbol string and the (optional) maximum length count only when the
+// symbol string is not empty. The category is not fed.
+void SCMBasicUtilityIdentity::computeChecksum() {
+    if (isComputedChecksum()) return;
+    SCMChecksumDigest digest;
+    digest.init();
+    digest.update(utilityIdentifier_.c_str());
+    if (!symbolString_.empty()) {
+        digest.update(symbolString_.c_str());
+        if (includeMaxIdLength()) digest.update(maxIdLength_);
+    }
+    std::string text;
+    digest.appendText(text);
+    setChecksum(std::move(text));
+}
+
+SCMIdentity* SCMBasicUtilityIdentity::clone() const { return new SCMBasicUtilityIdentity(*this); }
+
+// Every setter makes the next getChecksum() recompute.
+const std::string& SCMBasicUtilityIdentity::getUtilityIdentifier() const {
+    return utilityIdentifier_;
+}
+
+void SCMBasicUtilityIdentity::setUtilityIdentifier(const std::string& utilityIdentifier) {
+    utilityIdentifier_ = utilityIdentifier;
+    invalidateChecksum();
+}
+
+const std::string& SCMBasicUtilityIdentity::getSymbolString() const { return symbolString_; }
+
+void SCMBasicUtilityIdentity::setSymbolString(const std::string& symbolString) {
+    symbolString_ = symbolString;
+    invalidateChecksum();
+}
+
+int SCMBasicUtilityIdentity::getMaxIdLength() const { return maxIdLength_; }
+
+void SCMBasicUtilityIdentity::setMaxIdLength(int maxIdLength) {
+    maxIdLength_ = maxIdLength;
+    invalidateChecksum();
+}
+
+bool SCMBasicUtilityIdentity::includeMaxIdLength() const { return includeMaxIdLength_; }
+
+void SCMBasicUtilityIdentity::setIncludeMaxIdLength(bool include) {
+    includeMaxIdLength_ = include;
+    invalidateChecksum();
+}
+
+}  // namespace SCM

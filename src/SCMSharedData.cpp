@@ -1,0 +1,43 @@
+#include "SCMSharedData.hpp"
+
+namespace SCM {
+
+SCMSharedData::SCMSharedData() = default;
+
+SCMSharedData::SCMSharedData(const std::string& name) : SCMSharedTypesDataConstantsData(name) {}
+
+SCMSharedData::SCMSharedData(const SCMSharedData& other)
+    : SCMSharedTypesDataConstantsData(other), aliasedType_(other.aliasedType_),
+      cscComment_(other.cscComment_), cscName_(other.cscName_),
+      memSecAddPragma_(other.memSecAddPragma_), memSecComment_(other.memSecComment_),
+      memSecName_(other.memSecName_), memSecPostPragma_(other.memSecPostPragma_),
+      memSecPrePragma_(other.memSecPrePragma_), packageName_(other.packageName_) {}
+
+SCMSharedData::~SCMSharedData() = default;
+
+const char* SCMSharedData::getFullyQualifiedKobjTypeName() const {
+    return "SharedCodeManager.SharedData";
+}
+
+SCMData* SCMSharedData::clone() const { return new SCMSharedData(*this); }
+
+const std::string& SCMSharedData::getAliasedType() const { return aliasedType_; }
+void SCMSharedData::setAliasedType(const std::string& aliasedType) { aliasedType_ = aliasedType; }
+const std::string& SCMSharedData::getCscComment() const { return cscComment_; }
+void SCMSharedData::setCscComment(const std::string& cscComment) { cscComment_ = cscComment; }
+const std::string& SCMSharedData::getCscName() const { return cscName_; }
+void SCMSharedData::setCscName(const std::string& cscName) { cscName_ = cscName; }
+int SCMSharedData::getMemSecAddPragma() const { return memSecAddPragma_; }
+void SCMSharedData::setMemSecAddPragma(int value) { memSecAddPragma_ = value; }
+const std::string& SCMSharedData::getMemSecComment() const { return memSecComment_; }
+void SCMSharedData::setMemSecComment(const std::string& text) { memSecComment_ = text; }
+const std::string& SCMSharedData::getMemSecName() const { return memSecName_; }
+void SCMSharedData::setMemSecName(const std::string& memSecName) { memSecName_ = memSecName; }
+int SCMSharedData::getMemSecPostPragma() const { return memSecPostPragma_; }
+void SCMSharedData::setMemSecPostPragma(int value) { memSecPostPragma_ = value; }
+int SCMSharedData::getMemSecPrePragma() const { return memSecPrePragma_; }
+void SCMSharedData::setMemSecPrePragma(int value) { memSecPrePragma_ = value; }
+const std::string& SCMSharedData::getPackageName() const { return packageName_; }
+void SCMSharedData::setPackageName(const std::string& packageName) { packageName_ = packageName; }
+
+}  // namespace SCM

@@ -1,0 +1,113 @@
+#include "SharedCodeManagerInterface.hpp"
+
+#include "tv/TvFeature.hpp"
+
+namespace SCM {
+
+namespace {
+
+// 1 (the default) sends registerData() to the write cache; below 1 it registers at once.
+const TvFeature useVrexCache("UseVrexCache", "Old or New Vrex", "Vrex data adapter for SCM", 1,
+                             981706, __FILE__);
+
+}  // namespace
+
+SharedCodeManagerInterface::SharedCodeManagerInterface() = default;
+
+SharedCodeManagerInterface::~SharedCodeManagerInterface() {
+    delete adapter_;
+    adapter_ = nullptr;
+}
+
+const char* SharedCodeManagerInterface::getFullyQualifiedKobjTypeName() const {
+    return "SharedCodeManager.SharedCodeManagerInterface";
+}
+
+// A facade without a backend is treated like one whose store does not exist.
+bool SharedCodeManagerInterface::backendExists() const {
+    return adapter_ != nullptr && adapter_->doesExist();
+}
+
+SCMRegistry SharedCodeManagerInterface::registerData(SCMIdentity* identity, SCMData* data) {
+    if (!backendExists()) return IS_TRANSACTION_ERROR;
+    if (useVrexCache.value() >= 1) return adapter_->cacheValue(identity, data);
+    return registerDataInTransaction(identity, data);
+}
+
+SCMRegistry SharedCodeManagerInterface::registerDataArray(std::vector<SCMIdentity*>* identities,
+                                                          std::vector<SCMData*>* records) {
+    if (!backendExists()) return IS_TRANSACTION_ERROR;
+    if (identities == nullptr || identities->empty()) return WILL_BE_REGISTERED;
+    const std::vector<SCMData*> noRecords;
+    const std::vector<SCMData*>& data = records != nullptr ? *records : noRecords;
+    for (std::size_t i = 0; i < identities->size(); ++i) {
+        registerData((*identities)[i], data.at(i));
+    }
+    return WILL_BE_REGISTERED;
+}
+
+SCMData* SharedCodeManagerInterface::retrieveData(SCMIdentity* identity) {
+    if (!backendExists()) return nullptr;
+    return adapter_->getValue(identity);
+}
+
+std::vector<SCMIdentity*> SharedCodeManagerInterface::retrieveAllIdentities(SCMTypes type) {
+    std::vector<SCMIdentity*> identities;
+    if (backendExists()) adapter_->getAllIdentityValues(type, identities);
+    return identities;
+}
+
+std::vector<SCMData*> SharedCodeManagerInterface::retrieveAllData(SCMTypes type) {
+    std::vector<SCMData*> records;
+    if (backendExists()) adapter_->getAllDataValues(type, records);
+    return records;
+}
+
+SCMRegistry SharedCodeManagerInterface::registerDataInTransaction(SCMIdentity* identity,
+                                                                  SCMData* data) {
+    if (!backendExists()) return IS_TRANSACTION_ERROR;
+    return adapter_->insertValueInTransaction(identity, data);
+}
+
+// Not guarded by doesExist(): the backend decides what finalizing a missing store means.
+SCMRegistry SharedCodeManagerInterface::finalize() {
+    if (adapter_ == nullptr) return IS_TRANSACTION_ERROR;
+    return adapter_->finalize();
+}
+
+// Not guarded by doesExist(): the backend answers for a missing store.
+SCMIdentityDataPair SharedCodeManagerInterface::retrieveIdentityAndDataForName(
+    SCMTypes type, const std::string& name) {
+    if (adapter_ == nullptr) return {nullptr, nullptr};
+    return adapter_->getIdentityAndDataFromName(type, name);
+}
+
+SCMData* SharedCodeManagerInterface::retrieveDataForName(SCMTypes type, const std::string& name) {
+    if (!backendExists()) return nullptr;
+    return adapter_->getDataFromName(type, name);
+}
+
+SCMIdentity* SharedCodeManagerInterface::retrieveIdentityForName(SCMTypes type,
+                                                                 const std::string& name) {
+    if (!backendExists()) return nullptr;
+    return adapter_->getIdentityFromName(type, name);
+}
+
+std::vector<std::string> SharedCodeManagerInterface::getAllNames(SCMTypes type) {
+    std::vector<std::string> names;
+    for (SCMData* record : retrieveAllData(type)) {
+        names.push_back(record->getName());
+        delete record;
+    }
+    return names;
+}
+
+void SharedCodeManagerInterface::setDataAdapter(SCMDataAdapter* adapter) {
+    if (adapter == adapter_) return;
+    delete adapter_;
+    adapter_ = adapter;
+}
+
+SCMDataAdapter* SharedCodeManagerInterface::getDataAdapter() { return adapter_; }
+
+}  // namespace SCM

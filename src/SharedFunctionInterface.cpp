@@ -1,0 +1,22 @@
+#include "SharedFunctionInterface.hpp"
+
+namespace SCM {
+
+SharedFunctionInterface::SharedFunctionInterface() = default;
+
+SharedFunctionInterface::~SharedFunctionInterface() = default;
+
+const char* SharedFunctionInterface::getFullyQualifiedKobjTypeName() const {
+    return "SharedCodeManager.SharedFunctionInterface";
+}
+
+std::string SharedFunctionInterface::registerSharedFunction(SCMSharedFunctionIdentity*,
+                                                            SCMSharedFunctionData*) {
+    return "";
+}
+
+std::vector<std::string> SharedFunctionInterface::getAllFunctionNames() {
+    return getAllNames(SCM_SHARED_FUNCTIONS);
+}
+
+}  // namespace SCM

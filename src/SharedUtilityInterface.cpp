@@ -1,0 +1,43 @@
+#include "SharedUtilityInterface.hpp"
+
+#include <set>
+
+namespace SCM {
+
+SharedUtilityInterface::SharedUtilityInterface() = default;
+
+SharedUtilityInterface::~SharedUtilityInterface() = default;
+
+const char* SharedUtilityInterface::getFullyQualifiedKobjTypeName() const {
+    return "SharedCodeManager.SharedUtilityInterface";
+}
+
+std::string SharedUtilityInterface::registerUtilityIdentifier(SCMBasicUtilityIdentity*,
+                                                              SCMBasicUtilityData*) {
+    return "";
+}
+
+std::string SharedUtilityInterface::getRegisteredUtilityName(const std::string& name,
+                                                             bool multiword, bool complex) {
+    SCMBasicUtilityIdentity identity(name);
+    SCMBasicUtilityData record(name, multiword, complex);
+    return registerUtilityIdentifier(&identity, &record);
+}
+
+// Sorted and unique, unlike the other categories' name listings. The utility category holds
+// utility records only; any other record counts as one without an identifier.
+std::vector<std::string> SharedUtilityInterface::getAllIdentifiers() {
+    std::set<std::string> identifiers;
+    for (SCMData* record : retrieveAllData(SCM_UTILITIES)) {
+        const auto* utility = dynamic_cast<const SCMBasicUtilityData*>(record);
+        identifiers.insert(utility != nullptr ? utility->getIdentifier() : std::string());
+        delete record;
+    }
+    return std::vector<std::string>(identifiers.begin(), identifiers.end());
+}
+
+SCMIdentityDataPair SharedUtilityInterface::getIdentityAndDataForName(const std::string& name) {
+    return retrieveIdentityAndDataForName(SCM_UTILITIES, name);
+}
+
+}  // namespace SCM
