@@ -53,6 +53,10 @@ public:
     virtual SCMIdentityDataPair getIdentityAndDataFromName(SCMTypes type, const std::string& name) = 0;
     virtual SCMIdentity* getIdentityFromName(SCMTypes type, const std::string& name) = 0;
     virtual SCMData* getDataFromName(SCMTypes type, const std::string& name) = 0;
+    // True when `data` is one of the backend's own objects (such as a write-cache copy returned by
+    // getDataFromName or getIdentityAndDataFromName): the caller must neither delete it nor keep it
+    // past the next registration or finalize. False here: this backend hands out fresh objects.
+    virtual bool isBackendOwned(const SCMData* data) const;
 
     void setTransactionInProgress(bool inProgress);
     bool isTransactionInProgress();

@@ -11,6 +11,8 @@ bool SCMDataAdapter::doesExist() const { return exists_; }
 // Without a write cache there is nothing to write.
 SCMRegistry SCMDataAdapter::finalize() { return IS_REGISTERED; }
 
+bool SCMDataAdapter::isBackendOwned(const SCMData*) const { return false; }
+
 void SCMDataAdapter::setTransactionInProgress(bool inProgress) {
     transactionInProgress_ = inProgress;
 }
