@@ -1,0 +1,63 @@
+// Categories and outcomes: fixed values, their texts, and the lenient name lookup.
+#include <gtest/gtest.h>
+
+#include "SCMRegistry.hpp"
+#include "SCMTypes.hpp"
+
+namespace {
+
+using namespace SCM;
+
+TEST(Categories, ValuesAreFixedWithTheMarkerInTheMiddle) {
+    EXPECT_EQ(SCM_UTILITIES, 0);
+    EXPECT_EQ(SCM_SHARED_FUNCTIONS, 1);
+    EXPECT_EQ(SCM_SHARED_TYPES, 2);
+    EXPECT_EQ(SCM_OTHER, 3);
+    EXPECT_EQ(SCM_NUM, 4);
+    EXPECT_EQ(SCM_SHARED_DATA, 5);
+    EXPECT_EQ(SCM_SHARED_CONSTANTS, 6);
+    EXPECT_EQ(sizeof(SCMTypes), 4u);
+}
+
+TEST(Categories, TextOfEveryValueAndTheTwoFallbacks) {
+    const char* names[] = {"SCM_UTILITIES", "SCM_SHARED_FUNCTIONS", "SCM_SHARED_TYPES", "SCM_OTHER",
+                           "SCM_NUM",       "SCM_SHARED_DATA",      "SCM_SHARED_CONSTANTS"};
+    for (int value = 0; value <= 6; ++value) {
+        EXPECT_EQ(scmTypeToString(static_cast<SCMTypes>(value)), names[value]);
+        EXPECT_EQ(scmTypeToPropertyText(static_cast<SCMTypes>(value)), names[value]);
+    }
+    // Out of range: readable "SCM_NUM" for storage, empty for the script property.
+    for (int value : {-1, 7, 9, 1000}) {
+        EXPECT_EQ(scmTypeToString(static_cast<SCMTypes>(value)), "SCM_NUM");
+        EXPECT_EQ(scmTypeToPropertyText(static_cast<SCMTypes>(value)), "");
+    }
+}
+
+TEST(Categories, NameLookupIsExactAndUnknownNamesMeanUtilities) {
+    EXPECT_EQ(scmTypeFromString("SCM_SHARED_CONSTANTS"), SCM_SHARED_CONSTANTS);
+    EXPECT_EQ(scmTypeFromString("SCM_NUM"), SCM_NUM);
+    EXPECT_EQ(scmTypeFromString("SCM_SHARED_DATA"), SCM_SHARED_DATA);
+
+    const std::size_t before = scmTypeNameTableSize();
+    EXPECT_EQ(scmTypeFromString("scm_utilities"), SCM_UTILITIES);
+    EXPECT_EQ(scmTypeFromString(""), SCM_UTILITIES);
+    EXPECT_EQ(scmTypeFromString("SHARED_DATA"), SCM_UTILITIES);
+    EXPECT_EQ(scmTypeFromString(" SCM_SHARED_DATA"), SCM_UTILITIES);
+    // Each new unknown name is remembered once; asking again does not grow the table.
+    EXPECT_EQ(scmTypeNameTableSize(), before + 4);
+    EXPECT_EQ(scmTypeFromString("SHARED_DATA"), SCM_UTILITIES);
+    EXPECT_EQ(scmTypeNameTableSize(), before + 4);
+}
+
+TEST(Outcomes, ValuesAndTexts) {
+    const char* names[] = {"IS_REGISTERED",      "IS_PRESENT_UPDATE",    "IS_PRESENT_ERROR",
+                           "WILL_BE_REGISTERED", "IS_TRANSACTION_ERROR", "IS_EMPTY"};
+    for (int value = 0; value <= 5; ++value) {
+        EXPECT_EQ(scmRegistryToString(static_cast<SCMRegistry>(value)), names[value]);
+    }
+    EXPECT_EQ(WILL_BE_REGISTERED, 3);
+    EXPECT_EQ(scmRegistryToString(static_cast<SCMRegistry>(6)), "");
+    EXPECT_EQ(scmRegistryToString(static_cast<SCMRegistry>(-1)), "");
+}
+
+}  // namespace
