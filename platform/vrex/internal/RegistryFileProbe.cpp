@@ -56,7 +56,7 @@ RegistryFileProbe::RegistryFileProbe(const std::string& file) { inspect(file); }
 void RegistryFileProbe::inspect(const std::string& file) {
     struct stat info {};
     if (::stat(file.c_str(), &info) != 0) {
-        if (errno == ENOENT) return;  // Absent
+        if (errno == ENOENT || errno == ENOTDIR) return;  // Absent: making it will tell why not
         refuse(State::Unreadable, "cannot examine \"" + file + "\": " + std::strerror(errno));
         return;
     }
