@@ -32,10 +32,8 @@ protected:
         EXPECT_EQ(openRepository(reader, file_), "");
         Category utilities(reader, "SCM_UTILITIES");
         tvdiag::util::diagnostics diagnostics;
-        std::vector<vrex::ObjectRef> objects;
-        reader.findObjects(utilities.cls, {}, objects, diagnostics);
         std::string text;
-        for (const vrex::ObjectRef& object : objects) {
+        for (const vrex::ObjectRef& object : allObjects(reader, utilities)) {
             text += reader.getPropertyValue(object, utilities.checksum, diagnostics).text() + " ";
         }
         return text;
@@ -257,8 +255,7 @@ TEST(ConcurrentProcesses, LookUpThenCreateOrMergeIsAtomic) {
     ASSERT_EQ(openRepository(repository, file), "");
     Category category(repository, "SCM_SHARED_FUNCTIONS");
     tvdiag::util::diagnostics diagnostics;
-    std::vector<vrex::ObjectRef> objects;
-    repository.findObjects(category.cls, {}, objects, diagnostics);
+    const std::vector<vrex::ObjectRef> objects = allObjects(repository, category);
     std::set<std::string> keys;
     int merged = 0;
     for (const vrex::ObjectRef& object : objects) {

@@ -121,4 +121,12 @@ struct Category {
     }
 };
 
+// Every object of the category's class, in creation order (empty on error).
+inline std::vector<vrex::ObjectRef> allObjects(vrex::DataModelRepository& repository, const Category& category) {
+    tvdiag::util::diagnostics diagnostics;
+    std::vector<vrex::ObjectRef> objects;
+    repository.findObjects(category.cls, {}, objects, diagnostics);
+    return objects;
+}
+
 }  // namespace vrex_test

@@ -104,26 +104,25 @@ void RepositorySession::beginTransaction(tvdiag::util::diagnostics& diagnostics)
 }
 
 void RepositorySession::commitTransaction(tvdiag::util::diagnostics& diagnostics) {
-    if (refuseInsideFunction("commit", diagnostics)) return;
-    syncTransactionState();
-    if (!explicitTransaction_) {
-        diagnostics.add("vrex:transaction:notOpen",
-                        "no transaction is open to commit on the registry \"" + file() + "\"");
-        return;
-    }
-    run("COMMIT", "vrex:transaction:commitFailed", "cannot commit", diagnostics);
-    explicitTransaction_ = connection_.isInTransaction();
+    endTransaction("COMMIT", "commit", "vrex:transaction:commitFailed", diagnostics);
 }
 
 void RepositorySession::rollbackTransaction(tvdiag::util::diagnostics& diagnostics) {
-    if (refuseInsideFunction("roll back", diagnostics)) return;
+    endTransaction("ROLLBACK", "roll back", "vrex:transaction:rollbackFailed", diagnostics);
+}
+
+// Commits or rolls back the explicit transaction. After a failure it stays open only if SQLite
+// kept it.
+void RepositorySession::endTransaction(const char* sql, const char* action, const char* failure,
+                                       tvdiag::util::diagnostics& diagnostics) {
+    if (refuseInsideFunction(action, diagnostics)) return;
     syncTransactionState();
     if (!explicitTransaction_) {
-        diagnostics.add("vrex:transaction:notOpen",
-                        "no transaction is open to roll back on the registry \"" + file() + "\"");
+        diagnostics.add("vrex:transaction:notOpen", std::string("no transaction is open to ") + action +
+                                                        " on the registry \"" + file() + "\"");
         return;
     }
-    run("ROLLBACK", "vrex:transaction:rollbackFailed", "cannot roll back", diagnostics);
+    run(sql, failure, std::string("cannot ") + action, diagnostics);
     explicitTransaction_ = connection_.isInTransaction();
 }
 

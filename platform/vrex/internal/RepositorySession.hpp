@@ -63,6 +63,8 @@ private:
     // Runs one cached statement that returns no rows; false with a diagnostic on failure.
     bool run(const std::string& sql, const char* identifier, const std::string& action,
              tvdiag::util::diagnostics& diagnostics);
+    void endTransaction(const char* sql, const char* action, const char* failure,
+                        tvdiag::util::diagnostics& diagnostics);
     void leaveFunction(bool nested, const std::string& savepoint, bool keep,
                        tvdiag::util::diagnostics& diagnostics);
     // Forgets an explicit transaction that SQLite has rolled back by itself.
