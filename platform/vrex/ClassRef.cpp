@@ -1,0 +1,30 @@
+#include "vrex/ClassRef.hpp"
+
+#include "vrex/internal/RefAccess.hpp"
+
+namespace vrex {
+
+namespace {
+const std::string kNoName;
+}  // namespace
+
+using internal::RefAccess;
+
+const std::string& ClassRef::name() const { return info_ ? info_->name : kNoName; }
+
+PropertyRef ClassRef::findProperty(const std::string& name) const {
+    const internal::PropertyInfo* found = info_ ? info_->findProperty(name) : nullptr;
+    if (found == nullptr) return PropertyRef();
+    return RefAccess::property(RefAccess::alias(info_, found));
+}
+
+std::vector<PropertyRef> ClassRef::properties() const {
+    std::vector<PropertyRef> all;
+    if (!info_) return all;
+    for (const auto& property : info_->properties) {
+        all.push_back(RefAccess::property(RefAccess::alias(info_, property.get())));
+    }
+    return all;
+}
+
+}  // namespace vrex

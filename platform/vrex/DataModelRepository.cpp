@@ -1,0 +1,153 @@
+#include "vrex/DataModelRepository.hpp"
+
+#include "vrex/Utf16.hpp"
+#include "vrex/internal/MetamodelReader.hpp"
+#include "vrex/internal/RefAccess.hpp"
+#include "vrex/internal/RegistryFileProbe.hpp"
+#include "vrex/internal/RepositorySession.hpp"
+
+namespace vrex {
+
+namespace {
+
+using internal::RegistryFileProbe;
+
+const char* refusalIdentifier(RegistryFileProbe::State state) {
+    switch (state) {
+        case RegistryFileProbe::State::Directory: return "vrex:open:isDirectory";
+        case RegistryFileProbe::State::NotRegularFile: return "vrex:open:notAFile";
+        case RegistryFileProbe::State::Unreadable: return "vrex:open:unreadable";
+        case RegistryFileProbe::State::Truncated: return "vrex:open:truncated";
+        default: return "vrex:open:notARegistry";
+    }
+}
+
+// SQLite reads some names specially (":memory:", "file:" URIs); these always mean files here.
+std::string plainFileName(const std::string& file) {
+    if (file == ":memory:" || file.rfind("file:", 0) == 0) return "./" + file;
+    return file;
+}
+
+void reportClosed(tvdiag::util::diagnostics& diagnostics, const char* action) {
+    diagnostics.add("vrex:notOpen", std::string("cannot ") + action + ": the repository is not open");
+}
+
+}  // namespace
+
+DataModelRepository::Options DataModelRepository::defaultOptions() {
+    Options options;
+    options.objectCodec = defaultObjectCodec();
+    return options;
+}
+
+DataModelRepository::DataModelRepository() = default;
+
+DataModelRepository::~DataModelRepository() { close(); }
+
+void DataModelRepository::open(const std::u16string& dictionaryFile, const std::u16string& metamodelFile,
+                               const Options& options, tvdiag::util::diagnostics& diagnostics) {
+    const std::string file = fromUtf16(dictionaryFile);
+    if (session_) {
+        diagnostics.add("vrex:open:alreadyOpen", "cannot open \"" + file + "\": the repository already has \"" +
+                                                     session_->file() + "\" open");
+        return;
+    }
+    if (file.empty()) {
+        diagnostics.add("vrex:open:noFile", "cannot open a registry: the file name is empty");
+        return;
+    }
+    auto metamodel = internal::MetamodelReader::read(fromUtf16(metamodelFile), diagnostics);
+    if (!metamodel) return;
+    const std::string path = plainFileName(file);
+    RegistryFileProbe probe(path);
+    bool create = probe.state() == RegistryFileProbe::State::Absent ||
+                  probe.state() == RegistryFileProbe::State::Empty;
+    if (!create && probe.state() != RegistryFileProbe::State::Registry) {
+        diagnostics.add(refusalIdentifier(probe.state()), probe.message());
+        return;
+    }
+    if (create && options.readOnly) {
+        diagnostics.add("vrex:open:notFound",
+                        "cannot open \"" + file + "\" for reading: it is not a registry yet");
+        return;
+    }
+    session_ = internal::RepositorySession::open(path, std::move(metamodel), options, create, diagnostics);
+}
+
+bool DataModelRepository::isOpen() const { return session_ != nullptr; }
+
+const std::string& DataModelRepository::fileName() const {
+    static const std::string none;
+    return session_ ? session_->file() : none;
+}
+
+MetamodelRef DataModelRepository::metamodel(tvdiag::util::diagnostics& diagnostics) const {
+    if (!session_) {
+        reportClosed(diagnostics, "get the metamodel");
+        return MetamodelRef();
+    }
+    return internal::RefAccess::metamodel(session_->metamodel());
+}
+
+void DataModelRepository::beginTransaction(tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) return reportClosed(diagnostics, "begin a transaction");
+    session_->beginTransaction(diagnostics);
+}
+
+void DataModelRepository::commitTransaction(tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) return reportClosed(diagnostics, "commit");
+    session_->commitTransaction(diagnostics);
+}
+
+void DataModelRepository::rollbackTransaction(tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) return reportClosed(diagnostics, "roll back");
+    session_->rollbackTransaction(diagnostics);
+}
+
+bool DataModelRepository::isTransactionOpen() const { return session_ && session_->isTransactionOpen(); }
+
+void DataModelRepository::performDictionaryFunction(
+    const std::function<void(tvdiag::util::diagnostics&)>& fn, tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) return reportClosed(diagnostics, "run a dictionary function");
+    std::shared_ptr<internal::RepositorySession> session = session_;  // fn may close the repository
+    session->performDictionaryFunction(fn, diagnostics);
+}
+
+ObjectRef DataModelRepository::createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) {
+        reportClosed(diagnostics, "create an object");
+        return ObjectRef();
+    }
+    return session_->createObject(cls, diagnostics);
+}
+
+void DataModelRepository::findObjects(const ClassRef& cls, const MatchConstraints& constraints,
+                                      std::vector<ObjectRef>& result,
+                                      tvdiag::util::diagnostics& diagnostics) {
+    result.clear();
+    if (!session_) return reportClosed(diagnostics, "find objects");
+    session_->findObjects(cls, constraints, result, diagnostics);
+}
+
+void DataModelRepository::setPropertyValue(const ObjectRef& object, const PropertyRef& property,
+                                           const qaArray& value, tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) return reportClosed(diagnostics, "write a property");
+    session_->setPropertyValue(object, property, value, diagnostics);
+}
+
+qaArray DataModelRepository::getPropertyValue(const ObjectRef& object, const PropertyRef& property,
+                                              tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) {
+        reportClosed(diagnostics, "read a property");
+        return qaArray();
+    }
+    return session_->getPropertyValue(object, property, diagnostics);
+}
+
+void DataModelRepository::close() {
+    if (!session_) return;
+    session_->close();
+    session_.reset();
+}
+
+}  // namespace vrex

@@ -1,0 +1,138 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kobj/qaArray.hpp"
+#include "tvdiag/diagnostics.hpp"
+#include "vrex/ClassRef.hpp"
+#include "vrex/MatchConstraints.hpp"
+#include "vrex/MetamodelRef.hpp"
+#include "vrex/ObjectCodec.hpp"
+#include "vrex/ObjectRef.hpp"
+
+namespace vrex {
+
+namespace internal {
+class RepositorySession;
+}  // namespace internal
+
+// A dictionary repository: a registry file (an SQLite database) whose schema a metamodel XML file
+// describes. One table per metamodel class, one column per property, one row per object.
+//
+// Errors never leave as exceptions: every operation that can fail takes a diagnostics list and
+// adds records with stable identifiers ("vrex:open:notARegistry", ...) whose messages name the
+// file and SQLite's error text. An operation succeeded when it added nothing.
+//
+// Several processes may use one file at once. Write transactions take the file's write lock when
+// they begin, so whatever one transaction reads stays true until it commits: "look up, then
+// create" inside one performDictionaryFunction is atomic across processes. Waiting for the lock
+// is bounded by Options::busyTimeoutMs.
+//
+// Opening an existing registry with a metamodel that differs from the one it was made with:
+//  - classes and properties the file lacks are added (tables, columns, indexes);
+//  - classes and properties the metamodel lacks stay in the file untouched, out of reach;
+//  - a property whose kind differs from the file's is refused ("vrex:open:metamodelMismatch").
+// Names are compared as SQL compares them, ignoring ASCII case.
+//
+// Not thread-safe: one repository belongs to one thread at a time.
+class DataModelRepository {
+public:
+    // How far a committed transaction survives a crash.
+    enum class Durability {
+        // Survives a crash of the process; the last transactions before a power loss or an
+        // operating-system crash may be lost, the file never corrupted. Fast (no sync per commit).
+        Normal,
+        // Survives power loss too: every commit waits for the disk.
+        Full,
+    };
+
+    struct Options {
+        // How long an operation waits for another process's lock before it fails with
+        // "database is locked". Default 60 s: parallel code generation holds locks briefly.
+        int busyTimeoutMs = 60000;
+        Durability durability = Durability::Normal;
+        // Open for reading only: writes and metamodel additions fail with diagnostics. A file the
+        // process may not write is opened so anyway. Default false.
+        bool readOnly = false;
+        // Encodes the values of object properties; null: object properties cannot be used.
+        std::shared_ptr<const ObjectCodec> objectCodec;
+    };
+
+    // The options above with objectCodec = defaultObjectCodec().
+    static Options defaultOptions();
+
+    DataModelRepository();
+    // Closes an open repository; an open transaction is rolled back.
+    ~DataModelRepository();
+    DataModelRepository(const DataModelRepository&) = delete;
+    DataModelRepository& operator=(const DataModelRepository&) = delete;
+
+    // Opens the registry `dictionaryFile` described by the metamodel XML `metamodelFile`
+    // (paths in UTF-16, see toUtf16). A file that does not exist, or exists with length zero, is
+    // made a new registry. Refused, with the file left byte for byte as it was: a file that is
+    // not a registry (text, another SQLite database, a truncated registry), a directory, a
+    // location where no file can be made, a malformed or invalid metamodel (the message gives
+    // its file and line), a metamodel that conflicts with the file. Refused as well when this
+    // repository is already open. On failure the repository stays closed.
+    void open(const std::u16string& dictionaryFile, const std::u16string& metamodelFile,
+              const Options& options, tvdiag::util::diagnostics& diagnostics);
+    bool isOpen() const;
+    // The registry file's path as given to open (empty when closed).
+    const std::string& fileName() const;
+
+    // The metamodel of the open repository; null with a diagnostic when closed.
+    MetamodelRef metamodel(tvdiag::util::diagnostics& diagnostics) const;
+
+    // An explicit write transaction; begin waits for the write lock. Begin fails when one is
+    // already open, commit and rollback when none is, all three while a dictionary function
+    // runs. A commit that fails leaves the transaction open if SQLite kept it (roll it back
+    // then) and closed if SQLite rolled it back itself.
+    void beginTransaction(tvdiag::util::diagnostics& diagnostics);
+    void commitTransaction(tvdiag::util::diagnostics& diagnostics);
+    void rollbackTransaction(tvdiag::util::diagnostics& diagnostics);
+    bool isTransactionOpen() const;
+
+    // Runs fn as one write transaction: committed when `diagnostics` is empty after fn returned,
+    // rolled back otherwise (fn's records stay in `diagnostics`; pass an empty list). Inside an
+    // explicit transaction or another dictionary function it runs as a nested savepoint, undone
+    // alone when fn leaves errors while the enclosing transaction goes on. An exception from fn
+    // rolls its work back and propagates. fn is not run when the repository is closed or the
+    // write lock cannot be had.
+    void performDictionaryFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn,
+                                   tvdiag::util::diagnostics& diagnostics);
+
+    // A new object of `cls` with every property unset; null on error.
+    ObjectRef createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
+
+    // Replaces `result` with the objects of `cls` that meet every constraint (all objects for no
+    // constraints), in creation order. Constraints must name text properties of `cls`. On error
+    // `result` is empty.
+    void findObjects(const ClassRef& cls, const MatchConstraints& constraints,
+                     std::vector<ObjectRef>& result, tvdiag::util::diagnostics& diagnostics);
+
+    // Writes one property of `object`. Text properties take a character value
+    // (qaArray::fromText); object properties a 1 x 1 object value, stored as the codec's text;
+    // both take [] to unset. The value stays the caller's.
+    void setPropertyValue(const ObjectRef& object, const PropertyRef& property, const qaArray& value,
+                          tvdiag::util::diagnostics& diagnostics);
+
+    // Reads one property of `object`: a character value for text, the decoded 1 x 1 object value
+    // for object properties (it owns a new object: see qaArray::release), [] when the property is
+    // unset or the stored text does not decode. [] with a diagnostic on error.
+    qaArray getPropertyValue(const ObjectRef& object, const PropertyRef& property,
+                             tvdiag::util::diagnostics& diagnostics);
+
+    // Closes the file; an open transaction is rolled back. Does nothing when closed.
+    void close();
+
+private:
+    // Shared so that a dictionary function can finish safely when its callable closes the
+    // repository.
+    std::shared_ptr<internal::RepositorySession> session_;
+};
+
+}  // namespace vrex

@@ -1,0 +1,7 @@
+#include "vrex/ObjectCodec.hpp"
+
+namespace vrex {
+
+ObjectCodec::~ObjectCodec() = default;
+
+}  // namespace vrex

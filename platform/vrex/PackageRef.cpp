@@ -1,0 +1,28 @@
+#include "vrex/PackageRef.hpp"
+
+#include "vrex/internal/RefAccess.hpp"
+
+namespace vrex {
+
+namespace {
+const std::string kNoName;
+}  // namespace
+
+using internal::RefAccess;
+
+const std::string& PackageRef::name() const { return info_ ? info_->name : kNoName; }
+
+ClassRef PackageRef::findClass(const std::string& name) const {
+    const internal::ClassInfo* found = info_ ? info_->findClass(name) : nullptr;
+    if (found == nullptr) return ClassRef();
+    return RefAccess::cls(RefAccess::alias(info_, found));
+}
+
+std::vector<ClassRef> PackageRef::classes() const {
+    std::vector<ClassRef> all;
+    if (!info_) return all;
+    for (const auto& cls : info_->classes) all.push_back(RefAccess::cls(RefAccess::alias(info_, cls.get())));
+    return all;
+}
+
+}  // namespace vrex

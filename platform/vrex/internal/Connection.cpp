@@ -1,0 +1,67 @@
+#include "vrex/internal/Connection.hpp"
+
+#include <sqlite3.h>
+
+#include "vrex/internal/Statement.hpp"
+
+namespace vrex::internal {
+
+Connection::~Connection() { close(); }
+
+int Connection::open(const std::string& file, int flags) {
+    close();
+    file_ = file;
+    sqlite3* db = nullptr;
+    int rc = sqlite3_open_v2(file.c_str(), &db, flags, nullptr);
+    if (rc != SQLITE_OK) {
+        openError_ = db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(rc);
+        sqlite3_close_v2(db);
+        return rc;
+    }
+    db_ = db;
+    openError_.clear();
+    return SQLITE_OK;
+}
+
+void Connection::close() {
+    if (db_ == nullptr) return;
+    // close_v2 defers the close until leftover statements are finalized, so it cannot leak.
+    sqlite3_close_v2(db_);
+    db_ = nullptr;
+}
+
+int Connection::exec(const std::string& sql) {
+    return sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, nullptr);
+}
+
+int Connection::queryText(const std::string& sql, std::string& value) {
+    Statement statement;
+    int rc = statement.prepare(db_, sql);
+    if (rc != SQLITE_OK) return rc;
+    rc = statement.step();
+    value = rc == SQLITE_ROW ? statement.columnText(0) : std::string();
+    return rc == SQLITE_ROW || rc == SQLITE_DONE ? SQLITE_OK : rc;
+}
+
+void Connection::setBusyTimeout(int milliseconds) {
+    sqlite3_busy_timeout(db_, milliseconds < 0 ? 0 : milliseconds);
+}
+
+bool Connection::isInTransaction() const {
+    return db_ != nullptr && sqlite3_get_autocommit(db_) == 0;
+}
+
+std::int64_t Connection::lastInsertId() const { return sqlite3_last_insert_rowid(db_); }
+
+int Connection::changes() const { return sqlite3_changes(db_); }
+
+std::string Connection::lastError() const {
+    return db_ != nullptr ? sqlite3_errmsg(db_) : openError_;
+}
+
+void Connection::report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
+                        const std::string& action) const {
+    diagnostics.add(identifier, action + " in the registry \"" + file_ + "\": " + lastError());
+}
+
+}  // namespace vrex::internal

@@ -1,0 +1,316 @@
+#include "vrex/internal/RegistrySchema.hpp"
+
+#include <sqlite3.h>
+
+#include "vrex/internal/RegistryFileProbe.hpp"
+#include "vrex/internal/SqlNames.hpp"
+#include "vrex/internal/Statement.hpp"
+
+namespace vrex::internal {
+
+namespace {
+
+// Ends an open transaction on every path: rolled back unless commit() succeeded.
+class SchemaTransaction {
+public:
+    SchemaTransaction(Connection& connection, const char* beginSql)
+        : connection_(connection), rc_(connection.exec(beginSql)) {}
+    ~SchemaTransaction() {
+        if (rc_ == SQLITE_OK && connection_.isInTransaction()) connection_.exec("ROLLBACK");
+    }
+    SchemaTransaction(const SchemaTransaction&) = delete;
+    SchemaTransaction& operator=(const SchemaTransaction&) = delete;
+
+    int beginResult() const { return rc_; }
+    int commit() { return connection_.exec("COMMIT"); }
+
+private:
+    Connection& connection_;
+    int rc_;
+};
+
+}  // namespace
+
+RegistrySchema::RegistrySchema(Connection& connection, const Metamodel& metamodel)
+    : connection_(connection), metamodel_(metamodel) {}
+
+bool RegistrySchema::stampNewFile(tvdiag::util::diagnostics& diagnostics) {
+    SchemaTransaction writing(connection_, "BEGIN IMMEDIATE");
+    if (writing.beginResult() != SQLITE_OK) {
+        reportFailure(writing.beginResult(), "cannot lock the new registry", diagnostics);
+        return false;
+    }
+    std::string stamp;
+    std::string objects;
+    int rc = connection_.queryText("PRAGMA application_id", stamp);
+    if (rc == SQLITE_OK) rc = connection_.queryText("SELECT count(*) FROM sqlite_master", objects);
+    if (rc != SQLITE_OK) {
+        reportFailure(rc, "cannot read the new registry", diagnostics);
+        return false;
+    }
+    const std::string ours = std::to_string(RegistryFileProbe::kApplicationId);
+    if (stamp == ours) return true;  // another process made it a registry first
+    if (stamp != "0" || objects != "0") {
+        diagnostics.add("vrex:open:notARegistry",
+                        "\"" + connection_.file() + "\" became a database of another program");
+        return false;
+    }
+    rc = connection_.exec("PRAGMA application_id = " + ours);
+    if (rc == SQLITE_OK) rc = writing.commit();
+    if (rc != SQLITE_OK) {
+        reportFailure(rc, "cannot make the new registry", diagnostics);
+        return false;
+    }
+    return true;
+}
+
+bool RegistrySchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnostics) {
+    Plan plan;
+    {
+        // Look first without the write lock: an up-to-date file (the usual case) needs no more.
+        SchemaTransaction reading(connection_, "BEGIN");
+        if (reading.beginResult() != SQLITE_OK) {
+            reportFailure(reading.beginResult(), "cannot read the schema", diagnostics);
+            return false;
+        }
+        if (!inspect(plan, diagnostics)) return false;
+    }
+    if (plan.empty()) return true;
+    if (readOnly) {
+        diagnostics.add("vrex:open:readOnlyUpgrade",
+                        "the registry \"" + connection_.file() +
+                            "\" is open for reading only but lacks parts of the metamodel \"" +
+                            metamodel_.file() + "\"");
+        return false;
+    }
+    // Another process may have extended the file meanwhile: look again under the write lock.
+    SchemaTransaction writing(connection_, "BEGIN IMMEDIATE");
+    if (writing.beginResult() != SQLITE_OK) {
+        reportFailure(writing.beginResult(), "cannot lock the registry to extend its schema", diagnostics);
+        return false;
+    }
+    plan = Plan();
+    if (!inspect(plan, diagnostics) || !apply(plan, diagnostics)) return false;
+    int rc = writing.commit();
+    if (rc != SQLITE_OK) {
+        reportFailure(rc, "cannot commit the schema", diagnostics);
+        return false;
+    }
+    return true;
+}
+
+bool RegistrySchema::inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics) {
+    if (!inspectHeader(plan, diagnostics)) return false;
+    if (plan.createHeader) {
+        plan.newTables = metamodel_.classes();
+        return true;
+    }
+    Catalogue catalogue;
+    return readCatalogue(catalogue, diagnostics) && compare(catalogue, plan, diagnostics);
+}
+
+bool RegistrySchema::inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagnostics) {
+    std::string headerTables;
+    std::string allTables;
+    int rc = connection_.queryText(
+        "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = '_vrex_registry'",
+        headerTables);
+    if (rc == SQLITE_OK) rc = connection_.queryText("SELECT count(*) FROM sqlite_master", allTables);
+    if (rc != SQLITE_OK) {
+        reportFailure(rc, "cannot read the schema", diagnostics);
+        return false;
+    }
+    if (headerTables == "0") {
+        // Stamped as a registry but without tables: a new file, or one whose making was cut short.
+        if (allTables == "0") {
+            plan.createHeader = true;
+            return true;
+        }
+        diagnostics.add("vrex:open:notARegistry",
+                        "\"" + connection_.file() + "\" is not a registry (it has no registry header)");
+        return false;
+    }
+    std::string format;
+    std::string version;
+    rc = connection_.queryText("SELECT value FROM \"_vrex_registry\" WHERE key = 'format'", format);
+    if (rc == SQLITE_OK) {
+        rc = connection_.queryText("SELECT value FROM \"_vrex_registry\" WHERE key = 'formatVersion'",
+                                   version);
+    }
+    if (rc != SQLITE_OK) {
+        reportFailure(rc, "cannot read the registry header", diagnostics);
+        return false;
+    }
+    if (format != kFormat) {
+        diagnostics.add("vrex:open:notARegistry",
+                        "\"" + connection_.file() + "\" is not a registry (unknown header)");
+        return false;
+    }
+    if (version != std::to_string(kFormatVersion)) {
+        diagnostics.add("vrex:open:unsupportedFormat",
+                        "the registry \"" + connection_.file() + "\" has the format version " +
+                            version + "; this program reads version " +
+                            std::to_string(kFormatVersion));
+        return false;
+    }
+    return true;
+}
+
+bool RegistrySchema::readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) {
+    Statement statement;
+    int rc = statement.prepare(connection_.handle(),
+                               "SELECT class, property, kind, indexed FROM \"_vrex_catalogue\"");
+    while (rc == SQLITE_OK || rc == SQLITE_ROW) {
+        rc = statement.step();
+        if (rc != SQLITE_ROW) break;
+        StoredProperty& stored =
+            catalogue[asciiLowercase(statement.columnText(0))][asciiLowercase(statement.columnText(1))];
+        stored.kind = statement.columnText(2);
+        stored.indexed = statement.columnInt64(3) != 0;
+    }
+    if (rc != SQLITE_DONE) {
+        reportFailure(rc, "cannot read the registry catalogue", diagnostics);
+        return false;
+    }
+    return true;
+}
+
+bool RegistrySchema::compare(const Catalogue& catalogue, Plan& plan,
+                             tvdiag::util::diagnostics& diagnostics) {
+    bool fits = true;
+    for (const ClassInfo* cls : metamodel_.classes()) {
+        auto storedClass = catalogue.find(asciiLowercase(cls->name));
+        if (storedClass == catalogue.end()) {
+            plan.newTables.push_back(cls);
+            continue;
+        }
+        for (const auto& property : cls->properties) {
+            auto stored = storedClass->second.find(asciiLowercase(property->name));
+            if (stored == storedClass->second.end()) {
+                plan.newColumns.push_back(property.get());
+            } else if (stored->second.kind != propertyKindText(property->kind)) {
+                diagnostics.add("vrex:open:metamodelMismatch",
+                                "the registry \"" + connection_.file() + "\" stores " + cls->name +
+                                    "." + property->name + " as " + stored->second.kind +
+                                    ", but " + metamodel_.file() + ":" +
+                                    std::to_string(property->line) + " declares it " +
+                                    propertyKindText(property->kind));
+                fits = false;
+            } else if (property->indexed && !stored->second.indexed) {
+                plan.newIndexes.push_back(property.get());
+            }
+        }
+    }
+    return fits;
+}
+
+bool RegistrySchema::apply(const Plan& plan, tvdiag::util::diagnostics& diagnostics) {
+    if (plan.createHeader && !createHeader(diagnostics)) return false;
+    for (const ClassInfo* cls : plan.newTables) {
+        if (!createTable(*cls, diagnostics)) return false;
+    }
+    for (const PropertyInfo* property : plan.newColumns) {
+        if (!addColumn(*property, diagnostics)) return false;
+    }
+    for (const PropertyInfo* property : plan.newIndexes) {
+        if (!addIndex(*property, diagnostics)) return false;
+    }
+    return true;
+}
+
+bool RegistrySchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
+    if (!run("CREATE TABLE \"_vrex_registry\" (key TEXT PRIMARY KEY, value TEXT NOT NULL)",
+             "cannot create the registry header", diagnostics) ||
+        !run("CREATE TABLE \"_vrex_catalogue\" (class TEXT NOT NULL COLLATE NOCASE, "
+             "property TEXT NOT NULL COLLATE NOCASE, kind TEXT NOT NULL, indexed INTEGER NOT NULL, "
+             "PRIMARY KEY (class, property))",
+             "cannot create the registry catalogue", diagnostics)) {
+        return false;
+    }
+    const std::pair<const char*, std::string> rows[] = {
+        {"format", kFormat},
+        {"formatVersion", std::to_string(kFormatVersion)},
+        {"metamodel", metamodel_.description()},
+        {"metamodelFile", metamodel_.file()},
+    };
+    Statement insert;
+    int rc = insert.prepare(connection_.handle(),
+                            "INSERT INTO \"_vrex_registry\" (key, value) VALUES (?1, ?2)");
+    for (const auto& row : rows) {
+        if (rc != SQLITE_OK) break;
+        insert.bindText(1, row.first);
+        insert.bindText(2, row.second);
+        int stepped = insert.step();
+        insert.reset();
+        rc = stepped == SQLITE_DONE ? SQLITE_OK : stepped;
+    }
+    if (rc != SQLITE_OK) {
+        reportFailure(rc, "cannot write the registry header", diagnostics);
+        return false;
+    }
+    return true;
+}
+
+bool RegistrySchema::createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) {
+    std::string sql = "CREATE TABLE " + tableName(cls) + " (\"_id\" INTEGER PRIMARY KEY";
+    for (const auto& property : cls.properties) sql += ", " + columnName(*property) + " TEXT";
+    sql += ")";
+    if (!run(sql, "cannot create the table of " + cls.name, diagnostics)) return false;
+    for (const auto& property : cls.properties) {
+        if (property->indexed && !addIndex(*property, diagnostics)) return false;
+        if (!property->indexed && !record(*property, diagnostics)) return false;
+    }
+    return true;
+}
+
+bool RegistrySchema::addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
+    std::string sql = "ALTER TABLE " + tableName(*property.owner) + " ADD COLUMN " +
+                      columnName(property) + " TEXT";
+    if (!run(sql, "cannot add the column " + property.owner->name + "." + property.name, diagnostics)) {
+        return false;
+    }
+    return property.indexed ? addIndex(property, diagnostics) : record(property, diagnostics);
+}
+
+bool RegistrySchema::addIndex(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
+    std::string sql = "CREATE INDEX IF NOT EXISTS " + indexName(property) + " ON " +
+                      tableName(*property.owner) + " (" + columnName(property) + ")";
+    return run(sql, "cannot index " + property.owner->name + "." + property.name, diagnostics) &&
+           record(property, diagnostics);
+}
+
+// Writes the catalogue row of `property` (replacing an older one).
+bool RegistrySchema::record(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
+    Statement upsert;
+    int rc = upsert.prepare(connection_.handle(),
+                            "INSERT OR REPLACE INTO \"_vrex_catalogue\" (class, property, kind, indexed) "
+                            "VALUES (?1, ?2, ?3, ?4)");
+    if (rc == SQLITE_OK) {
+        upsert.bindText(1, property.owner->name);
+        upsert.bindText(2, property.name);
+        upsert.bindText(3, propertyKindText(property.kind));
+        upsert.bindInt64(4, property.indexed ? 1 : 0);
+        rc = upsert.step();
+    }
+    if (rc != SQLITE_DONE) {
+        reportFailure(rc, "cannot record " + property.owner->name + "." + property.name, diagnostics);
+        return false;
+    }
+    return true;
+}
+
+bool RegistrySchema::run(const std::string& sql, const std::string& action,
+                         tvdiag::util::diagnostics& diagnostics) {
+    int rc = connection_.exec(sql);
+    if (rc != SQLITE_OK) reportFailure(rc, action, diagnostics);
+    return rc == SQLITE_OK;
+}
+
+void RegistrySchema::reportFailure(int rc, const std::string& action,
+                                   tvdiag::util::diagnostics& diagnostics) {
+    int primary = rc & 0xff;
+    bool damaged = primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
+    connection_.report(diagnostics, damaged ? "vrex:open:damaged" : "vrex:open:sqliteError", action);
+}
+
+}  // namespace vrex::internal

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tvdiag/diagnostics.hpp"
+#include "vrex/internal/Connection.hpp"
+#include "vrex/internal/Metamodel.hpp"
+
+namespace vrex::internal {
+
+// The tables of a registry file, derived from a metamodel: one table per class ("_id" INTEGER
+// PRIMARY KEY, then one TEXT column per property), an index per indexed property, and two tables
+// of the registry's own:
+//   "_vrex_registry"  (key, value): marks the file as a registry: "format", "formatVersion", and
+//                     the metamodel the file was made with ("metamodel" holds its one-line
+//                     description, "metamodelFile" its path then);
+//   "_vrex_catalogue" (class, property, kind, indexed): every class and property the file holds.
+// On a file made with another metamodel, missing classes, properties and indexes are added;
+// others are kept; a property whose kind differs is refused.
+class RegistrySchema {
+public:
+    // Stored in files: never change.
+    static constexpr const char* kFormat = "vrex dictionary registry";
+    static constexpr int kFormatVersion = 1;
+
+    RegistrySchema(Connection& connection, const Metamodel& metamodel);
+
+    // For a file that was absent or empty: stamps it as a registry (PRAGMA application_id) under
+    // the write lock, before anything else is written. False with "vrex:open:notARegistry" when
+    // another program has made it a database of its own meanwhile.
+    bool stampNewFile(tvdiag::util::diagnostics& diagnostics);
+
+    // Makes the file ready for the metamodel: verifies it is a registry, creates or extends its
+    // tables (not when `readOnly`: then a missing part is refused). False with diagnostics
+    // ("vrex:open:...") when the file cannot serve the metamodel; nothing is then changed.
+    bool prepare(bool readOnly, tvdiag::util::diagnostics& diagnostics);
+
+private:
+    struct StoredProperty {
+        std::string kind;
+        bool indexed = false;
+    };
+    // Keys in lower case: SQL compares names ignoring ASCII case.
+    using Catalogue = std::map<std::string, std::map<std::string, StoredProperty>>;
+
+    struct Plan {
+        bool createHeader = false;
+        std::vector<const ClassInfo*> newTables;
+        std::vector<const PropertyInfo*> newColumns;
+        std::vector<const PropertyInfo*> newIndexes;
+        bool empty() const {
+            return !createHeader && newTables.empty() && newColumns.empty() && newIndexes.empty();
+        }
+    };
+
+    bool inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics);
+    bool inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagnostics);
+    bool readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
+    bool compare(const Catalogue& catalogue, Plan& plan, tvdiag::util::diagnostics& diagnostics);
+    bool apply(const Plan& plan, tvdiag::util::diagnostics& diagnostics);
+    bool createHeader(tvdiag::util::diagnostics& diagnostics);
+    bool createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics);
+    bool addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics);
+    bool addIndex(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics);
+    bool record(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics);
+    bool run(const std::string& sql, const std::string& action, tvdiag::util::diagnostics& diagnostics);
+    // Reports a failed SQLite call: "vrex:open:damaged" when the file is corrupt.
+    void reportFailure(int rc, const std::string& action, tvdiag::util::diagnostics& diagnostics);
+
+    Connection& connection_;
+    const Metamodel& metamodel_;
+};
+
+}  // namespace vrex::internal

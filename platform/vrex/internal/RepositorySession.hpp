@@ -1,0 +1,102 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kobj/qaArray.hpp"
+#include "tvdiag/diagnostics.hpp"
+#include "vrex/DataModelRepository.hpp"
+#include "vrex/internal/Connection.hpp"
+#include "vrex/internal/Metamodel.hpp"
+#include "vrex/internal/StatementCache.hpp"
+
+namespace vrex::internal {
+
+// An open repository: the connection to its file, its metamodel, its prepared statements and
+// its transaction state. DataModelRepository holds one while open; the operations below are
+// DataModelRepository's, with the same contracts, on an open file.
+class RepositorySession {
+public:
+    using Options = DataModelRepository::Options;
+
+    // Connects to `file`, which RegistryFileProbe found absent or empty (`create`) or a registry,
+    // and readies its schema. Null with diagnostics when that fails.
+    static std::shared_ptr<RepositorySession> open(const std::string& file,
+                                                   std::shared_ptr<const Metamodel> metamodel,
+                                                   const Options& options, bool create,
+                                                   tvdiag::util::diagnostics& diagnostics);
+    ~RepositorySession();
+    RepositorySession(const RepositorySession&) = delete;
+    RepositorySession& operator=(const RepositorySession&) = delete;
+
+    const std::string& file() const { return connection_.file(); }
+    const std::shared_ptr<const Metamodel>& metamodel() const { return metamodel_; }
+    bool isClosed() const { return !connection_.isOpen(); }
+    // Rolls back what is open and closes the file.
+    void close();
+
+    void beginTransaction(tvdiag::util::diagnostics& diagnostics);
+    void commitTransaction(tvdiag::util::diagnostics& diagnostics);
+    void rollbackTransaction(tvdiag::util::diagnostics& diagnostics);
+    bool isTransactionOpen() const;
+    void performDictionaryFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn,
+                                   tvdiag::util::diagnostics& diagnostics);
+
+    ObjectRef createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
+    void findObjects(const ClassRef& cls, const MatchConstraints& constraints,
+                     std::vector<ObjectRef>& result, tvdiag::util::diagnostics& diagnostics);
+    void setPropertyValue(const ObjectRef& object, const PropertyRef& property, const qaArray& value,
+                          tvdiag::util::diagnostics& diagnostics);
+    qaArray getPropertyValue(const ObjectRef& object, const PropertyRef& property,
+                             tvdiag::util::diagnostics& diagnostics);
+
+private:
+    RepositorySession(std::shared_ptr<const Metamodel> metamodel, const Options& options,
+                      bool readOnly);
+
+    bool connect(const std::string& file, bool create, tvdiag::util::diagnostics& diagnostics);
+    bool configure(tvdiag::util::diagnostics& diagnostics);
+
+    // Runs one cached statement that returns no rows; false with a diagnostic on failure.
+    bool run(const std::string& sql, const char* identifier, const std::string& action,
+             tvdiag::util::diagnostics& diagnostics);
+    void endTransaction(const char* sql, const char* action, const char* failure,
+                        tvdiag::util::diagnostics& diagnostics);
+    void leaveFunction(bool nested, const std::string& savepoint, bool keep,
+                       tvdiag::util::diagnostics& diagnostics);
+    // Forgets an explicit transaction that SQLite has rolled back by itself.
+    void syncTransactionState();
+    bool refuseInsideFunction(const char* action, tvdiag::util::diagnostics& diagnostics) const;
+
+    // The metamodel part a ref stands for, or null with a diagnostic when the ref is null or
+    // belongs to another metamodel.
+    const ClassInfo* classOf(const ClassRef& cls, const std::string& action,
+                             tvdiag::util::diagnostics& diagnostics) const;
+    const PropertyInfo* propertyOf(const ObjectRef& object, const PropertyRef& property,
+                                   const std::string& action,
+                                   tvdiag::util::diagnostics& diagnostics) const;
+    bool requireWritable(const std::string& action, tvdiag::util::diagnostics& diagnostics) const;
+    Statement* findStatement(const ClassInfo& cls, const MatchConstraints& constraints,
+                             tvdiag::util::diagnostics& diagnostics);
+    bool checkConstraints(const ClassInfo& cls, const MatchConstraints& constraints,
+                          tvdiag::util::diagnostics& diagnostics) const;
+    // The text to store for `value` (nullopt: unset), or false with a diagnostic.
+    bool storedText(const PropertyInfo& property, const qaArray& value,
+                    std::optional<std::string>& text, tvdiag::util::diagnostics& diagnostics) const;
+    qaArray decodeObject(const PropertyInfo& property, const std::string& text,
+                         tvdiag::util::diagnostics& diagnostics) const;
+    std::string describe(const ObjectRef& object, const PropertyInfo& property) const;
+
+    std::shared_ptr<const Metamodel> metamodel_;
+    Options options_;
+    bool readOnly_;
+    Connection connection_;
+    std::unique_ptr<StatementCache> statements_;
+    bool explicitTransaction_ = false;
+    int functionDepth_ = 0;  // dictionary functions running, outermost first
+};
+
+}  // namespace vrex::internal

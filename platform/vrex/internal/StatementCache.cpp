@@ -1,0 +1,79 @@
+#include "vrex/internal/StatementCache.hpp"
+
+#include <sqlite3.h>
+
+#include "vrex/internal/SqlNames.hpp"
+
+namespace vrex::internal {
+
+StatementCache::StatementCache(Connection& connection, const Metamodel& metamodel)
+    : connection_(connection), classes_(metamodel.classes().size()) {
+    for (const ClassInfo* cls : metamodel.classes()) {
+        classes_[cls->index].properties.resize(cls->properties.size());
+    }
+}
+
+Statement* StatementCache::insertObject(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) {
+    Statement& slot = classes_[cls.index].insert;
+    if (slot.isPrepared()) return &slot;
+    return ready(slot, "INSERT INTO " + tableName(cls) + " DEFAULT VALUES", diagnostics);
+}
+
+Statement* StatementCache::listObjects(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) {
+    Statement& slot = classes_[cls.index].list;
+    if (slot.isPrepared()) return &slot;
+    return ready(slot, "SELECT \"_id\" FROM " + tableName(cls) + " ORDER BY \"_id\"", diagnostics);
+}
+
+Statement* StatementCache::readProperty(const PropertyInfo& property,
+                                        tvdiag::util::diagnostics& diagnostics) {
+    Statement& slot = statementsOf(property).read;
+    if (slot.isPrepared()) return &slot;
+    return ready(slot,
+                 "SELECT " + columnName(property) + " FROM " + tableName(*property.owner) +
+                     " WHERE \"_id\" = ?1",
+                 diagnostics);
+}
+
+Statement* StatementCache::writeProperty(const PropertyInfo& property,
+                                         tvdiag::util::diagnostics& diagnostics) {
+    Statement& slot = statementsOf(property).write;
+    if (slot.isPrepared()) return &slot;
+    return ready(slot,
+                 "UPDATE " + tableName(*property.owner) + " SET " + columnName(property) +
+                     " = ?1 WHERE \"_id\" = ?2",
+                 diagnostics);
+}
+
+Statement* StatementCache::findEqual(const PropertyInfo& property,
+                                     tvdiag::util::diagnostics& diagnostics) {
+    Statement& slot = statementsOf(property).findEqual;
+    if (slot.isPrepared()) return &slot;
+    return ready(slot,
+                 "SELECT \"_id\" FROM " + tableName(*property.owner) + " WHERE " +
+                     columnName(property) + " = ?1 ORDER BY \"_id\"",
+                 diagnostics);
+}
+
+Statement* StatementCache::bySql(const std::string& sql, tvdiag::util::diagnostics& diagnostics) {
+    Statement& slot = bySql_[sql];
+    if (slot.isPrepared()) return &slot;
+    Statement* prepared = ready(slot, sql, diagnostics);
+    if (prepared == nullptr) bySql_.erase(sql);
+    return prepared;
+}
+
+StatementCache::PropertyStatements& StatementCache::statementsOf(const PropertyInfo& property) {
+    return classes_[property.owner->index].properties[property.position];
+}
+
+Statement* StatementCache::ready(Statement& slot, const std::string& sql,
+                                 tvdiag::util::diagnostics& diagnostics) {
+    if (slot.prepare(connection_.handle(), sql) != SQLITE_OK) {
+        connection_.report(diagnostics, "vrex:sql:prepareFailed", "cannot prepare \"" + sql + "\"");
+        return nullptr;
+    }
+    return &slot;
+}
+
+}  // namespace vrex::internal

@@ -1,0 +1,132 @@
+#pragma once
+
+// Helpers shared by the repository tests: temporary directories, a small script object class with
+// its codec, metamodel files and byte snapshots.
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include "tv/Handle.hpp"
+#include "vrex/DataModelRepository.hpp"
+#include "vrex/Utf16.hpp"
+
+namespace vrex_test {
+
+namespace fs = std::filesystem;
+
+// A directory of its own under the system's temporary directory, removed with its contents.
+class TempDir {
+public:
+    TempDir() {
+        std::string pattern = (fs::temp_directory_path() / "vrex-test-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+        path_ = pattern;
+    }
+    ~TempDir() {
+        std::error_code ignored;
+        fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ignored);
+        fs::remove_all(path_, ignored);
+    }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    const fs::path& path() const { return path_; }
+    std::string file(const std::string& name) const { return (path_ / name).string(); }
+
+private:
+    fs::path path_;
+};
+
+// The script object stored in the tests' object properties.
+class Thing : public tv::mi::Handle {
+public:
+    explicit Thing(std::string payload) : payload_(std::move(payload)) {}
+    const char* getFullyQualifiedKobjTypeName() const override { return "Test.Thing"; }
+    const std::string& payload() const { return payload_; }
+
+private:
+    std::string payload_;
+};
+
+// Stores a Thing as "thing:<payload>"; refuses other objects; decodes nothing else.
+class ThingCodec : public vrex::ObjectCodec {
+public:
+    std::string encode(const qaArray& value) const override {
+        auto* thing = dynamic_cast<Thing*>(value.object(0));
+        if (thing == nullptr) throw std::invalid_argument("not a Test.Thing");
+        return "thing:" + thing->payload();
+    }
+    qaArray decode(const std::string& text) const override {
+        if (text.rfind("thing:", 0) != 0) return qaArray();
+        return qaArray::objectRow("Test.Thing", {qaArray::adopt(new Thing(text.substr(6)))});
+    }
+};
+
+inline vrex::DataModelRepository::Options thingOptions() {
+    vrex::DataModelRepository::Options options = vrex::DataModelRepository::defaultOptions();
+    options.objectCodec = std::make_shared<ThingCodec>();
+    return options;
+}
+
+// The value of a Thing, borrowed: valid while `thing` lives.
+inline qaArray thingValue(Thing& thing) { return thing.toScriptValue(); }
+
+// The payload of a decoded Thing value, or "<none>" when the value holds no Thing.
+inline std::string payloadOf(const qaArray& value) {
+    if (value.kind() != qaArray::Kind::Object || value.numel() != 1) return "<none>";
+    auto* thing = dynamic_cast<Thing*>(value.object(0));
+    return thing != nullptr ? thing->payload() : "<none>";
+}
+
+inline std::string shippedMetamodel() { return SCM_TEST_METAMODEL; }
+
+inline std::string readBytes(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream bytes;
+    bytes << in.rdbuf();
+    return bytes.str();
+}
+
+inline void writeBytes(const std::string& file, const std::string& bytes) {
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    out << bytes;
+}
+
+// Opens `file` with `metamodel`; the diagnostics as one string ("" on success).
+inline std::string openRepository(vrex::DataModelRepository& repository, const std::string& file,
+                                  const std::string& metamodel = shippedMetamodel(),
+                                  const vrex::DataModelRepository::Options& options = thingOptions()) {
+    tvdiag::util::diagnostics diagnostics;
+    repository.open(vrex::toUtf16(file), vrex::toUtf16(metamodel), options, diagnostics);
+    return diagnostics.toString();
+}
+
+// One SCM class with the four registry properties, found through the repository's metamodel.
+struct Category {
+    vrex::ClassRef cls;
+    vrex::PropertyRef checksum, name, identity, data;
+
+    Category(vrex::DataModelRepository& repository, const std::string& className) {
+        tvdiag::util::diagnostics diagnostics;
+        cls = repository.metamodel(diagnostics).findPackage("SCM").findClass(className);
+        checksum = cls.findProperty("Checksum");
+        name = cls.findProperty("Name");
+        identity = cls.findProperty("Identity");
+        data = cls.findProperty("Data");
+    }
+};
+
+// Every object of the category's class, in creation order (empty on error).
+inline std::vector<vrex::ObjectRef> allObjects(vrex::DataModelRepository& repository, const Category& category) {
+    tvdiag::util::diagnostics diagnostics;
+    std::vector<vrex::ObjectRef> objects;
+    repository.findObjects(category.cls, {}, objects, diagnostics);
+    return objects;
+}
+
+}  // namespace vrex_test
