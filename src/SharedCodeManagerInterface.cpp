@@ -1,5 +1,6 @@
 #include "SharedCodeManagerInterface.hpp"
 
+#include "package/PublishingRoutines.hpp"
 #include "tv/TvFeature.hpp"
 
 namespace SCM {
@@ -109,5 +110,79 @@ void SharedCodeManagerInterface::setDataAdapter(SCMDataAdapter* adapter) {
 }
 
 SCMDataAdapter* SharedCodeManagerInterface::getDataAdapter() { return adapter_; }
+
+namespace {
+
+const char* const kIdentityClass = "SharedCodeManager.Identity";
+const char* const kDataClass = "SharedCodeManager.Data";
+const char* const kIdentityVector = "SharedCodeManager.Identity vector";
+const char* const kDataVector = "SharedCodeManager.Data vector";
+
+// A record from retrieveDataForName that the script may own: the backend's own objects (the write
+// cache's copies) are cloned, fresh ones are handed over as they are.
+SCMData* scriptOwnedRecord(SharedCodeManagerInterface& facade, SCMData* record) {
+    SCMDataAdapter* backend = facade.getDataAdapter();
+    if (record != nullptr && backend != nullptr && backend->isBackendOwned(record)) {
+        return record->clone();
+    }
+    return record;
+}
+
+}  // namespace
+
+// Publishes "SharedCodeManager.SharedCodeManagerInterface". The script's "registerData" is the
+// direct road (registerDataInTransaction); only "registerDataUsingCaching" reaches registerData.
+// Retrieved objects are fresh and go to the script to own.
+void publishSharedCodeManagerInterface(kobj::factory::ClassBuilder& builder) {
+    using Self = SharedCodeManagerInterface;
+    using kobj::factory::Arguments;
+    const char* outcome = kobj::types::kCharVector;
+    const char* category = kobj::types::kCharVector;
+    kobj::factory::TypedClassBuilder<Self> facade(builder);
+    facade.addSuperclass(kobj::kHeterogeneousRootName);
+    addFacadeConstructor(facade);
+    facade.addCustomMethod("retrieveData", {kDataClass}, {kIdentityClass},
+                           [](Self& self, const Arguments& arguments) {
+                               SCMData* record = self.retrieveData(arguments.get<SCMIdentity*>(0));
+                               return kobj::ownedObject(record, kDataClass);
+                           });
+    facade.addCustomMethod("retrieveAllIdentities", {kIdentityVector}, {category},
+                           [](Self& self, const Arguments& arguments) {
+                               auto identities = self.retrieveAllIdentities(arguments.get<SCMTypes>(0));
+                               return kobj::ownedObjectRow(identities, kIdentityClass);
+                           });
+    facade.addCustomMethod("retrieveAllData", {kDataVector}, {category},
+                           [](Self& self, const Arguments& arguments) {
+                               auto records = self.retrieveAllData(arguments.get<SCMTypes>(0));
+                               return kobj::ownedObjectRow(records, kDataClass);
+                           });
+    facade.addMethod("registerData", {outcome}, {kIdentityClass, kDataClass},
+                     &Self::registerDataInTransaction);
+    facade.addMethod("registerDataUsingCaching", {outcome}, {kIdentityClass, kDataClass},
+                     &Self::registerData);
+    facade.addCustomMethod(
+        "registerDataArray", {outcome}, {kIdentityVector, kDataVector},
+        [](Self& self, const Arguments& arguments) {
+            auto identities = arguments.get<std::vector<SCMIdentity*>>(0);
+            auto records = arguments.get<std::vector<SCMData*>>(1);
+            return kobj::Converter<SCMRegistry>::toScript(
+                self.registerDataArray(&identities, &records));
+        });
+    facade.addMethod("finalize", {outcome}, {}, &Self::finalize);
+    facade.addCustomMethod("retrieveIdentityForName", {kIdentityClass}, {category, kobj::types::kChar},
+                           [](Self& self, const Arguments& arguments) {
+                               const SCMTypes type = arguments.get<SCMTypes>(0);
+                               const std::string name = arguments.get<std::string>(1);
+                               return kobj::ownedObject(self.retrieveIdentityForName(type, name),
+                                                        kIdentityClass);
+                           });
+    facade.addCustomMethod("retrieveDataForName", {kDataClass}, {category, kobj::types::kChar},
+                           [](Self& self, const Arguments& arguments) {
+                               const SCMTypes type = arguments.get<SCMTypes>(0);
+                               const std::string name = arguments.get<std::string>(1);
+                               SCMData* record = self.retrieveDataForName(type, name);
+                               return kobj::ownedObject(scriptOwnedRecord(self, record), kDataClass);
+                           });
+}
 
 }  // namespace SCM
