@@ -69,6 +69,17 @@ void restoreProperties(tv::mi::Handle& object, const ClassRecord& record,
     for (const auto& [property, value] : dependent) setProperty(object, *property, *value);
 }
 
+bool hasSettableProperty(const ClassRecord& record) {
+    for (const COSPropInfo* property : record.allProperties()) {
+        if (!property->isReadOnly()) return true;
+    }
+    return false;
+}
+
+bool isEncodable(const ClassRecord& record) {
+    return !record.isAbstract() && hasSettableProperty(record);
+}
+
 qaArray rebuild(const ClassRecord& record, const EncodedObject& encoded) {
     const factory::impl::KobjConstructor* constructor = record.restoringConstructor();
     std::vector<qaArray> arguments;
@@ -86,7 +97,9 @@ qaArray rebuild(const ClassRecord& record, const EncodedObject& encoded) {
 std::string encodeObject(const qaArray& value) {
     tv::mi::Handle& object = objectOf(value);
     const ClassRecord& record = classOf(value);
-    if (record.isAbstract()) throw notEncodable(record, "it has no published constructor");
+    if (!isEncodable(record)) {
+        throw notEncodable(record, "it has no published constructor or no settable property");
+    }
     std::string text;
     text.reserve(256);
     text += "{\"class\":";
@@ -103,11 +116,17 @@ std::string encodeObject(const qaArray& value) {
 }
 
 qaArray decodeObject(const std::string& text) {
+    return decodeObject(text, kHeterogeneousRootName);
+}
+
+qaArray decodeObject(const std::string& text, const std::string& requiredClass) {
     EncodedObject encoded;
     if (!readEncodedObject(text, encoded)) return qaArray();
     try {
         const ClassRecord* record = ClassRegistry::instance().findClass(encoded.className);
-        if (record == nullptr || record->isAbstract()) return qaArray();
+        if (record == nullptr || !record->isA(requiredClass) || !isEncodable(*record)) {
+            return qaArray();
+        }
         return rebuild(*record, encoded);
     } catch (const std::bad_alloc&) {
         throw;
