@@ -10,9 +10,12 @@
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectValues.hpp"
 #include "kobj/PropertyAttributes.hpp"
+#include "support/KobjErrors.hpp"
 #include "support/TestShapes.hpp"
 
 namespace {
+
+using kobjtest::errorIdentifier;
 
 using kobjtest::Circle;
 using kobjtest::Shape;
@@ -32,15 +35,6 @@ void freshPackage() {
     ASSERT_TRUE(kobj::COSPackage::addPackage(std::make_unique<kobjtest::ShapesPackage>()));
 }
 
-template <class Call>
-std::string errorIdentifier(Call call) {
-    try {
-        call();
-    } catch (const kobj::Error& error) {
-        return error.identifier();
-    }
-    return "no error";
-}
 
 class KobjClassSystemTest : public ::testing::Test {
 protected:

@@ -5,22 +5,14 @@
 #include "kobj/Conversions.hpp"
 #include "kobj/Error.hpp"
 #include "kobj/Signature.hpp"
+#include "support/KobjErrors.hpp"
 
 namespace {
 
+using kobjtest::errorOf;
+
 qaArray cellOf(std::vector<qaArray> elements) { return qaArray::cellColumn(std::move(elements)); }
 
-// Runs `convert` and returns the kobj::Error it throws (fails the test when it throws nothing).
-template <class Convert>
-kobj::Error errorOf(Convert convert) {
-    try {
-        convert();
-    } catch (const kobj::Error& error) {
-        return error;
-    }
-    ADD_FAILURE() << "no kobj::Error thrown";
-    return kobj::Error("none", "none");
-}
 
 TEST(KobjConversionsTest, TextListsComeFromCellColumnsOfTexts) {
     const qaArray cell = cellOf({qaArray::fromText("a"), qaArray::fromText(std::string("b\0c", 3))});

@@ -8,6 +8,7 @@
 #include "kobj/JsonText.hpp"
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectEncoding.hpp"
+#include "support/KobjErrors.hpp"
 #include "support/TestShapes.hpp"
 
 namespace {
@@ -109,17 +110,12 @@ TEST_F(KobjObjectEncodingTest, RoundTripRestoresDependentPropertiesLast) {
 TEST_F(KobjObjectEncodingTest, EncodingRefusesWhatCannotBeRebuilt) {
     kobjtest::Shape shape("abstract");
     kobjtest::Stray stray;
-    const auto identifierOf = [](const qaArray& value) {
-        try {
-            kobj::encodeObject(value);
-        } catch (const kobj::Error& error) {
-            return error.identifier();
-        }
-        return std::string("no error");
+    const auto encodingError = [](const qaArray& value) {
+        return kobjtest::errorIdentifier([&] { kobj::encodeObject(value); });
     };
-    EXPECT_EQ(identifierOf(shape.toScriptValue()), "kobj:notEncodable");
-    EXPECT_EQ(identifierOf(stray.toScriptValue()), "kobj:notAnObject");
-    EXPECT_EQ(identifierOf(qaArray::fromText("x")), "kobj:notAnObject");
+    EXPECT_EQ(encodingError(shape.toScriptValue()), "kobj:notEncodable");
+    EXPECT_EQ(encodingError(stray.toScriptValue()), "kobj:notAnObject");
+    EXPECT_EQ(encodingError(qaArray::fromText("x")), "kobj:notAnObject");
 }
 
 TEST_F(KobjObjectEncodingTest, DecodingBadTextGivesTheEmptyValue) {

@@ -9,10 +9,13 @@
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectValues.hpp"
 #include "shared_code_manager.hpp"
+#include "support/KobjErrors.hpp"
 #include "support/MemoryDataAdapter.hpp"
 #include "tv/TvFeature.hpp"
 
 namespace {
+
+using kobjtest::errorIdentifier;
 
 using namespace SCM;
 
@@ -29,15 +32,6 @@ std::vector<std::string> textsOf(const qaArray& value) {
     return texts;
 }
 
-template <class Call>
-std::string errorIdentifier(Call call) {
-    try {
-        call();
-    } catch (const kobj::Error& error) {
-        return error.identifier();
-    }
-    return "no error";
-}
 
 // The library object of a value of `className`, borrowed.
 template <class T>

@@ -13,9 +13,18 @@ std::string describeValue(const qaArray& value) {
            std::to_string(value.cols());
 }
 
+namespace {
+
+// "Value must be <expected>; it is <value>."
+Error valueError(const char* identifier, const std::string& expected, const qaArray& value) {
+    return Error(identifier,
+                 "Value must be " + expected + "; it is " + describeValue(value) + ".");
+}
+
+}  // namespace
+
 Error errorMustBeString(const qaArray& value) {
-    return Error("kobj:errorMustBeString",
-                 "Value must be a character vector (text); it is " + describeValue(value) + ".");
+    return valueError("kobj:errorMustBeString", "a character vector (text)", value);
 }
 
 Error errorMustBeString(const qaArray& element, std::size_t index) {
@@ -27,26 +36,20 @@ Error errorMustBeString(const qaArray& element, std::size_t index) {
 }
 
 Error errorMustBeCellArray(const qaArray& value) {
-    return Error("kobj:errorMustBeCellArray",
-                 "Value must be a cell array of character vectors; it is " +
-                     describeValue(value) + ".");
+    return valueError("kobj:errorMustBeCellArray", "a cell array of character vectors", value);
 }
 
 Error errorMustBeLogicalScalar(const qaArray& value) {
-    return Error("kobj:errorMustBeLogicalScalar",
-                 "Value must be a logical scalar; it is " + describeValue(value) + ".");
+    return valueError("kobj:errorMustBeLogicalScalar", "a logical scalar", value);
 }
 
 Error errorMustBeInt32Scalar(const qaArray& value) {
-    return Error("kobj:errorMustBeInt32Scalar",
-                 "Value must be an integer scalar in the int32 range; it is " +
-                     describeValue(value) + ".");
+    return valueError("kobj:errorMustBeInt32Scalar", "an integer scalar in the int32 range", value);
 }
 
 Error errorMustBeUInt32Scalar(const qaArray& value) {
-    return Error("kobj:errorMustBeUInt32Scalar",
-                 "Value must be an integer scalar in the uint32 range; it is " +
-                     describeValue(value) + ".");
+    return valueError("kobj:errorMustBeUInt32Scalar", "an integer scalar in the uint32 range",
+                      value);
 }
 
 Error errorMustBeObject(const std::string& className, const std::string& found,
@@ -60,8 +63,7 @@ Error errorMustBeObject(const std::string& className, const std::string& found,
 }
 
 Error errorNotAnObject(const qaArray& value) {
-    return Error("kobj:notAnObject", "Value must be one object of a published class; it is " +
-                                         describeValue(value) + ".");
+    return valueError("kobj:notAnObject", "one object of a published class", value);
 }
 
 }  // namespace kobj
