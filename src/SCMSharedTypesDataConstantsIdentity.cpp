@@ -50,8 +50,8 @@ void SCMSharedTypesDataConstantsIdentity::setChecksumElement4(unsigned int value
     element4_ = value;
 }
 
-// Publishes "SharedCodeManager.SharedTypesDataConstantsIdentity": the four elements; no constructor, the class is
-// abstract.
+// Publishes "SharedCodeManager.SharedTypesDataConstantsIdentity": the four elements; no
+// constructor, the class is abstract.
 void publishSCMSharedTypesDataConstantsIdentity(kobj::factory::ClassBuilder& builder) {
     kobj::factory::TypedClassBuilder<SCMSharedTypesDataConstantsIdentity> identity(builder);
     identity.addSuperclass("SharedCodeManager.Identity");

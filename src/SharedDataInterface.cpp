@@ -14,7 +14,8 @@ const char* SharedDataInterface::getFullyQualifiedKobjTypeName() const {
 
 std::vector<std::string> SharedDataInterface::getAllDataNames() { return getAllNames(SCM_SHARED_DATA); }
 
-// Publishes "SharedCodeManager.SharedDataInterface": the constructor only; its listings are not published.
+// Publishes "SharedCodeManager.SharedDataInterface": the constructor only; its listings are not
+// published.
 void publishSharedDataInterface(kobj::factory::ClassBuilder& builder) {
     kobj::factory::TypedClassBuilder<SharedDataInterface> facade(builder);
     facade.addSuperclass("SharedCodeManager.SharedCodeManagerInterface");

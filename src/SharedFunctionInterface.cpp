@@ -21,7 +21,8 @@ std::vector<std::string> SharedFunctionInterface::getAllFunctionNames() {
     return getAllNames(SCM_SHARED_FUNCTIONS);
 }
 
-// Publishes "SharedCodeManager.SharedFunctionInterface": the constructor only; its listings are not published.
+// Publishes "SharedCodeManager.SharedFunctionInterface": the constructor only; its listings are not
+// published.
 void publishSharedFunctionInterface(kobj::factory::ClassBuilder& builder) {
     kobj::factory::TypedClassBuilder<SharedFunctionInterface> facade(builder);
     facade.addSuperclass("SharedCodeManager.SharedCodeManagerInterface");

@@ -14,7 +14,8 @@ const char* SharedTypesInterface::getFullyQualifiedKobjTypeName() const {
 
 std::vector<std::string> SharedTypesInterface::getAllTypesNames() { return getAllNames(SCM_SHARED_TYPES); }
 
-// Publishes "SharedCodeManager.SharedTypesInterface": the constructor only; its listings are not published.
+// Publishes "SharedCodeManager.SharedTypesInterface": the constructor only; its listings are not
+// published.
 void publishSharedTypesInterface(kobj::factory::ClassBuilder& builder) {
     kobj::factory::TypedClassBuilder<SharedTypesInterface> facade(builder);
     facade.addSuperclass("SharedCodeManager.SharedCodeManagerInterface");

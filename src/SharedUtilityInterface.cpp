@@ -42,7 +42,8 @@ SCMIdentityDataPair SharedUtilityInterface::getIdentityAndDataForName(const std:
     return retrieveIdentityAndDataForName(SCM_UTILITIES, name);
 }
 
-// Publishes "SharedCodeManager.SharedUtilityInterface": the constructor only; its listings are not published.
+// Publishes "SharedCodeManager.SharedUtilityInterface": the constructor only; its listings are not
+// published.
 void publishSharedUtilityInterface(kobj::factory::ClassBuilder& builder) {
     kobj::factory::TypedClassBuilder<SharedUtilityInterface> facade(builder);
     facade.addSuperclass("SharedCodeManager.SharedCodeManagerInterface");

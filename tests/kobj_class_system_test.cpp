@@ -23,7 +23,9 @@ using kobjtest::Square;
 
 kobj::ClassRegistry& registry() { return kobj::ClassRegistry::instance(); }
 
-bool packageRegistered() { return static_cast<bool>(kobj::COSPackage::getPackageInterface("kobjtest")); }
+bool packageRegistered() {
+    return static_cast<bool>(kobj::COSPackage::getPackageInterface("kobjtest"));
+}
 
 void releasePackage() {
     kobj::COSPackage::getPackageInterface("kobjtest").release(kobj::COSGetPublicClient());
@@ -34,7 +36,6 @@ void freshPackage() {
     releasePackage();
     ASSERT_TRUE(kobj::COSPackage::addPackage(std::make_unique<kobjtest::ShapesPackage>()));
 }
-
 
 class KobjClassSystemTest : public ::testing::Test {
 protected:
@@ -89,8 +90,10 @@ TEST_F(KobjClassSystemTest, ConstructorIsChosenByItsPublishedSignature) {
     EXPECT_EQ(kobj::getProperty(circle, "Radius").uint32Value(), 3u);
     EXPECT_EQ(kobj::getProperty(circle, "Name").text(), "c");
     EXPECT_EQ(circle.className(), "kobjtest.Circle");
-    EXPECT_EQ(kobj::getProperty(kobj::construct("kobjtest.Circle", {text("d")}), "Name").text(), "d");
-    EXPECT_EQ(kobj::getProperty(kobj::construct("kobjtest.Circle", {}), "Radius").uint32Value(), 0u);
+    EXPECT_EQ(kobj::getProperty(kobj::construct("kobjtest.Circle", {text("d")}), "Name").text(),
+              "d");
+    EXPECT_EQ(kobj::getProperty(kobj::construct("kobjtest.Circle", {}), "Radius").uint32Value(),
+              0u);
 }
 
 TEST_F(KobjClassSystemTest, ACallThatFitsNoConstructorListsTheSignatures) {
@@ -102,12 +105,16 @@ TEST_F(KobjClassSystemTest, ACallThatFitsNoConstructorListsTheSignatures) {
         const std::string message = error.what();
         EXPECT_NE(message.find("(uint32 1x1)"), std::string::npos) << message;
         EXPECT_NE(message.find("kobjtest.Circle = kobjtest.Circle(char, uint32 scalar)"),
-                  std::string::npos) << message;
-        EXPECT_NE(message.find("kobjtest.Circle = kobjtest.Circle()"), std::string::npos) << message;
+                  std::string::npos)
+            << message;
+        EXPECT_NE(message.find("kobjtest.Circle = kobjtest.Circle()"), std::string::npos)
+            << message;
     }
     EXPECT_EQ(errorIdentifier([] { kobj::construct("kobjtest.Shape", {}); }), "kobj:abstractClass");
-    EXPECT_EQ(errorIdentifier([] { kobj::construct("kobjtest.Triangle", {}); }), "kobj:unknownClass");
-    EXPECT_EQ(errorIdentifier([] { kobj::construct("nopackage.Circle", {}); }), "kobj:unknownClass");
+    EXPECT_EQ(errorIdentifier([] { kobj::construct("kobjtest.Triangle", {}); }),
+              "kobj:unknownClass");
+    EXPECT_EQ(errorIdentifier([] { kobj::construct("nopackage.Circle", {}); }),
+              "kobj:unknownClass");
 }
 
 TEST_F(KobjClassSystemTest, PropertiesAreReadAndWrittenByPublishedName) {
@@ -131,9 +138,11 @@ TEST_F(KobjClassSystemTest, PropertiesAreReadAndWrittenByPublishedName) {
 
 TEST_F(KobjClassSystemTest, PropertyErrorsHaveStableIdentifiers) {
     qaArray circle = kobj::construct("kobjtest.Circle", {});
-    EXPECT_EQ(errorIdentifier([&] { kobj::setProperty(circle, "Diameter", qaArray::fromUInt32(2)); }),
-              "kobj:readOnlyProperty");
-    EXPECT_EQ(errorIdentifier([&] { kobj::getProperty(circle, "Colour"); }), "kobj:unknownProperty");
+    EXPECT_EQ(
+        errorIdentifier([&] { kobj::setProperty(circle, "Diameter", qaArray::fromUInt32(2)); }),
+        "kobj:readOnlyProperty");
+    EXPECT_EQ(errorIdentifier([&] { kobj::getProperty(circle, "Colour"); }),
+              "kobj:unknownProperty");
     EXPECT_EQ(errorIdentifier([&] { kobj::setProperty(circle, "Radius", qaArray::fromInt32(-1)); }),
               "kobj:errorMustBeUInt32Scalar");
     EXPECT_EQ(errorIdentifier([&] { kobj::setProperty(circle, "Filled", text("yes")); }),
@@ -142,7 +151,8 @@ TEST_F(KobjClassSystemTest, PropertyErrorsHaveStableIdentifiers) {
               "kobj:errorMustBeCellArray");
     EXPECT_EQ(errorIdentifier([&] { kobj::getProperty(text("not an object"), "Radius"); }),
               "kobj:notAnObject");
-    EXPECT_EQ(kobj::getProperty(circle, "Radius").uint32Value(), 0u) << "failed writes change nothing";
+    EXPECT_EQ(kobj::getProperty(circle, "Radius").uint32Value(), 0u)
+        << "failed writes change nothing";
 }
 
 TEST_F(KobjClassSystemTest, MethodsAreCalledByName) {
@@ -150,26 +160,33 @@ TEST_F(KobjClassSystemTest, MethodsAreCalledByName) {
     EXPECT_EQ(kobj::callMethod(circle, "describe", {text("shape ")}).text(), "shape c");
     EXPECT_EQ(errorIdentifier([&] { kobj::callMethod(circle, "describe", {}); }),
               "kobj:wrongNumberOfArguments");
-    EXPECT_EQ(errorIdentifier([&] { kobj::callMethod(circle, "rotate", {}); }), "kobj:unknownMethod");
-    EXPECT_EQ(errorIdentifier([&] { kobj::callMethod(circle, "describe", {qaArray::fromUInt32(1)}); }),
-              "kobj:errorMustBeString");
+    EXPECT_EQ(errorIdentifier([&] { kobj::callMethod(circle, "rotate", {}); }),
+              "kobj:unknownMethod");
+    EXPECT_EQ(
+        errorIdentifier([&] { kobj::callMethod(circle, "describe", {qaArray::fromUInt32(1)}); }),
+        "kobj:errorMustBeString");
 
     qaArray bigger = kobj::callMethod(circle, "scaled", {qaArray::fromUInt32(5)});
     EXPECT_EQ(bigger.className(), "kobjtest.Circle");
     EXPECT_EQ(kobj::getProperty(bigger, "Radius").uint32Value(), 10u);
-    std::unique_ptr<tv::mi::Handle> taken(tv::mi::Handle::releaseFromScriptValue(bigger, "kobjtest.Shape"));
+    std::unique_ptr<tv::mi::Handle> taken(
+        tv::mi::Handle::releaseFromScriptValue(bigger, "kobjtest.Shape"));
     EXPECT_NE(taken, nullptr) << "a fresh result belongs to the value, which can hand it over";
 }
 
 TEST_F(KobjClassSystemTest, ObjectArraysSettleOnTheNearestCommonClass) {
-    EXPECT_EQ(kobj::ownedObjectRow(std::vector<Shape*>{new Circle, new Circle}, "kobjtest.Shape").className(),
+    EXPECT_EQ(kobj::ownedObjectRow(std::vector<Shape*>{new Circle, new Circle}, "kobjtest.Shape")
+                  .className(),
               "kobjtest.Circle");
-    qaArray mixed = kobj::ownedObjectRow(std::vector<Shape*>{new Circle, new Square(1)}, "kobjtest.Shape");
+    qaArray mixed =
+        kobj::ownedObjectRow(std::vector<Shape*>{new Circle, new Square(1)}, "kobjtest.Shape");
     EXPECT_EQ(mixed.className(), "kobjtest.Shape");
     EXPECT_EQ(mixed.cols(), 2u);
     EXPECT_EQ(kobj::ownedObjectRow(std::vector<tv::mi::Handle*>{new Circle, new kobjtest::Stray},
-                                   kobj::kHeterogeneousRootName).className(),
-              kobj::kHeterogeneousRootName) << "an element of no class keeps the declared class";
+                                   kobj::kHeterogeneousRootName)
+                  .className(),
+              kobj::kHeterogeneousRootName)
+        << "an element of no class keeps the declared class";
 
     qaArray empty = kobj::ownedObjectRow(std::vector<Shape*>{}, "kobjtest.Shape");
     EXPECT_EQ(empty.rows(), 1u);
@@ -200,7 +217,8 @@ TEST_F(KobjClassSystemTest, OwnedValuesHandTheirObjectOverOnce) {
     auto* circle = new Circle("owned");
     qaArray owned = kobj::ownedObject(circle, "kobjtest.Shape");
     const qaArray copy = owned;
-    std::unique_ptr<tv::mi::Handle> taken(tv::mi::Handle::releaseFromScriptValue(copy, "kobjtest.Shape"));
+    std::unique_ptr<tv::mi::Handle> taken(
+        tv::mi::Handle::releaseFromScriptValue(copy, "kobjtest.Shape"));
     EXPECT_EQ(taken.get(), circle);
     EXPECT_EQ(tv::mi::Handle::releaseFromScriptValue(owned, "kobjtest.Shape"), nullptr);
 
@@ -223,9 +241,10 @@ TEST_F(KobjClassSystemTest, RecordsDescribeTheClassAsPublished) {
     EXPECT_NE(circle.findMethod("describe"), nullptr) << "inherited methods are found";
 
     std::vector<std::string> names;
-    for (const kobj::COSPropInfo* property : circle.allProperties()) names.push_back(property->name());
-    EXPECT_EQ(names, (std::vector<std::string>{"Label", "Name", "Radius", "Offset", "Filled", "Tags",
-                                               "Diameter"}));
+    for (const kobj::COSPropInfo* property : circle.allProperties())
+        names.push_back(property->name());
+    EXPECT_EQ(names, (std::vector<std::string>{"Label", "Name", "Radius", "Offset", "Filled",
+                                               "Tags", "Diameter"}));
     EXPECT_EQ(circle.findProperty("Filled")->attributes(), kobj::attributes::kHidden);
     EXPECT_TRUE(circle.findProperty("Diameter")->isReadOnly());
     EXPECT_FALSE(circle.findProperty("Radius")->isReadOnly());

@@ -13,9 +13,9 @@ using kobjtest::errorOf;
 
 qaArray cellOf(std::vector<qaArray> elements) { return qaArray::cellColumn(std::move(elements)); }
 
-
 TEST(KobjConversionsTest, TextListsComeFromCellColumnsOfTexts) {
-    const qaArray cell = cellOf({qaArray::fromText("a"), qaArray::fromText(std::string("b\0c", 3))});
+    const qaArray cell =
+        cellOf({qaArray::fromText("a"), qaArray::fromText(std::string("b\0c", 3))});
     EXPECT_EQ(kobj::textListFrom(cell), (std::vector<std::string>{"a", std::string("b\0c", 3)}));
     EXPECT_TRUE(kobj::textListFrom(qaArray()).empty()) << "a missing value is an empty list";
     EXPECT_TRUE(kobj::textListFrom(cellOf({})).empty());
@@ -103,7 +103,8 @@ TEST(KobjConversionsTest, TypeTextsFallIntoCategories) {
 
 TEST(KobjConversionsTest, SignaturesReadLikeCalls) {
     const kobj::Signature method{{"char vector"}, {"P.Facade", "P.Identity", "P.Data"}};
-    EXPECT_EQ(method.toString("registerData"), "char vector = registerData(P.Facade, P.Identity, P.Data)");
+    EXPECT_EQ(method.toString("registerData"),
+              "char vector = registerData(P.Facade, P.Identity, P.Data)");
     EXPECT_EQ((kobj::Signature{{}, {}}).toString("f"), "f()");
     EXPECT_EQ((kobj::Signature{{"a", "b"}, {"c"}}).toString("g"), "[a, b] = g(c)");
 }

@@ -44,8 +44,9 @@ TEST(KobjJsonTextTest, LatinOneCodePointsReadBackAsBytes) {
 }
 
 TEST(KobjEncodedObjectTest, ReadsEveryValueKindAndAllBytes) {
-    const std::string text = "{\"class\":\"p.C\",\"T\":" + jsonString(allBytes()) +
-                             ",\"L\":false,\"U\":4294967295,\"I\":-2147483648,\"C\":[\"a\",\"\\u00ff\"]}";
+    const std::string text =
+        "{\"class\":\"p.C\",\"T\":" + jsonString(allBytes()) +
+        ",\"L\":false,\"U\":4294967295,\"I\":-2147483648,\"C\":[\"a\",\"\\u00ff\"]}";
     kobj::EncodedObject object;
     ASSERT_TRUE(kobj::readEncodedObject(text, object));
     EXPECT_EQ(object.className, "p.C");
@@ -59,13 +60,29 @@ TEST(KobjEncodedObjectTest, ReadsEveryValueKindAndAllBytes) {
 
 TEST(KobjEncodedObjectTest, RefusesEveryOtherShape) {
     const std::vector<std::string> refused = {
-        "", "{", "null", "[]", "\"text\"", "{}", "{\"A\":1}", "{\"class\":\"\"}",
-        "{\"class\":5}", "{\"class\":[\"p.C\"]}", "{\"class\":\"p.C\",\"A\":1.5}",
-        "{\"class\":\"p.C\",\"A\":null}", "{\"class\":\"p.C\",\"A\":{}}", "{\"class\":\"p.C\",\"A\":[1]}",
-        "{\"class\":\"p.C\",\"A\":[[\"x\"]]}", "{\"class\":\"p.C\",\"A\":4294967296}",
-        "{\"class\":\"p.C\",\"A\":-2147483649}", "{\"class\":\"p.C\",\"A\":1,\"A\":2}",
-        "{\"class\":\"p.C\",\"class\":\"p.D\"}", "{\"class\":\"p.C\"} {}", "{\"class\":\"p.C\",\"A\":\"\\u20ac\"}",
-        "{\"class\":\"p.C\",\"A\":\"\xff\"}", "{\"class\":\"p.C\"",
+        "",
+        "{",
+        "null",
+        "[]",
+        "\"text\"",
+        "{}",
+        "{\"A\":1}",
+        "{\"class\":\"\"}",
+        "{\"class\":5}",
+        "{\"class\":[\"p.C\"]}",
+        "{\"class\":\"p.C\",\"A\":1.5}",
+        "{\"class\":\"p.C\",\"A\":null}",
+        "{\"class\":\"p.C\",\"A\":{}}",
+        "{\"class\":\"p.C\",\"A\":[1]}",
+        "{\"class\":\"p.C\",\"A\":[[\"x\"]]}",
+        "{\"class\":\"p.C\",\"A\":4294967296}",
+        "{\"class\":\"p.C\",\"A\":-2147483649}",
+        "{\"class\":\"p.C\",\"A\":1,\"A\":2}",
+        "{\"class\":\"p.C\",\"class\":\"p.D\"}",
+        "{\"class\":\"p.C\"} {}",
+        "{\"class\":\"p.C\",\"A\":\"\\u20ac\"}",
+        "{\"class\":\"p.C\",\"A\":\"\xff\"}",
+        "{\"class\":\"p.C\"",
     };
     for (const std::string& text : refused) {
         kobj::EncodedObject object;
@@ -85,7 +102,8 @@ protected:
 };
 
 TEST_F(KobjObjectEncodingTest, WritesTheClassAndEverySettableProperty) {
-    qaArray circle = kobj::construct("kobjtest.Circle", {qaArray::fromText("c"), qaArray::fromUInt32(3)});
+    qaArray circle =
+        kobj::construct("kobjtest.Circle", {qaArray::fromText("c"), qaArray::fromUInt32(3)});
     kobj::setProperty(circle, "Tags", qaArray::cellColumn({qaArray::fromText("t")}));
     EXPECT_EQ(kobj::encodeObject(circle),
               "{\"class\":\"kobjtest.Circle\",\"Label\":\"derived:c\",\"Name\":\"c\",\"Radius\":3,"

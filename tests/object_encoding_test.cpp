@@ -15,18 +15,25 @@
 namespace {
 
 const std::vector<std::string> kConcreteClasses = {
-    "SharedCodeManager.GenericIdentity",      "SharedCodeManager.BasicUtilityIdentity",
-    "SharedCodeManager.SharedFunctionIdentity", "SharedCodeManager.SharedConstantsIdentity",
-    "SharedCodeManager.SharedTypesIdentity",  "SharedCodeManager.SharedDataIdentity",
-    "SharedCodeManager.Data",                 "SharedCodeManager.GenericData",
-    "SharedCodeManager.BasicUtilityData",     "SharedCodeManager.SharedFunctionData",
-    "SharedCodeManager.MultiWordFcnData",     "SharedCodeManager.SharedTypesData",
-    "SharedCodeManager.SharedData",           "SharedCodeManager.SharedConstantsData",
+    "SharedCodeManager.GenericIdentity",
+    "SharedCodeManager.BasicUtilityIdentity",
+    "SharedCodeManager.SharedFunctionIdentity",
+    "SharedCodeManager.SharedConstantsIdentity",
+    "SharedCodeManager.SharedTypesIdentity",
+    "SharedCodeManager.SharedDataIdentity",
+    "SharedCodeManager.Data",
+    "SharedCodeManager.GenericData",
+    "SharedCodeManager.BasicUtilityData",
+    "SharedCodeManager.SharedFunctionData",
+    "SharedCodeManager.MultiWordFcnData",
+    "SharedCodeManager.SharedTypesData",
+    "SharedCodeManager.SharedData",
+    "SharedCodeManager.SharedConstantsData",
 };
 
-const std::vector<std::string> kCategories = {"SCM_UTILITIES", "SCM_SHARED_FUNCTIONS",
-                                              "SCM_SHARED_TYPES", "SCM_OTHER", "SCM_NUM",
-                                              "SCM_SHARED_DATA", "SCM_SHARED_CONSTANTS"};
+const std::vector<std::string> kCategories = {
+    "SCM_UTILITIES", "SCM_SHARED_FUNCTIONS", "SCM_SHARED_TYPES",    "SCM_OTHER",
+    "SCM_NUM",       "SCM_SHARED_DATA",      "SCM_SHARED_CONSTANTS"};
 const std::vector<std::string> kKinds = {"SCM_SHARED_OTHERS", "SCM_SHARED_TYPES",
                                          "SCM_SHARED_DATA_MACRO", "SCM_SHARED_DATA_DECLARATION",
                                          "SCM_SHARED_DATA_DEFINITION"};
@@ -46,20 +53,25 @@ public:
     std::string bytes() {
         if (pick(10) == 0) return allBytes();
         std::string text(pick(24), '\0');
-        for (char& c : text) c = static_cast<char>(pick(4) == 0 ? "\0\"\\\n\xff\x80"[pick(6)] : pick(256));
+        for (char& c : text)
+            c = static_cast<char>(pick(4) == 0 ? "\0\"\\\n\xff\x80"[pick(6)] : pick(256));
         return text;
     }
-    std::size_t pick(std::size_t bound) { return std::uniform_int_distribution<std::size_t>(0, bound - 1)(engine_); }
+    std::size_t pick(std::size_t bound) {
+        return std::uniform_int_distribution<std::size_t>(0, bound - 1)(engine_);
+    }
     std::uint32_t word() { return std::uniform_int_distribution<std::uint32_t>()(engine_); }
 
     qaArray valueFor(const kobj::COSPropInfo& property) {
-        if (property.name() == "Type") return qaArray::fromText(kCategories[pick(kCategories.size())]);
+        if (property.name() == "Type")
+            return qaArray::fromText(kCategories[pick(kCategories.size())]);
         if (property.name() == "Kind") return qaArray::fromText(kKinds[pick(kKinds.size())]);
         switch (kobj::categoryOf(property.typeText())) {
             case kobj::TypeCategory::Text: return qaArray::fromText(bytes());
             case kobj::TypeCategory::Logical: return qaArray::fromLogical(pick(2) == 1);
             case kobj::TypeCategory::UInt32: return qaArray::fromUInt32(word());
-            case kobj::TypeCategory::Int32: return qaArray::fromInt32(static_cast<std::int32_t>(word()));
+            case kobj::TypeCategory::Int32:
+                return qaArray::fromInt32(static_cast<std::int32_t>(word()));
             case kobj::TypeCategory::Cell: {
                 std::vector<std::string> texts(pick(5));
                 for (std::string& text : texts) text = bytes();
@@ -81,7 +93,8 @@ std::string stateOf(const qaArray& object) {
         const qaArray value = kobj::getProperty(object, property->name());
         if (value.kind() == qaArray::Kind::Cell) {
             state += std::to_string(value.numel()) + ":";
-            for (const std::string& text : kobj::textListFrom(value)) kobj::json::appendString(state, text);
+            for (const std::string& text : kobj::textListFrom(value))
+                kobj::json::appendString(state, text);
         } else if (value.kind() == qaArray::Kind::Char) {
             kobj::json::appendString(state, value.text());
         } else if (value.kind() == qaArray::Kind::Logical) {
@@ -108,7 +121,8 @@ qaArray newObject(const std::string& className) {
 qaArray randomObject(const std::string& className, RandomValues& random) {
     qaArray object = newObject(className);
     for (const kobj::COSPropInfo* property : kobj::classOf(object).allProperties()) {
-        if (!property->isReadOnly()) kobj::setProperty(object, property->name(), random.valueFor(*property));
+        if (!property->isReadOnly())
+            kobj::setProperty(object, property->name(), random.valueFor(*property));
     }
     if (kobj::classOf(object).findProperty("Checksum") != nullptr && random.pick(2) == 0) {
         kobj::setProperty(object, "Checksum", qaArray::fromText(random.bytes()));
@@ -143,7 +157,8 @@ TEST_P(ObjectEncodingTest, EveryTruncationDecodesToTheEmptyValue) {
     RandomValues random(7);
     const std::string text = kobj::encodeObject(randomObject(GetParam(), random));
     for (std::size_t length = 0; length < text.size(); ++length) {
-        EXPECT_EQ(kobj::decodeObject(text.substr(0, length)).kind(), qaArray::Kind::Empty) << length;
+        EXPECT_EQ(kobj::decodeObject(text.substr(0, length)).kind(), qaArray::Kind::Empty)
+            << length;
     }
 }
 
@@ -168,7 +183,9 @@ TEST_P(ObjectEncodingTest, APropertyOfTheWrongTypeDecodesToTheEmptyValue) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ConcreteClasses, ObjectEncodingTest, ::testing::ValuesIn(kConcreteClasses),
-                         [](const auto& info) { return info.param.substr(info.param.find('.') + 1); });
+                         [](const auto& info) {
+                             return info.param.substr(info.param.find('.') + 1);
+                         });
 
 class ObjectDecodingTest : public ::testing::Test {
 protected:
@@ -180,8 +197,9 @@ TEST_F(ObjectDecodingTest, UnknownAbstractAndStatelessClassesDecodeToTheEmptyVal
          {"SharedCodeManager.Nothing", "Other.Data", "SharedCodeManager.Identity",
           "SharedCodeManager.SharedTypesDataConstantsIdentity",
           "SharedCodeManager.SharedTypesDataConstantsData", "SharedCodeManager.SharedCommonData",
-          "SharedCodeManager.SharedCodeManagerInterface", "SharedCodeManager.SharedConstantsInterface",
-          "velmor.mixin.Heterogeneous", "SharedCodeManager"}) {
+          "SharedCodeManager.SharedCodeManagerInterface",
+          "SharedCodeManager.SharedConstantsInterface", "velmor.mixin.Heterogeneous",
+          "SharedCodeManager"}) {
         const std::string text = std::string("{\"class\":\"") + className + "\"}";
         EXPECT_EQ(kobj::decodeObject(text).kind(), qaArray::Kind::Empty) << text;
     }
@@ -197,7 +215,8 @@ TEST_F(ObjectDecodingTest, RandomBytesDecodeToTheEmptyValue) {
 }
 
 TEST_F(ObjectDecodingTest, RequiredClassIsCheckedBeforeAnythingIsBuilt) {
-    const std::string identity = "{\"class\":\"SharedCodeManager.GenericIdentity\",\"Type\":\"SCM_SHARED_DATA\"}";
+    const std::string identity =
+        "{\"class\":\"SharedCodeManager.GenericIdentity\",\"Type\":\"SCM_SHARED_DATA\"}";
     EXPECT_EQ(kobj::decodeObject(identity, "SharedCodeManager.Data").kind(), qaArray::Kind::Empty);
     const qaArray decoded = kobj::decodeObject(identity, "SharedCodeManager.Identity");
     ASSERT_EQ(decoded.numel(), 1u);
@@ -205,10 +224,11 @@ TEST_F(ObjectDecodingTest, RequiredClassIsCheckedBeforeAnythingIsBuilt) {
 }
 
 TEST_F(ObjectDecodingTest, TheEncodingIsReadableAscii) {
-    const qaArray identity = kobj::construct("SharedCodeManager.BasicUtilityIdentity",
-                                             {qaArray::fromText("rt_foo")});
+    const qaArray identity =
+        kobj::construct("SharedCodeManager.BasicUtilityIdentity", {qaArray::fromText("rt_foo")});
     EXPECT_EQ(kobj::encodeObject(identity),
-              "{\"class\":\"SharedCodeManager.BasicUtilityIdentity\",\"Checksum\":\"dGfL8aBULDXcmtIhYfhCcE\","
+              "{\"class\":\"SharedCodeManager.BasicUtilityIdentity\",\"Checksum\":"
+              "\"dGfL8aBULDXcmtIhYfhCcE\","
               "\"Type\":\"SCM_UTILITIES\",\"UtilityIdentifier\":\"rt_foo\",\"SymbolString\":\"\","
               "\"MaximumIdentifierLength\":0,\"IncludeMaxIdLength\":true}");
 }

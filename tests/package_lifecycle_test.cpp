@@ -23,7 +23,8 @@ TEST(PackageLifecycleTest, InitialiseAndTerminateEachActOnceAndClassesPublishOnF
     HxInitialize_shared_code_manager();
     HxInitialize_shared_code_manager();
     EXPECT_EQ(kobj::COSPackage::packageNames(), std::vector<std::string>{"SharedCodeManager"});
-    EXPECT_EQ(kobj::cosLiveBlocks(), blocksAtLoad + 1) << "one package; its class list not loaded yet";
+    EXPECT_EQ(kobj::cosLiveBlocks(), blocksAtLoad + 1)
+        << "one package; its class list not loaded yet";
     EXPECT_FALSE(registry().isPublished("SharedCodeManager.Identity"));
 
     kobj::construct("SharedCodeManager.BasicUtilityIdentity", {qaArray::fromText("rt_foo")});
@@ -51,7 +52,9 @@ TEST(PackageLifecycleTest, FunctionTableAndBuildInfoAreFixedAtBuildTime) {
     EXPECT_EQ(table->entries, nullptr);
     EXPECT_GT(table->buildTime, 1600000000u);
     unsigned major = 0, minor = 0, patch = 0;
-    ASSERT_EQ(std::sscanf(HxBuildInfo_shared_code_manager.version, "%u.%u.%u", &major, &minor, &patch), 3);
+    ASSERT_EQ(
+        std::sscanf(HxBuildInfo_shared_code_manager.version, "%u.%u.%u", &major, &minor, &patch),
+        3);
     EXPECT_EQ(table->version, (major << 16) | (minor << 8) | patch);
     EXPECT_EQ(std::string(HxBuildInfo_shared_code_manager.buildDate).size(), 23u);
 }

@@ -15,6 +15,15 @@ std::string hex(std::uint32_t word) {
     return text;
 }
 
+// `text` with the package prefix "SharedCodeManager." taken out, to keep the table short.
+std::string withoutPackage(std::string text) {
+    const std::string prefix = "SharedCodeManager.";
+    for (auto at = text.find(prefix); at != std::string::npos; at = text.find(prefix, at)) {
+        text.erase(at, prefix.size());
+    }
+    return text;
+}
+
 // One class of the catalogue as text: the class and its superclass, then its own constructors,
 // methods and properties in publication order.
 std::string describe(const kobj::ClassRecord& record) {
@@ -29,98 +38,99 @@ std::string describe(const kobj::ClassRecord& record) {
         text += "  property " + property->name() + ": " + property->typeText() + " " +
                 hex(property->attributes()) + (property->isReadOnly() ? " read-only" : "") + "\n";
     }
-    return text;
+    return withoutPackage(text);
 }
 
-// The published catalogue, in registration order.
+// The published catalogue, in registration order, without the prefix "SharedCodeManager.".
+// clang-format off
 const std::vector<std::string> kCatalogue = {
-    "SharedCodeManager.Identity < velmor.mixin.Heterogeneous\n"
-    "  method char = getType(SharedCodeManager.Identity)\n"
+    "Identity < velmor.mixin.Heterogeneous\n"
+    "  method char = getType(Identity)\n"
     "  property Checksum: char vector 0x800000\n"
     "  property Type: char vector 0x800800\n",
 
-    "SharedCodeManager.GenericIdentity < SharedCodeManager.Identity\n"
-    "  constructor SharedCodeManager.GenericIdentity = SharedCodeManager.GenericIdentity(char vector, char)\n"
-    "  constructor SharedCodeManager.GenericIdentity = SharedCodeManager.GenericIdentity(char vector)\n"
+    "GenericIdentity < Identity\n"
+    "  constructor GenericIdentity = GenericIdentity(char vector, char)\n"
+    "  constructor GenericIdentity = GenericIdentity(char vector)\n"
     "  property DesiredIdentifier: char vector 0x0\n",
 
-    "SharedCodeManager.BasicUtilityIdentity < SharedCodeManager.Identity\n"
-    "  constructor SharedCodeManager.BasicUtilityIdentity = SharedCodeManager.BasicUtilityIdentity(char)\n"
-    "  constructor SharedCodeManager.BasicUtilityIdentity = SharedCodeManager.BasicUtilityIdentity()\n"
+    "BasicUtilityIdentity < Identity\n"
+    "  constructor BasicUtilityIdentity = BasicUtilityIdentity(char)\n"
+    "  constructor BasicUtilityIdentity = BasicUtilityIdentity()\n"
     "  property UtilityIdentifier: char vector 0x0\n"
     "  property SymbolString: char vector 0x0\n"
     "  property MaximumIdentifierLength: int32 scalar 0x0\n"
     "  property IncludeMaxIdLength: logical scalar 0x800\n",
 
-    "SharedCodeManager.SharedFunctionIdentity < SharedCodeManager.Identity\n"
-    "  constructor SharedCodeManager.SharedFunctionIdentity = SharedCodeManager.SharedFunctionIdentity(uint32 scalar, uint32 scalar, uint32 scalar, uint32 scalar)\n"
-    "  constructor SharedCodeManager.SharedFunctionIdentity = SharedCodeManager.SharedFunctionIdentity()\n"
+    "SharedFunctionIdentity < Identity\n"
+    "  constructor SharedFunctionIdentity = SharedFunctionIdentity(uint32 scalar, uint32 scalar, uint32 scalar, uint32 scalar)\n"
+    "  constructor SharedFunctionIdentity = SharedFunctionIdentity()\n"
     "  property ChecksumElement1: uint32 scalar 0x0\n"
     "  property ChecksumElement2: uint32 scalar 0x0\n"
     "  property ChecksumElement3: uint32 scalar 0x0\n"
     "  property ChecksumElement4: uint32 scalar 0x0\n",
 
-    "SharedCodeManager.SharedTypesDataConstantsIdentity < SharedCodeManager.Identity\n"
+    "SharedTypesDataConstantsIdentity < Identity\n"
     "  property ChecksumElement1: uint32 scalar 0x0\n"
     "  property ChecksumElement2: uint32 scalar 0x0\n"
     "  property ChecksumElement3: uint32 scalar 0x0\n"
     "  property ChecksumElement4: uint32 scalar 0x0\n",
 
-    "SharedCodeManager.SharedConstantsIdentity < SharedCodeManager.SharedTypesDataConstantsIdentity\n"
-    "  constructor SharedCodeManager.SharedConstantsIdentity = SharedCodeManager.SharedConstantsIdentity(uint32 scalar, uint32 scalar, uint32 scalar, uint32 scalar)\n"
-    "  constructor SharedCodeManager.SharedConstantsIdentity = SharedCodeManager.SharedConstantsIdentity()\n",
+    "SharedConstantsIdentity < SharedTypesDataConstantsIdentity\n"
+    "  constructor SharedConstantsIdentity = SharedConstantsIdentity(uint32 scalar, uint32 scalar, uint32 scalar, uint32 scalar)\n"
+    "  constructor SharedConstantsIdentity = SharedConstantsIdentity()\n",
 
-    "SharedCodeManager.SharedTypesIdentity < SharedCodeManager.SharedTypesDataConstantsIdentity\n"
-    "  constructor SharedCodeManager.SharedTypesIdentity = SharedCodeManager.SharedTypesIdentity(uint32 scalar, uint32 scalar, uint32 scalar, uint32 scalar)\n"
-    "  constructor SharedCodeManager.SharedTypesIdentity = SharedCodeManager.SharedTypesIdentity()\n",
+    "SharedTypesIdentity < SharedTypesDataConstantsIdentity\n"
+    "  constructor SharedTypesIdentity = SharedTypesIdentity(uint32 scalar, uint32 scalar, uint32 scalar, uint32 scalar)\n"
+    "  constructor SharedTypesIdentity = SharedTypesIdentity()\n",
 
-    "SharedCodeManager.SharedDataIdentity < SharedCodeManager.SharedTypesDataConstantsIdentity\n"
-    "  constructor SharedCodeManager.SharedDataIdentity = SharedCodeManager.SharedDataIdentity(uint32 scalar, uint32 scalar, uint32 scalar, uint32 scalar)\n"
-    "  constructor SharedCodeManager.SharedDataIdentity = SharedCodeManager.SharedDataIdentity()\n",
+    "SharedDataIdentity < SharedTypesDataConstantsIdentity\n"
+    "  constructor SharedDataIdentity = SharedDataIdentity(uint32 scalar, uint32 scalar, uint32 scalar, uint32 scalar)\n"
+    "  constructor SharedDataIdentity = SharedDataIdentity()\n",
 
-    "SharedCodeManager.SharedCodeManagerInterface < velmor.mixin.Heterogeneous\n"
-    "  constructor SharedCodeManager.SharedCodeManagerInterface = SharedCodeManager.SharedCodeManagerInterface(char)\n"
-    "  method SharedCodeManager.Data = retrieveData(SharedCodeManager.SharedCodeManagerInterface, SharedCodeManager.Identity)\n"
-    "  method SharedCodeManager.Identity vector = retrieveAllIdentities(SharedCodeManager.SharedCodeManagerInterface, char vector)\n"
-    "  method SharedCodeManager.Data vector = retrieveAllData(SharedCodeManager.SharedCodeManagerInterface, char vector)\n"
-    "  method char vector = registerData(SharedCodeManager.SharedCodeManagerInterface, SharedCodeManager.Identity, SharedCodeManager.Data)\n"
-    "  method char vector = registerDataUsingCaching(SharedCodeManager.SharedCodeManagerInterface, SharedCodeManager.Identity, SharedCodeManager.Data)\n"
-    "  method char vector = registerDataArray(SharedCodeManager.SharedCodeManagerInterface, SharedCodeManager.Identity vector, SharedCodeManager.Data vector)\n"
-    "  method char vector = finalize(SharedCodeManager.SharedCodeManagerInterface)\n"
-    "  method SharedCodeManager.Identity = retrieveIdentityForName(SharedCodeManager.SharedCodeManagerInterface, char vector, char)\n"
-    "  method SharedCodeManager.Data = retrieveDataForName(SharedCodeManager.SharedCodeManagerInterface, char vector, char)\n",
+    "SharedCodeManagerInterface < velmor.mixin.Heterogeneous\n"
+    "  constructor SharedCodeManagerInterface = SharedCodeManagerInterface(char)\n"
+    "  method Data = retrieveData(SharedCodeManagerInterface, Identity)\n"
+    "  method Identity vector = retrieveAllIdentities(SharedCodeManagerInterface, char vector)\n"
+    "  method Data vector = retrieveAllData(SharedCodeManagerInterface, char vector)\n"
+    "  method char vector = registerData(SharedCodeManagerInterface, Identity, Data)\n"
+    "  method char vector = registerDataUsingCaching(SharedCodeManagerInterface, Identity, Data)\n"
+    "  method char vector = registerDataArray(SharedCodeManagerInterface, Identity vector, Data vector)\n"
+    "  method char vector = finalize(SharedCodeManagerInterface)\n"
+    "  method Identity = retrieveIdentityForName(SharedCodeManagerInterface, char vector, char)\n"
+    "  method Data = retrieveDataForName(SharedCodeManagerInterface, char vector, char)\n",
 
-    "SharedCodeManager.SharedUtilityInterface < SharedCodeManager.SharedCodeManagerInterface\n"
-    "  constructor SharedCodeManager.SharedUtilityInterface = SharedCodeManager.SharedUtilityInterface(char)\n",
+    "SharedUtilityInterface < SharedCodeManagerInterface\n"
+    "  constructor SharedUtilityInterface = SharedUtilityInterface(char)\n",
 
-    "SharedCodeManager.SharedFunctionInterface < SharedCodeManager.SharedCodeManagerInterface\n"
-    "  constructor SharedCodeManager.SharedFunctionInterface = SharedCodeManager.SharedFunctionInterface(char)\n",
+    "SharedFunctionInterface < SharedCodeManagerInterface\n"
+    "  constructor SharedFunctionInterface = SharedFunctionInterface(char)\n",
 
-    "SharedCodeManager.SharedTypesInterface < SharedCodeManager.SharedCodeManagerInterface\n"
-    "  constructor SharedCodeManager.SharedTypesInterface = SharedCodeManager.SharedTypesInterface(char)\n",
+    "SharedTypesInterface < SharedCodeManagerInterface\n"
+    "  constructor SharedTypesInterface = SharedTypesInterface(char)\n",
 
-    "SharedCodeManager.SharedConstantsInterface < SharedCodeManager.SharedCodeManagerInterface\n"
-    "  constructor SharedCodeManager.SharedConstantsInterface = SharedCodeManager.SharedConstantsInterface(char)\n"
+    "SharedConstantsInterface < SharedCodeManagerInterface\n"
+    "  constructor SharedConstantsInterface = SharedConstantsInterface(char)\n"
     "  property getAllConstantsNames: cell 0x0 read-only\n",
 
-    "SharedCodeManager.SharedDataInterface < SharedCodeManager.SharedCodeManagerInterface\n"
-    "  constructor SharedCodeManager.SharedDataInterface = SharedCodeManager.SharedDataInterface(char)\n",
+    "SharedDataInterface < SharedCodeManagerInterface\n"
+    "  constructor SharedDataInterface = SharedDataInterface(char)\n",
 
-    "SharedCodeManager.Data < velmor.mixin.Heterogeneous\n"
-    "  constructor SharedCodeManager.Data = SharedCodeManager.Data()\n"
-    "  constructor SharedCodeManager.Data = SharedCodeManager.Data(char)\n"
+    "Data < velmor.mixin.Heterogeneous\n"
+    "  constructor Data = Data()\n"
+    "  constructor Data = Data(char)\n"
     "  property Name: char vector 0x0\n",
 
-    "SharedCodeManager.GenericData < SharedCodeManager.Data\n"
-    "  constructor SharedCodeManager.GenericData = SharedCodeManager.GenericData(char)\n"
-    "  constructor SharedCodeManager.GenericData = SharedCodeManager.GenericData()\n"
+    "GenericData < Data\n"
+    "  constructor GenericData = GenericData(char)\n"
+    "  constructor GenericData = GenericData()\n"
     "  property Identifier: char vector 0x0\n",
 
-    "SharedCodeManager.BasicUtilityData < SharedCodeManager.Data\n"
-    "  constructor SharedCodeManager.BasicUtilityData = SharedCodeManager.BasicUtilityData()\n"
-    "  constructor SharedCodeManager.BasicUtilityData = SharedCodeManager.BasicUtilityData(char)\n"
-    "  constructor SharedCodeManager.BasicUtilityData = SharedCodeManager.BasicUtilityData(char, char)\n"
-    "  method cell = getTraceabilityForModel(SharedCodeManager.BasicUtilityData, char)\n"
+    "BasicUtilityData < Data\n"
+    "  constructor BasicUtilityData = BasicUtilityData()\n"
+    "  constructor BasicUtilityData = BasicUtilityData(char)\n"
+    "  constructor BasicUtilityData = BasicUtilityData(char, char)\n"
+    "  method cell = getTraceabilityForModel(BasicUtilityData, char)\n"
     "  property Identifier: char vector 0x0\n"
     "  property NameWithEncodings: char vector 0x0\n"
     "  property ModelNames: cell 0x0\n"
@@ -129,7 +139,7 @@ const std::vector<std::string> kCatalogue = {
     "  property Children: cell 0x0\n"
     "  property Traceability: cell 0x0\n",
 
-    "SharedCodeManager.SharedTypesDataConstantsData < SharedCodeManager.Data\n"
+    "SharedTypesDataConstantsData < Data\n"
     "  property Kind: char vector 0x0\n"
     "  property MangleName: char vector 0x0\n"
     "  property FileName: char vector 0x0\n"
@@ -137,24 +147,24 @@ const std::vector<std::string> kCatalogue = {
     "  property Dependencies: char vector 0x0\n"
     "  property DependentBuiltIn: logical scalar 0x0\n",
 
-    "SharedCodeManager.SharedFunctionData < SharedCodeManager.Data\n"
-    "  constructor SharedCodeManager.SharedFunctionData = SharedCodeManager.SharedFunctionData(char, char)\n"
-    "  constructor SharedCodeManager.SharedFunctionData = SharedCodeManager.SharedFunctionData()\n"
+    "SharedFunctionData < Data\n"
+    "  constructor SharedFunctionData = SharedFunctionData(char, char)\n"
+    "  constructor SharedFunctionData = SharedFunctionData()\n"
     "  property FunctionName: char vector 0x0\n"
     "  property FileName: char vector 0x0\n",
 
-    "SharedCodeManager.MultiWordFcnData < SharedCodeManager.Data\n"
-    "  constructor SharedCodeManager.MultiWordFcnData = SharedCodeManager.MultiWordFcnData(char)\n"
-    "  constructor SharedCodeManager.MultiWordFcnData = SharedCodeManager.MultiWordFcnData()\n"
+    "MultiWordFcnData < Data\n"
+    "  constructor MultiWordFcnData = MultiWordFcnData(char)\n"
+    "  constructor MultiWordFcnData = MultiWordFcnData()\n"
     "  property MultiWordFunctions: cell 0x0\n",
 
-    "SharedCodeManager.SharedTypesData < SharedCodeManager.SharedTypesDataConstantsData\n"
-    "  constructor SharedCodeManager.SharedTypesData = SharedCodeManager.SharedTypesData(char)\n"
-    "  constructor SharedCodeManager.SharedTypesData = SharedCodeManager.SharedTypesData()\n",
+    "SharedTypesData < SharedTypesDataConstantsData\n"
+    "  constructor SharedTypesData = SharedTypesData(char)\n"
+    "  constructor SharedTypesData = SharedTypesData()\n",
 
-    "SharedCodeManager.SharedData < SharedCodeManager.SharedTypesDataConstantsData\n"
-    "  constructor SharedCodeManager.SharedData = SharedCodeManager.SharedData(char)\n"
-    "  constructor SharedCodeManager.SharedData = SharedCodeManager.SharedData()\n"
+    "SharedData < SharedTypesDataConstantsData\n"
+    "  constructor SharedData = SharedData(char)\n"
+    "  constructor SharedData = SharedData()\n"
     "  property AliasedType: char vector 0x0\n"
     "  property CSCComment: char vector 0x0\n"
     "  property CSCName: char vector 0x0\n"
@@ -165,9 +175,9 @@ const std::vector<std::string> kCatalogue = {
     "  property MemSecPostPragma: int32 scalar 0x0\n"
     "  property MemSecPrePragma: int32 scalar 0x0\n",
 
-    "SharedCodeManager.SharedConstantsData < SharedCodeManager.SharedTypesDataConstantsData\n"
-    "  constructor SharedCodeManager.SharedConstantsData = SharedCodeManager.SharedConstantsData(char)\n"
-    "  constructor SharedCodeManager.SharedConstantsData = SharedCodeManager.SharedConstantsData()\n"
+    "SharedConstantsData < SharedTypesDataConstantsData\n"
+    "  constructor SharedConstantsData = SharedConstantsData(char)\n"
+    "  constructor SharedConstantsData = SharedConstantsData()\n"
     "  property InitialString: char vector 0x0\n"
     "  property ParameterPrefix: char vector 0x0\n"
     "  property Width: char vector 0x0\n"
@@ -176,6 +186,7 @@ const std::vector<std::string> kCatalogue = {
     "  property IsMultiword: logical scalar 0x0\n"
     "  property GenerateConstant: logical scalar 0x0\n",
 };
+// clang-format on
 
 TEST(PublishingCatalogueTest, EveryClassIsPublishedExactlyAsSpecified) {
     HxInitialize_shared_code_manager();

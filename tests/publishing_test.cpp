@@ -32,7 +32,6 @@ std::vector<std::string> textsOf(const qaArray& value) {
     return texts;
 }
 
-
 // The library object of a value of `className`, borrowed.
 template <class T>
 T* objectOf(const qaArray& value, const char* className) {
@@ -58,9 +57,11 @@ TEST_F(PublishingTest, ChecksumPropertyGivesTheWorkedValues) {
                                        {u32(1), u32(2), u32(3), u32(4)});
     EXPECT_EQ(kobj::getProperty(function, "Checksum").text(), "U4NdP7g6UUORzSSeCh2CSC");
     EXPECT_EQ(kobj::getProperty(kobj::construct("SharedCodeManager.SharedConstantsIdentity", {}),
-                                "Checksum").text(),
+                                "Checksum")
+                  .text(),
               "r0D0lO5YFYuzQLWx4FCVRC");
-    qaArray generic = kobj::construct("SharedCodeManager.GenericIdentity", {text("SCM_SHARED_TYPES")});
+    qaArray generic =
+        kobj::construct("SharedCodeManager.GenericIdentity", {text("SCM_SHARED_TYPES")});
     EXPECT_EQ(kobj::getProperty(generic, "Checksum").text(), "UZNV6GSDjNHqUjgyPa3PcG");
 
     kobj::setProperty(function, "Checksum", text("stored"));
@@ -120,7 +121,8 @@ TEST_F(PublishingTest, KindReadsBackAsItsTextExceptOthers) {
 }
 
 TEST_F(PublishingTest, TraceabilityPropertyAddsAndTheQueryFiltersByModel) {
-    qaArray utility = kobj::construct("SharedCodeManager.BasicUtilityData", {text("n"), text("id")});
+    qaArray utility =
+        kobj::construct("SharedCodeManager.BasicUtilityData", {text("n"), text("id")});
     kobj::setProperty(utility, "Traceability", cell({"m10:b", "m1:a"}));
     kobj::setProperty(utility, "Traceability", cell({"m2:c"}));
     EXPECT_EQ(textsOf(kobj::getProperty(utility, "Traceability")),
@@ -130,7 +132,8 @@ TEST_F(PublishingTest, TraceabilityPropertyAddsAndTheQueryFiltersByModel) {
     EXPECT_EQ(textsOf(forM1), (std::vector<std::string>{"m1:a"}));
 
     kobj::setProperty(utility, "Traceability", cell({"m1"}));
-    EXPECT_THROW(kobj::callMethod(utility, "getTraceabilityForModel", {text("m1")}), std::out_of_range)
+    EXPECT_THROW(kobj::callMethod(utility, "getTraceabilityForModel", {text("m1")}),
+                 std::out_of_range)
         << "the library's own exception passes through";
 }
 
@@ -158,9 +161,8 @@ TEST_F(PublishingTest, SharedCommonDataFindsItsPublishedClass) {
     EXPECT_EQ(kobj::classOf(value).name(), "SharedCodeManager.SharedTypesDataConstantsData");
     EXPECT_EQ(tv::mi::Handle::fromScriptValue(value, "SharedCodeManager.Data"), &common);
     EXPECT_EQ(kobj::getProperty(value, "Name").text(), "common");
-    EXPECT_EQ(errorIdentifier([] {
-                  kobj::construct("SharedCodeManager.SharedTypesDataConstantsData", {});
-              }),
+    EXPECT_EQ(errorIdentifier(
+                  [] { kobj::construct("SharedCodeManager.SharedTypesDataConstantsData", {}); }),
               "kobj:abstractClass");
 }
 
@@ -182,7 +184,8 @@ protected:
         return kobj::construct("SharedCodeManager.BasicUtilityIdentity", {text(identifier)});
     }
     static qaArray utilityData(const std::string& name, const std::string& identifier) {
-        qaArray data = kobj::construct("SharedCodeManager.BasicUtilityData", {text(name), text(identifier)});
+        qaArray data =
+            kobj::construct("SharedCodeManager.BasicUtilityData", {text(name), text(identifier)});
         kobj::setProperty(data, "Name", text(name));
         return data;
     }
@@ -192,16 +195,19 @@ protected:
 };
 
 TEST_F(PublishedFacadeTest, RegisterDataIsTheDirectRoadAndUsingCachingTheCachedOne) {
-    EXPECT_EQ(call("registerData", {utilityIdentity("a"), utilityData("a", "id")}).text(), "IS_REGISTERED");
+    EXPECT_EQ(call("registerData", {utilityIdentity("a"), utilityData("a", "id")}).text(),
+              "IS_REGISTERED");
     EXPECT_EQ(backend_->storedCount(), 1u);
     EXPECT_EQ(call("registerData", {utilityIdentity("a"), utilityData("a", "other")}).text(),
               "IS_PRESENT_ERROR");
-    EXPECT_EQ(call("registerDataUsingCaching", {utilityIdentity("b"), utilityData("b", "id")}).text(),
-              "WILL_BE_REGISTERED");
+    EXPECT_EQ(
+        call("registerDataUsingCaching", {utilityIdentity("b"), utilityData("b", "id")}).text(),
+        "WILL_BE_REGISTERED");
     EXPECT_EQ(backend_->cachedCount(), 1u);
     TvFeature::setValue("UseVrexCache", 0);
-    EXPECT_EQ(call("registerDataUsingCaching", {utilityIdentity("c"), utilityData("c", "id")}).text(),
-              "IS_REGISTERED");
+    EXPECT_EQ(
+        call("registerDataUsingCaching", {utilityIdentity("c"), utilityData("c", "id")}).text(),
+        "IS_REGISTERED");
     EXPECT_EQ(call("finalize", {}).text(), "IS_REGISTERED");
     EXPECT_EQ(backend_->storedCount(), 3u);
     EXPECT_EQ(call("registerData", {qaArray(), utilityData("d", "id")}).text(), "IS_EMPTY")
@@ -210,9 +216,14 @@ TEST_F(PublishedFacadeTest, RegisterDataIsTheDirectRoadAndUsingCachingTheCachedO
 
 TEST_F(PublishedFacadeTest, ArgumentsOfTheWrongClassAreRefused) {
     const qaArray data = utilityData("a", "id");
-    EXPECT_EQ(errorIdentifier([&] { call("registerData", {data, data}); }), "kobj:errorMustBeObject");
-    EXPECT_EQ(errorIdentifier([&] { call("retrieveData", {text("a")}); }), "kobj:errorMustBeObject");
-    EXPECT_EQ(errorIdentifier([&] { call("retrieveAllData", {u32(2)}); }), "kobj:errorMustBeString");
+    EXPECT_EQ(errorIdentifier([&] {
+                  call("registerData", {data, data});
+              }),
+              "kobj:errorMustBeObject");
+    EXPECT_EQ(errorIdentifier([&] { call("retrieveData", {text("a")}); }),
+              "kobj:errorMustBeObject");
+    EXPECT_EQ(errorIdentifier([&] { call("retrieveAllData", {u32(2)}); }),
+              "kobj:errorMustBeString");
     EXPECT_EQ(backend_->storedCount(), 0u);
 }
 
@@ -251,15 +262,18 @@ TEST_F(PublishedFacadeTest, DataByNameFromTheWriteCacheReachesTheScriptAsACopy) 
 }
 
 TEST_F(PublishedFacadeTest, ListingsBecomeObjectArraysThatSettleTheirClass) {
-    call("registerData", {kobj::construct("SharedCodeManager.SharedDataIdentity", {u32(1), u32(1), u32(1), u32(1)}),
-                          kobj::construct("SharedCodeManager.SharedData", {text("one")})});
-    call("registerData", {kobj::construct("SharedCodeManager.SharedDataIdentity", {u32(2), u32(2), u32(2), u32(2)}),
-                          kobj::construct("SharedCodeManager.SharedData", {text("two")})});
+    call("registerData",
+         {kobj::construct("SharedCodeManager.SharedDataIdentity", {u32(1), u32(1), u32(1), u32(1)}),
+          kobj::construct("SharedCodeManager.SharedData", {text("one")})});
+    call("registerData",
+         {kobj::construct("SharedCodeManager.SharedDataIdentity", {u32(2), u32(2), u32(2), u32(2)}),
+          kobj::construct("SharedCodeManager.SharedData", {text("two")})});
     const qaArray identities = call("retrieveAllIdentities", {text("SCM_SHARED_DATA")});
     EXPECT_EQ(identities.cols(), 2u);
     EXPECT_EQ(identities.className(), "SharedCodeManager.SharedDataIdentity");
 
-    call("registerData", {kobj::construct("SharedCodeManager.GenericIdentity", {text("SCM_SHARED_DATA"), text("g")}),
+    call("registerData", {kobj::construct("SharedCodeManager.GenericIdentity",
+                                          {text("SCM_SHARED_DATA"), text("g")}),
                           kobj::construct("SharedCodeManager.GenericData", {text("g")})});
     const qaArray mixed = call("retrieveAllIdentities", {text("SCM_SHARED_DATA")});
     EXPECT_EQ(mixed.cols(), 3u);
@@ -280,22 +294,27 @@ TEST_F(PublishedFacadeTest, UnknownCategoryNameListsUtilities) {
 
 TEST_F(PublishedFacadeTest, BatchRegistersUntilTheFirstMissingRecordThenThrows) {
     TvFeature::setValue("UseVrexCache", 0);
-    const qaArray identities = kobj::ownedObjectRow(
-        std::vector<SCMIdentity*>{new SCMBasicUtilityIdentity("a"), new SCMBasicUtilityIdentity("b")},
-        "SharedCodeManager.Identity");
-    const qaArray records =
-        kobj::ownedObjectRow(std::vector<SCMData*>{new SCMBasicUtilityData("a")}, "SharedCodeManager.Data");
+    const qaArray identities =
+        kobj::ownedObjectRow(std::vector<SCMIdentity*>{new SCMBasicUtilityIdentity("a"),
+                                                       new SCMBasicUtilityIdentity("b")},
+                             "SharedCodeManager.Identity");
+    const qaArray records = kobj::ownedObjectRow(
+        std::vector<SCMData*>{new SCMBasicUtilityData("a")}, "SharedCodeManager.Data");
     EXPECT_THROW(call("registerDataArray", {identities, records}), std::out_of_range);
     EXPECT_EQ(backend_->storedCount(), 1u);
-    EXPECT_EQ(call("registerDataArray", {kobj::ownedObjectRow(std::vector<SCMIdentity*>{}, "SharedCodeManager.Identity"),
-                                         qaArray()}).text(),
+    EXPECT_EQ(call("registerDataArray",
+                   {kobj::ownedObjectRow(std::vector<SCMIdentity*>{}, "SharedCodeManager.Identity"),
+                    qaArray()})
+                  .text(),
               "WILL_BE_REGISTERED");
 }
 
 TEST_F(PublishedFacadeTest, ConstantsNamesAreAReadOnlyProperty) {
-    call("registerData", {kobj::construct("SharedCodeManager.SharedConstantsIdentity", {u32(1), u32(0), u32(0), u32(0)}),
+    call("registerData", {kobj::construct("SharedCodeManager.SharedConstantsIdentity",
+                                          {u32(1), u32(0), u32(0), u32(0)}),
                           kobj::construct("SharedCodeManager.SharedConstantsData", {text("K1")})});
-    call("registerData", {kobj::construct("SharedCodeManager.SharedConstantsIdentity", {u32(2), u32(0), u32(0), u32(0)}),
+    call("registerData", {kobj::construct("SharedCodeManager.SharedConstantsIdentity",
+                                          {u32(2), u32(0), u32(0), u32(0)}),
                           kobj::construct("SharedCodeManager.SharedConstantsData", {text("K1")})});
     const qaArray facade = facade_.toScriptValue();
     EXPECT_EQ(textsOf(kobj::getProperty(facade, "getAllConstantsNames")),
@@ -311,7 +330,8 @@ TEST(PublishedFacadeWithoutStoreTest, AnswersAsForAMissingStore) {
     const qaArray value = facade.toScriptValue();
     const qaArray identity = kobj::construct("SharedCodeManager.BasicUtilityIdentity", {text("a")});
     const qaArray data = kobj::construct("SharedCodeManager.BasicUtilityData", {});
-    EXPECT_EQ(kobj::callMethod(value, "registerData", {identity, data}).text(), "IS_TRANSACTION_ERROR");
+    EXPECT_EQ(kobj::callMethod(value, "registerData", {identity, data}).text(),
+              "IS_TRANSACTION_ERROR");
     EXPECT_EQ(kobj::callMethod(value, "retrieveData", {identity}).numel(), 0u);
 
     // A facade made by a script on a file that cannot be a registry has no store either.

@@ -5,7 +5,8 @@
 namespace kobj {
 
 COSClassInfo::COSClassInfo(std::string shortName, std::string description)
-    : shortName_(std::move(shortName)), description_(std::move(description)),
+    : shortName_(std::move(shortName)),
+      description_(std::move(description)),
       publishedName_(shortName_) {}
 
 COSClassInfo::~COSClassInfo() = default;

@@ -49,8 +49,9 @@ void ClassRecord::link(const ClassRecord* superclass) {
         methodIndex_ = superclass->methodIndex_;
     }
     for (const auto& property : properties_) {
-        auto inherited = std::find_if(allProperties_.begin(), allProperties_.end(),
-                                      [&](const COSPropInfo* p) { return p->name() == property->name(); });
+        auto inherited =
+            std::find_if(allProperties_.begin(), allProperties_.end(),
+                         [&](const COSPropInfo* p) { return p->name() == property->name(); });
         if (inherited != allProperties_.end()) {
             *inherited = property.get();  // a redefinition keeps the inherited position
         } else {

@@ -107,8 +107,8 @@ const ClassRecord& ClassRegistry::publish(COSClassInfo& classInfo) {
     }
     publishing_.push_back(&classInfo);
     try {
-        auto record = std::make_unique<ClassRecord>(classInfo.publishedName(),
-                                                    classInfo.description());
+        auto record =
+            std::make_unique<ClassRecord>(classInfo.publishedName(), classInfo.description());
         factory::ClassBuilder builder(*record);
         classInfo.publish(builder);
         if (record->superclassName_.empty()) record->superclassName_ = root_.name();

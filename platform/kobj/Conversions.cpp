@@ -41,7 +41,8 @@ bool logicalFrom(const qaArray& value) {
 std::int32_t int32From(const qaArray& value) {
     if (value.kind() == qaArray::Kind::Int32) return value.int32Value();
     if (value.kind() == qaArray::Kind::UInt32 &&
-        value.uint32Value() <= static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max())) {
+        value.uint32Value() <=
+            static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max())) {
         return static_cast<std::int32_t>(value.uint32Value());
     }
     throw errorMustBeInt32Scalar(value);
@@ -79,8 +80,8 @@ std::vector<tv::mi::Handle*> objectsFrom(const qaArray& value, const std::string
     objects.reserve(value.numel());
     for (const qaArray::ObjectPtr& element : value.objects()) {
         if (element == nullptr || !registry.isInstanceOf(*element, className)) {
-            std::string found = element == nullptr ? "an absent element"
-                                                   : element->getFullyQualifiedKobjTypeName();
+            std::string found =
+                element == nullptr ? "an absent element" : element->getFullyQualifiedKobjTypeName();
             throw errorMustBeObject(className, found, objects.size());
         }
         objects.push_back(element.get());

@@ -96,7 +96,8 @@ struct Converter<T*, std::enable_if_t<std::is_base_of_v<tv::mi::Handle, T>>> {
         tv::mi::Handle* object = objectFrom(value, objectClassOf(typeText));
         if (object == nullptr) return nullptr;
         T* typed = dynamic_cast<T*>(object);
-        if (typed == nullptr) throw errorMustBeObject(typeText, object->getFullyQualifiedKobjTypeName());
+        if (typed == nullptr)
+            throw errorMustBeObject(typeText, object->getFullyQualifiedKobjTypeName());
         return typed;
     }
 };

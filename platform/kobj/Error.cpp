@@ -4,8 +4,7 @@
 
 namespace kobj {
 
-Error::Error(std::string identifier, const std::string& message,
-             std::optional<std::size_t> index)
+Error::Error(std::string identifier, const std::string& message, std::optional<std::size_t> index)
     : std::runtime_error(message), identifier_(std::move(identifier)), index_(index) {}
 
 std::string describeValue(const qaArray& value) {
@@ -17,8 +16,7 @@ namespace {
 
 // "Value must be <expected>; it is <value>."
 Error valueError(const char* identifier, const std::string& expected, const qaArray& value) {
-    return Error(identifier,
-                 "Value must be " + expected + "; it is " + describeValue(value) + ".");
+    return Error(identifier, "Value must be " + expected + "; it is " + describeValue(value) + ".");
 }
 
 }  // namespace
@@ -57,8 +55,7 @@ Error errorMustBeObject(const std::string& className, const std::string& found,
     std::string subject =
         index ? "Element " + std::to_string(*index) + " of the object array" : "Value";
     return Error("kobj:errorMustBeObject",
-                 subject + " must be an object of class " + className + "; it is " + found +
-                     ".",
+                 subject + " must be an object of class " + className + "; it is " + found + ".",
                  index);
 }
 

@@ -6,7 +6,9 @@ namespace {
 
 const char kHexDigits[] = "0123456789abcdef";
 
-bool isPlain(unsigned char byte) { return byte >= 0x20 && byte < 0x7f && byte != '"' && byte != '\\'; }
+bool isPlain(unsigned char byte) {
+    return byte >= 0x20 && byte < 0x7f && byte != '"' && byte != '\\';
+}
 
 void appendEscape(std::string& out, unsigned char byte) {
     switch (byte) {

@@ -22,16 +22,16 @@ Error noMatchingConstructor(const ClassRecord& record, const std::vector<qaArray
     for (const auto& constructor : record.constructors()) {
         signatures += "\n  " + constructor->signature().toString(record.name());
     }
-    return Error("kobj:noMatchingConstructor", "No constructor of " + record.name() +
-                                                   " accepts " + describeArguments(arguments) +
+    return Error("kobj:noMatchingConstructor", "No constructor of " + record.name() + " accepts " +
+                                                   describeArguments(arguments) +
                                                    ". Its constructors are:" + signatures);
 }
 
 const COSPropInfo& propertyOf(const ClassRecord& record, const std::string& name) {
     const COSPropInfo* property = record.findProperty(name);
     if (property == nullptr) {
-        throw Error("kobj:unknownProperty", "Class " + record.name() + " has no property " +
-                                                name + ".");
+        throw Error("kobj:unknownProperty",
+                    "Class " + record.name() + " has no property " + name + ".");
     }
     return *property;
 }
@@ -91,7 +91,8 @@ qaArray callMethod(const qaArray& object, const std::string& name,
     const ClassRecord& record = classOf(object);
     const factory::KobjMethod* method = record.findMethod(name);
     if (method == nullptr) {
-        throw Error("kobj:unknownMethod", "Class " + record.name() + " has no method " + name + ".");
+        throw Error("kobj:unknownMethod",
+                    "Class " + record.name() + " has no method " + name + ".");
     }
     ObjectUse use(self);
     return method->invoke(self, arguments);

@@ -18,8 +18,8 @@ namespace kobj {
 namespace {
 
 Error notEncodable(const ClassRecord& record, const std::string& why) {
-    return Error("kobj:notEncodable", "Objects of class " + record.name() + " cannot be encoded: " +
-                                          why + ".");
+    return Error("kobj:notEncodable",
+                 "Objects of class " + record.name() + " cannot be encoded: " + why + ".");
 }
 
 void appendCells(std::string& text, const std::vector<qaArray>& cells, const ClassRecord& record,
@@ -27,7 +27,8 @@ void appendCells(std::string& text, const std::vector<qaArray>& cells, const Cla
     text += '[';
     for (std::size_t i = 0; i < cells.size(); ++i) {
         if (cells[i].kind() != qaArray::Kind::Char) {
-            throw notEncodable(record, "property " + property.name() + " holds a cell that is not text");
+            throw notEncodable(record,
+                               "property " + property.name() + " holds a cell that is not text");
         }
         if (i != 0) text += ',';
         json::appendString(text, cells[i].text());
@@ -57,8 +58,8 @@ void restoreProperties(tv::mi::Handle& object, const ClassRecord& record,
     for (const auto& [name, value] : encoded.properties) {
         const COSPropInfo* property = record.findProperty(name);
         if (property == nullptr) {
-            throw Error("kobj:unknownProperty", "Class " + record.name() + " has no property " +
-                                                    name + ".");
+            throw Error("kobj:unknownProperty",
+                        "Class " + record.name() + " has no property " + name + ".");
         }
         if (attributes::isDependent(property->attributes())) {
             dependent.emplace_back(property, &value);
@@ -115,9 +116,7 @@ std::string encodeObject(const qaArray& value) {
     return text;
 }
 
-qaArray decodeObject(const std::string& text) {
-    return decodeObject(text, kHeterogeneousRootName);
-}
+qaArray decodeObject(const std::string& text) { return decodeObject(text, kHeterogeneousRootName); }
 
 qaArray decodeObject(const std::string& text, const std::string& requiredClass) {
     EncodedObject encoded;

@@ -8,8 +8,8 @@ const std::string kVectorSuffix = " vector";
 
 bool endsWithVector(const std::string& text) {
     return text.size() > kVectorSuffix.size() &&
-           text.compare(text.size() - kVectorSuffix.size(), kVectorSuffix.size(),
-                        kVectorSuffix) == 0;
+           text.compare(text.size() - kVectorSuffix.size(), kVectorSuffix.size(), kVectorSuffix) ==
+               0;
 }
 
 std::string joined(const std::vector<std::string>& parts) {

@@ -35,7 +35,8 @@ using SharedDataInterface = PublishedClass<&SCM::publishSharedDataInterface>;
 using SCMData = PublishedClass<&SCM::publishSCMData>;
 using SCMGenericData = PublishedClass<&SCM::publishSCMGenericData>;
 using SCMBasicUtilityData = PublishedClass<&SCM::publishSCMBasicUtilityData>;
-using SCMSharedTypesDataConstantsData = PublishedClass<&SCM::publishSCMSharedTypesDataConstantsData>;
+using SCMSharedTypesDataConstantsData =
+    PublishedClass<&SCM::publishSCMSharedTypesDataConstantsData>;
 using SCMSharedFunctionData = PublishedClass<&SCM::publishSCMSharedFunctionData>;
 using SCMMultiWordFcnData = PublishedClass<&SCM::publishSCMMultiWordFcnData>;
 using SCMSharedTypesData = PublishedClass<&SCM::publishSCMSharedTypesData>;

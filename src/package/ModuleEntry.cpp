@@ -30,8 +30,8 @@ void HxInitialize_shared_code_manager() {
 void HxTerminate_shared_code_manager() {
     if (terminated) return;
     terminated = true;
-    kobj::COSPackageInterface package = kobj::COSPackage::getPackageInterface(
-        SCM::SharedCodeManagerPackage::kName);
+    kobj::COSPackageInterface package =
+        kobj::COSPackage::getPackageInterface(SCM::SharedCodeManagerPackage::kName);
     if (package) package.release(kobj::COSGetPublicClient());
 }
 

@@ -42,7 +42,8 @@ void SharedCodeManagerPackage::loadClassList(kobj::PackageRegistrar& registrar) 
     addClass<mi::SCMData>(registrar, "Data", "Data");
     addClass<mi::SCMGenericData>(registrar, "GenericData", "Data");
     addClass<mi::SCMBasicUtilityData>(registrar, "BasicUtilityData", "Data");
-    addClass<mi::SCMSharedTypesDataConstantsData>(registrar, "SharedTypesDataConstantsData", "Data");
+    addClass<mi::SCMSharedTypesDataConstantsData>(registrar, "SharedTypesDataConstantsData",
+                                                  "Data");
     addClass<mi::SCMSharedFunctionData>(registrar, "SharedFunctionData", "Data");
     addClass<mi::SCMMultiWordFcnData>(registrar, "MultiWordFcnData", "Data");
     addClass<mi::SCMSharedTypesData>(registrar, "SharedTypesData", "Data");

@@ -46,8 +46,8 @@ void MemoryDataAdapter::getAllDataValues(SCMTypes type, std::vector<SCMData*>& o
 
 SCMRegistry MemoryDataAdapter::cacheValue(SCMIdentity* identity, SCMData* data) {
     if (identity == nullptr || data == nullptr) return IS_EMPTY;
-    cached_.push_back({std::unique_ptr<SCMIdentity>(identity->clone()),
-                       std::unique_ptr<SCMData>(data->clone())});
+    cached_.push_back(
+        {std::unique_ptr<SCMIdentity>(identity->clone()), std::unique_ptr<SCMData>(data->clone())});
     return WILL_BE_REGISTERED;
 }
 
@@ -68,8 +68,8 @@ void MemoryDataAdapter::insertValue(SCMIdentity* identity, SCMData* data, SCMReg
         outcome = present->data->update(data);
         return;
     }
-    stored_.push_back({std::unique_ptr<SCMIdentity>(identity->clone()),
-                       std::unique_ptr<SCMData>(data->clone())});
+    stored_.push_back(
+        {std::unique_ptr<SCMIdentity>(identity->clone()), std::unique_ptr<SCMData>(data->clone())});
     outcome = IS_REGISTERED;
 }
 

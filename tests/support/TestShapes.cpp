@@ -49,13 +49,12 @@ void publishCircle(ClassBuilder& builder) {
     circle.addCustomMethod("scaled", {"kobjtest.Circle"}, {"uint32 scalar"},
                            [](Circle& self, const kobj::factory::Arguments& arguments) {
                                return kobj::ownedObject(
-                                   self.scaled(arguments.get<std::uint32_t>(0)),
-                                   "kobjtest.Circle");
+                                   self.scaled(arguments.get<std::uint32_t>(0)), "kobjtest.Circle");
                            });
     circle.addProperty("Radius", "uint32 scalar", 0, &Circle::getRadius, &Circle::setRadius);
     circle.addProperty("Offset", "int32 scalar", 0, &Circle::getOffset, &Circle::setOffset);
-    circle.addProperty("Filled", "logical scalar", kobj::attributes::kHidden,
-                       &Circle::getFilled, &Circle::setFilled);
+    circle.addProperty("Filled", "logical scalar", kobj::attributes::kHidden, &Circle::getFilled,
+                       &Circle::setFilled);
     circle.addProperty("Tags", "cell", 0, &Circle::getTags, &Circle::setTags);
     circle.addReadOnlyProperty("Diameter", "uint32 scalar", 0, &Circle::getDiameter);
 }

@@ -35,7 +35,8 @@ void ClassBuilder::addConstructor(std::unique_ptr<impl::KobjConstructor> constru
 
 void ClassBuilder::addMethod(std::unique_ptr<KobjMethod> method) {
     if (hasMember(record_.methods_, method->name())) {
-        throw std::logic_error(record_.name_ + " publishes the method " + method->name() + " twice");
+        throw std::logic_error(record_.name_ + " publishes the method " + method->name() +
+                               " twice");
     }
     record_.methods_.push_back(std::move(method));
 }

@@ -6,7 +6,9 @@ namespace kobj::factory {
 
 KobjMethod::KobjMethod(std::string name, Signature signature, MethodAttributes attributes,
                        Invoke invoke)
-    : name_(std::move(name)), signature_(std::move(signature)), attributes_(attributes),
+    : name_(std::move(name)),
+      signature_(std::move(signature)),
+      attributes_(attributes),
       invoke_(std::move(invoke)) {}
 
 qaArray KobjMethod::invoke(tv::mi::Handle& self, const std::vector<qaArray>& arguments) const {

@@ -6,7 +6,8 @@ namespace kobj::factory::impl {
 
 PropertyImpl::PropertyImpl(std::string name, std::string typeText, std::uint32_t attributes,
                            Getter getter, Setter setter)
-    : COSPropInfo(std::move(name), std::move(typeText), attributes), getter_(std::move(getter)),
+    : COSPropInfo(std::move(name), std::move(typeText), attributes),
+      getter_(std::move(getter)),
       setter_(std::move(setter)) {}
 
 bool PropertyImpl::isReadOnly() const { return !setter_; }
