@@ -188,7 +188,7 @@ const std::vector<std::string> kCatalogue = {
 };
 // clang-format on
 
-TEST(PublishingCatalogueTest, EveryClassIsPublishedExactlyAsSpecified) {
+TEST(PublishingCatalogueTest, EveryClassIsPublishedWithItsExactMembers) {
     HxInitialize_shared_code_manager();
     std::vector<std::string> catalogue;
     for (const kobj::ClassRecord* record :
