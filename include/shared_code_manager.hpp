@@ -10,6 +10,7 @@
 #include "SCMGenericData.hpp"
 #include "SCMGenericIdentity.hpp"
 #include "SCMIdentity.hpp"
+#include "SCMModuleEntry.hpp"
 #include "SCMMultiWordFcnData.hpp"
 #include "SCMRegistry.hpp"
 #include "SCMSharedConstantsData.hpp"

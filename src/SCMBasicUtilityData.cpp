@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 namespace {
@@ -126,6 +128,31 @@ std::vector<std::string> SCMBasicUtilityData::getTraceabilityForModel(
         if (entry.at(modelName.size()) == ':') entries.push_back(entry);
     }
     return entries;
+}
+
+// Publishes "SharedCodeManager.BasicUtilityData". The "Traceability" setter adds to the entries
+// already there (setTraceability is a union).
+void publishSCMBasicUtilityData(kobj::factory::ClassBuilder& builder) {
+    using Self = SCMBasicUtilityData;
+    const char* text = kobj::types::kCharVector;
+    const char* texts = kobj::types::kCell;
+    const char* flag = kobj::types::kLogicalScalar;
+    const auto none = kobj::attributes::kNone;
+    kobj::factory::TypedClassBuilder<Self> data(builder);
+    data.addSuperclass("SharedCodeManager.Data");
+    data.addConstructor<>({});
+    data.addConstructor<std::string>({kobj::types::kChar});
+    data.addConstructor<std::string, std::string>({kobj::types::kChar, kobj::types::kChar});
+    data.addMethod("getTraceabilityForModel", {texts}, {kobj::types::kChar},
+                   &Self::getTraceabilityForModel);
+    data.addProperty("Identifier", text, none, &Self::getIdentifier, &Self::setIdentifier);
+    data.addProperty("NameWithEncodings", text, none, &Self::getNameWithEncodings,
+                     &Self::setNameWithEncodings);
+    data.addProperty("ModelNames", texts, none, &Self::getModelNames, &Self::setModelNames);
+    data.addProperty("Multiword", flag, none, &Self::isMultiword, &Self::setMultiword);
+    data.addProperty("Complex", flag, none, &Self::isComplex, &Self::setComplex);
+    data.addProperty("Children", texts, none, &Self::getChildren, &Self::setChildren);
+    data.addProperty("Traceability", texts, none, &Self::getTraceability, &Self::setTraceability);
 }
 
 }  // namespace SCM

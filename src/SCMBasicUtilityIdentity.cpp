@@ -1,5 +1,7 @@
 #include "SCMBasicUtilityIdentity.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 #include "digest/SCMChecksumDigest.hpp"
 
 namespace SCM {
@@ -70,6 +72,24 @@ bool SCMBasicUtilityIdentity::includeMaxIdLength() const { return includeMaxIdLe
 void SCMBasicUtilityIdentity::setIncludeMaxIdLength(bool include) {
     includeMaxIdLength_ = include;
     invalidateChecksum();
+}
+
+// Publishes "SharedCodeManager.BasicUtilityIdentity".
+void publishSCMBasicUtilityIdentity(kobj::factory::ClassBuilder& builder) {
+    using Self = SCMBasicUtilityIdentity;
+    kobj::factory::TypedClassBuilder<Self> identity(builder);
+    identity.addSuperclass("SharedCodeManager.Identity");
+    identity.addConstructor<std::string>({kobj::types::kChar});
+    identity.addConstructor<>({});
+    identity.addProperty("UtilityIdentifier", kobj::types::kCharVector, kobj::attributes::kNone,
+                         &Self::getUtilityIdentifier, &Self::setUtilityIdentifier);
+    identity.addProperty("SymbolString", kobj::types::kCharVector, kobj::attributes::kNone,
+                         &Self::getSymbolString, &Self::setSymbolString);
+    identity.addProperty("MaximumIdentifierLength", kobj::types::kInt32Scalar,
+                         kobj::attributes::kNone, &Self::getMaxIdLength, &Self::setMaxIdLength);
+    identity.addProperty("IncludeMaxIdLength", kobj::types::kLogicalScalar,
+                         kobj::attributes::kHidden, &Self::includeMaxIdLength,
+                         &Self::setIncludeMaxIdLength);
 }
 
 }  // namespace SCM

@@ -1,5 +1,7 @@
 #include "SCMData.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SCMData::SCMData() = default;
@@ -21,5 +23,15 @@ bool SCMData::isAbstract() const { return true; }
 const std::string& SCMData::getName() const { return name_; }
 
 void SCMData::setName(const std::string& name) { name_ = name; }
+
+// Publishes "SharedCodeManager.Data".
+void publishSCMData(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SCMData> data(builder);
+    data.addSuperclass(kobj::kHeterogeneousRootName);
+    data.addConstructor<>({});
+    data.addConstructor<std::string>({kobj::types::kChar});
+    data.addProperty("Name", kobj::types::kCharVector, kobj::attributes::kNone, &SCMData::getName,
+                     &SCMData::setName);
+}
 
 }  // namespace SCM

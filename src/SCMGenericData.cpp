@@ -1,5 +1,7 @@
 #include "SCMGenericData.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SCMGenericData::SCMGenericData() = default;
@@ -27,5 +29,15 @@ SCMData* SCMGenericData::clone() const { return new SCMGenericData(*this); }
 std::string SCMGenericData::getIdentifier() const { return identifier_; }
 
 void SCMGenericData::setIdentifier(const std::string& identifier) { identifier_ = identifier; }
+
+// Publishes "SharedCodeManager.GenericData".
+void publishSCMGenericData(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SCMGenericData> data(builder);
+    data.addSuperclass("SharedCodeManager.Data");
+    data.addConstructor<std::string>({kobj::types::kChar});
+    data.addConstructor<>({});
+    data.addProperty("Identifier", kobj::types::kCharVector, kobj::attributes::kNone,
+                     &SCMGenericData::getIdentifier, &SCMGenericData::setIdentifier);
+}
 
 }  // namespace SCM

@@ -1,5 +1,7 @@
 #include "SCMGenericIdentity.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 #include "digest/SCMChecksumDigest.hpp"
 
 namespace SCM {
@@ -36,6 +38,17 @@ const std::string& SCMGenericIdentity::getDesiredIdentifier() const { return des
 void SCMGenericIdentity::setDesiredIdentifier(const std::string& desiredIdentifier) {
     desiredIdentifier_ = desiredIdentifier;
     invalidateChecksum();
+}
+
+// Publishes "SharedCodeManager.GenericIdentity"; its constructors take the category by name.
+void publishSCMGenericIdentity(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SCMGenericIdentity> identity(builder);
+    identity.addSuperclass("SharedCodeManager.Identity");
+    identity.addConstructor<SCMTypes, std::string>({kobj::types::kCharVector, kobj::types::kChar});
+    identity.addConstructor<SCMTypes>({kobj::types::kCharVector});
+    identity.addProperty("DesiredIdentifier", kobj::types::kCharVector, kobj::attributes::kNone,
+                         &SCMGenericIdentity::getDesiredIdentifier,
+                         &SCMGenericIdentity::setDesiredIdentifier);
 }
 
 }  // namespace SCM

@@ -1,5 +1,7 @@
 #include "SCMIdentity.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SCMIdentity::SCMIdentity() : SCMIdentity(SCM_UTILITIES) {}
@@ -36,5 +38,18 @@ std::string SCMIdentity::getTypeString() const { return scmTypeToString(getType(
 bool SCMIdentity::isAbstract() const { return true; }
 
 void SCMIdentity::invalidateChecksum() { checksumComputed_ = false; }
+
+// Publishes "SharedCodeManager.Identity": the checksum (reading it computes it) and the category
+// as text; no constructor, the class is abstract.
+void publishSCMIdentity(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SCMIdentity> identity(builder);
+    identity.addSuperclass(kobj::kHeterogeneousRootName);
+    identity.addMethod("getType", {kobj::types::kChar}, {}, &SCMIdentity::getTypeString);
+    identity.addProperty("Checksum", kobj::types::kCharVector, kobj::attributes::kDependent,
+                         &SCMIdentity::getChecksum, &SCMIdentity::setChecksum);
+    identity.addProperty("Type", kobj::types::kCharVector,
+                         kobj::attributes::kHidden | kobj::attributes::kDependent,
+                         &SCMIdentity::getType, &SCMIdentity::setType);
+}
 
 }  // namespace SCM

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SCMMultiWordFcnData::SCMMultiWordFcnData() = default;
@@ -42,6 +44,16 @@ void SCMMultiWordFcnData::addFcnName(const std::string& fcnName) {
     if (std::find(fcnNames_.begin(), fcnNames_.end(), fcnName) == fcnNames_.end()) {
         fcnNames_.push_back(fcnName);
     }
+}
+
+// Publishes "SharedCodeManager.MultiWordFcnData"; its list is published as "MultiWordFunctions".
+void publishSCMMultiWordFcnData(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SCMMultiWordFcnData> data(builder);
+    data.addSuperclass("SharedCodeManager.Data");
+    data.addConstructor<std::string>({kobj::types::kChar});
+    data.addConstructor<>({});
+    data.addProperty("MultiWordFunctions", kobj::types::kCell, kobj::attributes::kNone,
+                     &SCMMultiWordFcnData::getFcnNames, &SCMMultiWordFcnData::setFcnNames);
 }
 
 }  // namespace SCM

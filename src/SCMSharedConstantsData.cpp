@@ -1,5 +1,7 @@
 #include "SCMSharedConstantsData.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SCMSharedConstantsData::SCMSharedConstantsData() = default;
@@ -42,5 +44,25 @@ bool SCMSharedConstantsData::getMultiword() const { return multiword_; }
 void SCMSharedConstantsData::setMultiword(bool multiword) { multiword_ = multiword; }
 bool SCMSharedConstantsData::getDoUpdate() const { return doUpdate_; }
 void SCMSharedConstantsData::setDoUpdate(bool doUpdate) { doUpdate_ = doUpdate; }
+
+// Publishes "SharedCodeManager.SharedConstantsData", with the names "ParameterPrefix", "IsComplex",
+// "IsMultiword" and "GenerateConstant" for the fields ParamPrefix, Complex, Multiword, DoUpdate.
+void publishSCMSharedConstantsData(kobj::factory::ClassBuilder& builder) {
+    using Self = SCMSharedConstantsData;
+    const char* text = kobj::types::kCharVector;
+    const char* flag = kobj::types::kLogicalScalar;
+    const auto none = kobj::attributes::kNone;
+    kobj::factory::TypedClassBuilder<Self> data(builder);
+    data.addSuperclass("SharedCodeManager.SharedTypesDataConstantsData");
+    data.addConstructor<std::string>({kobj::types::kChar});
+    data.addConstructor<>({});
+    data.addProperty("InitialString", text, none, &Self::getInitialString, &Self::setInitialString);
+    data.addProperty("ParameterPrefix", text, none, &Self::getParamPrefix, &Self::setParamPrefix);
+    data.addProperty("Width", text, none, &Self::getWidth, &Self::setWidth);
+    data.addProperty("DataType", text, none, &Self::getDataType, &Self::setDataType);
+    data.addProperty("IsComplex", flag, none, &Self::getComplex, &Self::setComplex);
+    data.addProperty("IsMultiword", flag, none, &Self::getMultiword, &Self::setMultiword);
+    data.addProperty("GenerateConstant", flag, none, &Self::getDoUpdate, &Self::setDoUpdate);
+}
 
 }  // namespace SCM

@@ -1,5 +1,7 @@
 #include "SCMSharedConstantsIdentity.hpp"
 
+#include "package/ChecksumElementsPublishing.hpp"
+
 namespace SCM {
 
 SCMSharedConstantsIdentity::SCMSharedConstantsIdentity() : SCMSharedTypesDataConstantsIdentity(SCM_SHARED_CONSTANTS) {}
@@ -18,5 +20,12 @@ const char* SCMSharedConstantsIdentity::getFullyQualifiedKobjTypeName() const {
 }
 
 SCMIdentity* SCMSharedConstantsIdentity::clone() const { return new SCMSharedConstantsIdentity(*this); }
+
+// Publishes "SharedCodeManager.SharedConstantsIdentity": its constructors only.
+void publishSCMSharedConstantsIdentity(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SCMSharedConstantsIdentity> identity(builder);
+    identity.addSuperclass("SharedCodeManager.SharedTypesDataConstantsIdentity");
+    addChecksumElementConstructors(identity);
+}
 
 }  // namespace SCM

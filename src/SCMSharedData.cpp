@@ -1,5 +1,7 @@
 #include "SCMSharedData.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SCMSharedData::SCMSharedData() = default;
@@ -39,5 +41,29 @@ int SCMSharedData::getMemSecPrePragma() const { return memSecPrePragma_; }
 void SCMSharedData::setMemSecPrePragma(int value) { memSecPrePragma_ = value; }
 const std::string& SCMSharedData::getPackageName() const { return packageName_; }
 void SCMSharedData::setPackageName(const std::string& packageName) { packageName_ = packageName; }
+
+// Publishes "SharedCodeManager.SharedData"; the storage-class fields as "CSCComment" and "CSCName".
+void publishSCMSharedData(kobj::factory::ClassBuilder& builder) {
+    using Self = SCMSharedData;
+    const char* text = kobj::types::kCharVector;
+    const char* number = kobj::types::kInt32Scalar;
+    const auto none = kobj::attributes::kNone;
+    kobj::factory::TypedClassBuilder<Self> data(builder);
+    data.addSuperclass("SharedCodeManager.SharedTypesDataConstantsData");
+    data.addConstructor<std::string>({kobj::types::kChar});
+    data.addConstructor<>({});
+    data.addProperty("AliasedType", text, none, &Self::getAliasedType, &Self::setAliasedType);
+    data.addProperty("CSCComment", text, none, &Self::getCscComment, &Self::setCscComment);
+    data.addProperty("CSCName", text, none, &Self::getCscName, &Self::setCscName);
+    data.addProperty("MemSecComment", text, none, &Self::getMemSecComment, &Self::setMemSecComment);
+    data.addProperty("MemSecName", text, none, &Self::getMemSecName, &Self::setMemSecName);
+    data.addProperty("PackageName", text, none, &Self::getPackageName, &Self::setPackageName);
+    data.addProperty("MemSecAddPragma", number, none, &Self::getMemSecAddPragma,
+                     &Self::setMemSecAddPragma);
+    data.addProperty("MemSecPostPragma", number, none, &Self::getMemSecPostPragma,
+                     &Self::setMemSecPostPragma);
+    data.addProperty("MemSecPrePragma", number, none, &Self::getMemSecPrePragma,
+                     &Self::setMemSecPrePragma);
+}
 
 }  // namespace SCM

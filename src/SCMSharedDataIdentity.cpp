@@ -1,5 +1,7 @@
 #include "SCMSharedDataIdentity.hpp"
 
+#include "package/ChecksumElementsPublishing.hpp"
+
 namespace SCM {
 
 SCMSharedDataIdentity::SCMSharedDataIdentity() : SCMSharedTypesDataConstantsIdentity(SCM_SHARED_DATA) {}
@@ -18,5 +20,12 @@ const char* SCMSharedDataIdentity::getFullyQualifiedKobjTypeName() const {
 }
 
 SCMIdentity* SCMSharedDataIdentity::clone() const { return new SCMSharedDataIdentity(*this); }
+
+// Publishes "SharedCodeManager.SharedDataIdentity": its constructors only.
+void publishSCMSharedDataIdentity(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SCMSharedDataIdentity> identity(builder);
+    identity.addSuperclass("SharedCodeManager.SharedTypesDataConstantsIdentity");
+    addChecksumElementConstructors(identity);
+}
 
 }  // namespace SCM

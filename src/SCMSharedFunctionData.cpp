@@ -1,5 +1,7 @@
 #include "SCMSharedFunctionData.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SCMSharedFunctionData::SCMSharedFunctionData() = default;
@@ -35,5 +37,18 @@ void SCMSharedFunctionData::setFunctionName(const std::string& functionName) {
 const std::string& SCMSharedFunctionData::getFileName() const { return fileName_; }
 
 void SCMSharedFunctionData::setFileName(const std::string& fileName) { fileName_ = fileName; }
+
+// Publishes "SharedCodeManager.SharedFunctionData".
+void publishSCMSharedFunctionData(kobj::factory::ClassBuilder& builder) {
+    using Self = SCMSharedFunctionData;
+    kobj::factory::TypedClassBuilder<Self> data(builder);
+    data.addSuperclass("SharedCodeManager.Data");
+    data.addConstructor<std::string, std::string>({kobj::types::kChar, kobj::types::kChar});
+    data.addConstructor<>({});
+    data.addProperty("FunctionName", kobj::types::kCharVector, kobj::attributes::kNone,
+                     &Self::getFunctionName, &Self::setFunctionName);
+    data.addProperty("FileName", kobj::types::kCharVector, kobj::attributes::kNone,
+                     &Self::getFileName, &Self::setFileName);
+}
 
 }  // namespace SCM

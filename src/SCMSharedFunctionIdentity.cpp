@@ -1,5 +1,7 @@
 #include "SCMSharedFunctionIdentity.hpp"
 
+#include "package/ChecksumElementsPublishing.hpp"
+
 #include "digest/SCMChecksumDigest.hpp"
 
 namespace SCM {
@@ -39,5 +41,13 @@ void SCMSharedFunctionIdentity::setChecksumElement1(unsigned int value) { elemen
 void SCMSharedFunctionIdentity::setChecksumElement2(unsigned int value) { element2_ = value; }
 void SCMSharedFunctionIdentity::setChecksumElement3(unsigned int value) { element3_ = value; }
 void SCMSharedFunctionIdentity::setChecksumElement4(unsigned int value) { element4_ = value; }
+
+// Publishes "SharedCodeManager.SharedFunctionIdentity".
+void publishSCMSharedFunctionIdentity(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SCMSharedFunctionIdentity> identity(builder);
+    identity.addSuperclass("SharedCodeManager.Identity");
+    addChecksumElementConstructors(identity);
+    addChecksumElementProperties(identity);
+}
 
 }  // namespace SCM

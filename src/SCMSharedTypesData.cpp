@@ -1,5 +1,7 @@
 #include "SCMSharedTypesData.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SCMSharedTypesData::SCMSharedTypesData() = default;
@@ -17,5 +19,13 @@ const char* SCMSharedTypesData::getFullyQualifiedKobjTypeName() const {
 }
 
 SCMData* SCMSharedTypesData::clone() const { return new SCMSharedTypesData(*this); }
+
+// Publishes "SharedCodeManager.SharedTypesData": its constructors only.
+void publishSCMSharedTypesData(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SCMSharedTypesData> data(builder);
+    data.addSuperclass("SharedCodeManager.SharedTypesDataConstantsData");
+    data.addConstructor<std::string>({kobj::types::kChar});
+    data.addConstructor<>({});
+}
 
 }  // namespace SCM

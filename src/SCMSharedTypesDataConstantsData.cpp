@@ -2,6 +2,8 @@
 
 #include <map>
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 namespace {
@@ -95,5 +97,22 @@ void SCMSharedTypesDataConstantsData::setDependencies(const std::string& depende
 bool SCMSharedTypesDataConstantsData::getBuiltin() const { return builtin_; }
 
 void SCMSharedTypesDataConstantsData::setBuiltin(bool builtin) { builtin_ = builtin; }
+
+// Publishes "SharedCodeManager.SharedTypesDataConstantsData" (the class reports another name, see
+// getFullyQualifiedKobjTypeName); no constructor, scripts create only its subclasses.
+void publishSCMSharedTypesDataConstantsData(kobj::factory::ClassBuilder& builder) {
+    using Self = SCMSharedTypesDataConstantsData;
+    const char* text = kobj::types::kCharVector;
+    const auto none = kobj::attributes::kNone;
+    kobj::factory::TypedClassBuilder<Self> data(builder);
+    data.addSuperclass("SharedCodeManager.Data");
+    data.addProperty("Kind", text, none, &Self::getKind, &Self::setKind);
+    data.addProperty("MangleName", text, none, &Self::getMangleName, &Self::setMangleName);
+    data.addProperty("FileName", text, none, &Self::getFileName, &Self::setFileName);
+    data.addProperty("Definition", text, none, &Self::getDefinition, &Self::setDefinition);
+    data.addProperty("Dependencies", text, none, &Self::getDependencies, &Self::setDependencies);
+    data.addProperty("DependentBuiltIn", kobj::types::kLogicalScalar, none, &Self::getBuiltin,
+                     &Self::setBuiltin);
+}
 
 }  // namespace SCM

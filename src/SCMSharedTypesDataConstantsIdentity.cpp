@@ -1,5 +1,7 @@
 #include "SCMSharedTypesDataConstantsIdentity.hpp"
 
+#include "package/ChecksumElementsPublishing.hpp"
+
 #include "digest/SCMChecksumDigest.hpp"
 
 namespace SCM {
@@ -46,6 +48,14 @@ void SCMSharedTypesDataConstantsIdentity::setChecksumElement3(unsigned int value
 }
 void SCMSharedTypesDataConstantsIdentity::setChecksumElement4(unsigned int value) {
     element4_ = value;
+}
+
+// Publishes "SharedCodeManager.SharedTypesDataConstantsIdentity": the four elements; no
+// constructor, the class is abstract.
+void publishSCMSharedTypesDataConstantsIdentity(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SCMSharedTypesDataConstantsIdentity> identity(builder);
+    identity.addSuperclass("SharedCodeManager.Identity");
+    addChecksumElementProperties(identity);
 }
 
 }  // namespace SCM

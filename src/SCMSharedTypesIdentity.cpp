@@ -1,5 +1,7 @@
 #include "SCMSharedTypesIdentity.hpp"
 
+#include "package/ChecksumElementsPublishing.hpp"
+
 namespace SCM {
 
 SCMSharedTypesIdentity::SCMSharedTypesIdentity() : SCMSharedTypesDataConstantsIdentity(SCM_SHARED_TYPES) {}
@@ -18,5 +20,12 @@ const char* SCMSharedTypesIdentity::getFullyQualifiedKobjTypeName() const {
 }
 
 SCMIdentity* SCMSharedTypesIdentity::clone() const { return new SCMSharedTypesIdentity(*this); }
+
+// Publishes "SharedCodeManager.SharedTypesIdentity": its constructors only.
+void publishSCMSharedTypesIdentity(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SCMSharedTypesIdentity> identity(builder);
+    identity.addSuperclass("SharedCodeManager.SharedTypesDataConstantsIdentity");
+    addChecksumElementConstructors(identity);
+}
 
 }  // namespace SCM

@@ -1,5 +1,6 @@
 #include "SharedCodeManagerInterface.hpp"
 
+#include "package/PublishingRoutines.hpp"
 #include "tv/TvFeature.hpp"
 
 namespace SCM {
@@ -109,5 +110,85 @@ void SharedCodeManagerInterface::setDataAdapter(SCMDataAdapter* adapter) {
 }
 
 SCMDataAdapter* SharedCodeManagerInterface::getDataAdapter() { return adapter_; }
+
+namespace {
+
+using kobj::factory::Arguments;
+
+const char* const kIdentityClass = "SharedCodeManager.Identity";
+const char* const kDataClass = "SharedCodeManager.Data";
+const char* const kIdentityVector = "SharedCodeManager.Identity vector";
+const char* const kDataVector = "SharedCodeManager.Data vector";
+
+// The invokers of the published methods whose results are objects: retrieved objects are fresh
+// and go to the script to own. A record that the backend keeps (a write-cache copy returned by
+// retrieveDataForName) is cloned first.
+
+qaArray scriptRetrieveData(SharedCodeManagerInterface& self, const Arguments& arguments) {
+    return kobj::ownedObject(self.retrieveData(arguments.get<SCMIdentity*>(0)), kDataClass);
+}
+
+qaArray scriptRetrieveAllIdentities(SharedCodeManagerInterface& self, const Arguments& arguments) {
+    return kobj::ownedObjectRow(self.retrieveAllIdentities(arguments.get<SCMTypes>(0)),
+                                kIdentityClass);
+}
+
+qaArray scriptRetrieveAllData(SharedCodeManagerInterface& self, const Arguments& arguments) {
+    return kobj::ownedObjectRow(self.retrieveAllData(arguments.get<SCMTypes>(0)), kDataClass);
+}
+
+qaArray scriptRetrieveIdentityForName(SharedCodeManagerInterface& self,
+                                      const Arguments& arguments) {
+    const SCMTypes type = arguments.get<SCMTypes>(0);
+    const std::string name = arguments.get<std::string>(1);
+    return kobj::ownedObject(self.retrieveIdentityForName(type, name), kIdentityClass);
+}
+
+qaArray scriptRetrieveDataForName(SharedCodeManagerInterface& self, const Arguments& arguments) {
+    const SCMTypes type = arguments.get<SCMTypes>(0);
+    const std::string name = arguments.get<std::string>(1);
+    SCMData* record = self.retrieveDataForName(type, name);
+    SCMDataAdapter* backend = self.getDataAdapter();
+    if (record != nullptr && backend != nullptr && backend->isBackendOwned(record)) {
+        record = record->clone();
+    }
+    return kobj::ownedObject(record, kDataClass);
+}
+
+// The batch call takes the two object arrays as lists of borrowed objects.
+qaArray scriptRegisterDataArray(SharedCodeManagerInterface& self, const Arguments& arguments) {
+    std::vector<SCMIdentity*> identities = arguments.get<std::vector<SCMIdentity*>>(0);
+    std::vector<SCMData*> records = arguments.get<std::vector<SCMData*>>(1);
+    return kobj::Converter<SCMRegistry>::toScript(self.registerDataArray(&identities, &records));
+}
+
+}  // namespace
+
+// Publishes "SharedCodeManager.SharedCodeManagerInterface". The script's "registerData" is the
+// direct road (registerDataInTransaction); only "registerDataUsingCaching" reaches registerData.
+void publishSharedCodeManagerInterface(kobj::factory::ClassBuilder& builder) {
+    using Self = SharedCodeManagerInterface;
+    const char* outcome = kobj::types::kCharVector;
+    const char* category = kobj::types::kCharVector;
+    const char* name = kobj::types::kChar;
+    kobj::factory::TypedClassBuilder<Self> facade(builder);
+    facade.addSuperclass(kobj::kHeterogeneousRootName);
+    addFacadeConstructor(facade);
+    facade.addCustomMethod("retrieveData", {kDataClass}, {kIdentityClass}, scriptRetrieveData);
+    facade.addCustomMethod("retrieveAllIdentities", {kIdentityVector}, {category},
+                           scriptRetrieveAllIdentities);
+    facade.addCustomMethod("retrieveAllData", {kDataVector}, {category}, scriptRetrieveAllData);
+    facade.addMethod("registerData", {outcome}, {kIdentityClass, kDataClass},
+                     &Self::registerDataInTransaction);
+    facade.addMethod("registerDataUsingCaching", {outcome}, {kIdentityClass, kDataClass},
+                     &Self::registerData);
+    facade.addCustomMethod("registerDataArray", {outcome}, {kIdentityVector, kDataVector},
+                           scriptRegisterDataArray);
+    facade.addMethod("finalize", {outcome}, {}, &Self::finalize);
+    facade.addCustomMethod("retrieveIdentityForName", {kIdentityClass}, {category, name},
+                           scriptRetrieveIdentityForName);
+    facade.addCustomMethod("retrieveDataForName", {kDataClass}, {category, name},
+                           scriptRetrieveDataForName);
+}
 
 }  // namespace SCM

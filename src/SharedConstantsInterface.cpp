@@ -1,5 +1,7 @@
 #include "SharedConstantsInterface.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SharedConstantsInterface::SharedConstantsInterface() = default;
@@ -11,5 +13,15 @@ const char* SharedConstantsInterface::getFullyQualifiedKobjTypeName() const {
 }
 
 std::vector<std::string> SharedConstantsInterface::getAllConstantsNames() { return getAllNames(SCM_SHARED_CONSTANTS); }
+
+// Publishes "SharedCodeManager.SharedConstantsInterface", whose listing is a read-only property
+// named "getAllConstantsNames".
+void publishSharedConstantsInterface(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SharedConstantsInterface> facade(builder);
+    facade.addSuperclass("SharedCodeManager.SharedCodeManagerInterface");
+    addFacadeConstructor(facade);
+    facade.addReadOnlyProperty("getAllConstantsNames", kobj::types::kCell, kobj::attributes::kNone,
+                               &SharedConstantsInterface::getAllConstantsNames);
+}
 
 }  // namespace SCM

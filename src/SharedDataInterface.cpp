@@ -1,5 +1,7 @@
 #include "SharedDataInterface.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SharedDataInterface::SharedDataInterface() = default;
@@ -11,5 +13,13 @@ const char* SharedDataInterface::getFullyQualifiedKobjTypeName() const {
 }
 
 std::vector<std::string> SharedDataInterface::getAllDataNames() { return getAllNames(SCM_SHARED_DATA); }
+
+// Publishes "SharedCodeManager.SharedDataInterface": the constructor only; its listings are not
+// published.
+void publishSharedDataInterface(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SharedDataInterface> facade(builder);
+    facade.addSuperclass("SharedCodeManager.SharedCodeManagerInterface");
+    addFacadeConstructor(facade);
+}
 
 }  // namespace SCM

@@ -1,5 +1,7 @@
 #include "SharedFunctionInterface.hpp"
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SharedFunctionInterface::SharedFunctionInterface() = default;
@@ -17,6 +19,14 @@ std::string SharedFunctionInterface::registerSharedFunction(SCMSharedFunctionIde
 
 std::vector<std::string> SharedFunctionInterface::getAllFunctionNames() {
     return getAllNames(SCM_SHARED_FUNCTIONS);
+}
+
+// Publishes "SharedCodeManager.SharedFunctionInterface": the constructor only; its listings are not
+// published.
+void publishSharedFunctionInterface(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SharedFunctionInterface> facade(builder);
+    facade.addSuperclass("SharedCodeManager.SharedCodeManagerInterface");
+    addFacadeConstructor(facade);
 }
 
 }  // namespace SCM

@@ -2,6 +2,8 @@
 
 #include <set>
 
+#include "package/PublishingRoutines.hpp"
+
 namespace SCM {
 
 SharedUtilityInterface::SharedUtilityInterface() = default;
@@ -38,6 +40,14 @@ std::vector<std::string> SharedUtilityInterface::getAllIdentifiers() {
 
 SCMIdentityDataPair SharedUtilityInterface::getIdentityAndDataForName(const std::string& name) {
     return retrieveIdentityAndDataForName(SCM_UTILITIES, name);
+}
+
+// Publishes "SharedCodeManager.SharedUtilityInterface": the constructor only; its listings are not
+// published.
+void publishSharedUtilityInterface(kobj::factory::ClassBuilder& builder) {
+    kobj::factory::TypedClassBuilder<SharedUtilityInterface> facade(builder);
+    facade.addSuperclass("SharedCodeManager.SharedCodeManagerInterface");
+    addFacadeConstructor(facade);
 }
 
 }  // namespace SCM

@@ -20,6 +20,15 @@ public:
     // A 1 x 1 object value that refers to this object without owning it: valid while this
     // object lives. Its class is the name this object reports.
     virtual qaArray toScriptValue();
+
+    // The object of a 1 x 1 object value when it belongs to the published class
+    // `publishedClassName` or to a subclass (by the class system's superclass tree); null for any
+    // other value. Borrowed: valid while the value (or whoever owns the object) keeps it.
+    static Handle* fromScriptValue(const qaArray& value, const char* publishedClassName);
+    // The same check, but the caller takes the object over (qaArray::release): no copy of `value`
+    // deletes it any more. Null, with nothing changed, when the check fails or the value does not
+    // own its object.
+    static Handle* releaseFromScriptValue(const qaArray& value, const char* publishedClassName);
     // Hooks the class system calls around a property assignment. They do nothing here.
     virtual void preSetPropFcn(const char* propertyName);
     virtual void postSetPropFcn(const char* propertyName);

@@ -1,8 +1,22 @@
+#include "kobj/ObjectEncoding.hpp"
 #include "vrex/ObjectCodec.hpp"
 
 namespace vrex {
 
-// Replaced by the class system's whole-object codec (kobj::encodeObject / kobj::decodeObject).
-std::shared_ptr<const ObjectCodec> defaultObjectCodec() { return nullptr; }
+namespace {
+
+// Object properties hold the class system's whole-object encoding (JSON text).
+class ClassSystemCodec : public ObjectCodec {
+public:
+    std::string encode(const qaArray& value) const override { return kobj::encodeObject(value); }
+    qaArray decode(const std::string& text) const override { return kobj::decodeObject(text); }
+};
+
+}  // namespace
+
+std::shared_ptr<const ObjectCodec> defaultObjectCodec() {
+    static const auto codec = std::make_shared<const ClassSystemCodec>();
+    return codec;
+}
 
 }  // namespace vrex

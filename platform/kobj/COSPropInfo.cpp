@@ -1,0 +1,10 @@
+#include "kobj/COSPropInfo.hpp"
+
+namespace kobj {
+
+COSPropInfo::COSPropInfo(std::string name, std::string typeText, std::uint32_t attributes)
+    : name_(std::move(name)), typeText_(std::move(typeText)), attributes_(attributes) {}
+
+COSPropInfo::~COSPropInfo() = default;
+
+}  // namespace kobj

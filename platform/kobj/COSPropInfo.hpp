@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "kobj/qaArray.hpp"
+
+namespace tv::mi {
+class Handle;
+}
+
+namespace kobj {
+
+// A published property: its name, the type text of its value, its attribute word (meanings in
+// PropertyAttributes.hpp), and how to read and write it on an object of its class.
+class COSPropInfo {
+public:
+    COSPropInfo(std::string name, std::string typeText, std::uint32_t attributes);
+    COSPropInfo(const COSPropInfo&) = delete;
+    COSPropInfo& operator=(const COSPropInfo&) = delete;
+    virtual ~COSPropInfo();
+
+    const std::string& name() const { return name_; }
+    const std::string& typeText() const { return typeText_; }
+    std::uint32_t attributes() const { return attributes_; }
+
+    // True when the property has no setter.
+    virtual bool isReadOnly() const = 0;
+    // The value read through the getter. Throws kobj::Error when `object` is not of the class.
+    virtual qaArray get(tv::mi::Handle& object) const = 0;
+    // Writes `value` through the setter. Throws kobj::Error "kobj:readOnlyProperty" for a
+    // read-only property, and the conversion errors of `value`.
+    virtual void set(tv::mi::Handle& object, const qaArray& value) const = 0;
+
+private:
+    std::string name_;
+    std::string typeText_;
+    std::uint32_t attributes_;
+};
+
+}  // namespace kobj

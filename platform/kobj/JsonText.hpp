@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+// How the whole-object encoding writes 8-bit strings as JSON strings, byte for byte.
+//
+// Each byte of a library string stands for the Unicode code point of the same value (U+0000 to
+// U+00FF, as in Latin-1). Written out, printable ASCII stays as it is (with \" and \\ escaped),
+// the control characters \b \f \n \r \t take their short escapes, and every other byte becomes
+// \u00XX: the JSON text is pure ASCII, readable in the sqlite3 shell, and valid for SQLite's JSON
+// functions. A reader that meets a code point above U+00FF was not given our encoding.
+namespace kobj::json {
+
+// Appends `bytes` to `out` as a JSON string literal, quotes included.
+void appendString(std::string& out, const std::string& bytes);
+
+// The bytes of a JSON string's value as a JSON parser delivers it (UTF-8). Returns false, leaving
+// `bytes` unspecified, when the value holds a code point above U+00FF.
+bool bytesFromUtf8(const std::string& utf8, std::string& bytes);
+
+}  // namespace kobj::json

@@ -1,0 +1,137 @@
+#include "kobj/ObjectEncoding.hpp"
+
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "kobj/ClassRegistry.hpp"
+#include "kobj/Conversions.hpp"
+#include "kobj/EncodedObject.hpp"
+#include "kobj/Error.hpp"
+#include "kobj/JsonText.hpp"
+#include "kobj/ObjectAccess.hpp"
+#include "kobj/ObjectValues.hpp"
+#include "kobj/PropertyAttributes.hpp"
+
+namespace kobj {
+
+namespace {
+
+Error notEncodable(const ClassRecord& record, const std::string& why) {
+    return Error("kobj:notEncodable",
+                 "Objects of class " + record.name() + " cannot be encoded: " + why + ".");
+}
+
+void appendCells(std::string& text, const std::vector<qaArray>& cells, const ClassRecord& record,
+                 const COSPropInfo& property) {
+    text += '[';
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        if (cells[i].kind() != qaArray::Kind::Char) {
+            throw notEncodable(record,
+                               "property " + property.name() + " holds a cell that is not text");
+        }
+        if (i != 0) text += ',';
+        json::appendString(text, cells[i].text());
+    }
+    text += ']';
+}
+
+void appendValue(std::string& text, const qaArray& value, const ClassRecord& record,
+                 const COSPropInfo& property) {
+    switch (value.kind()) {
+        case qaArray::Kind::Char: json::appendString(text, value.text()); return;
+        case qaArray::Kind::Logical: text += value.logical() ? "true" : "false"; return;
+        case qaArray::Kind::Int32: text += std::to_string(value.int32Value()); return;
+        case qaArray::Kind::UInt32: text += std::to_string(value.uint32Value()); return;
+        case qaArray::Kind::Cell: appendCells(text, value.cells(), record, property); return;
+        case qaArray::Kind::Empty:
+        case qaArray::Kind::Object: break;
+    }
+    throw notEncodable(record, "property " + property.name() + " holds " + describeValue(value));
+}
+
+// Writes the decoded properties through their setters: Dependent ones last. Throws kobj::Error
+// (or the library's own exceptions) for a property that is unknown, read-only or of a wrong type.
+void restoreProperties(tv::mi::Handle& object, const ClassRecord& record,
+                       const EncodedObject& encoded) {
+    std::vector<std::pair<const COSPropInfo*, const qaArray*>> dependent;
+    for (const auto& [name, value] : encoded.properties) {
+        const COSPropInfo* property = record.findProperty(name);
+        if (property == nullptr) {
+            throw Error("kobj:unknownProperty",
+                        "Class " + record.name() + " has no property " + name + ".");
+        }
+        if (attributes::isDependent(property->attributes())) {
+            dependent.emplace_back(property, &value);
+        } else {
+            setProperty(object, *property, value);
+        }
+    }
+    for (const auto& [property, value] : dependent) setProperty(object, *property, *value);
+}
+
+bool hasSettableProperty(const ClassRecord& record) {
+    for (const COSPropInfo* property : record.allProperties()) {
+        if (!property->isReadOnly()) return true;
+    }
+    return false;
+}
+
+bool isEncodable(const ClassRecord& record) {
+    return !record.isAbstract() && hasSettableProperty(record);
+}
+
+qaArray rebuild(const ClassRecord& record, const EncodedObject& encoded) {
+    const factory::impl::KobjConstructor* constructor = record.restoringConstructor();
+    std::vector<qaArray> arguments;
+    for (const std::string& type : constructor->signature().arguments) {
+        arguments.push_back(neutralValue(type));
+    }
+    qaArray object = ownedObject(constructor->create(arguments), record.name());
+    if (object.isEmpty()) return qaArray();
+    restoreProperties(*object.object(0), record, encoded);
+    return object;
+}
+
+}  // namespace
+
+std::string encodeObject(const qaArray& value) {
+    tv::mi::Handle& object = objectOf(value);
+    const ClassRecord& record = classOf(value);
+    if (!isEncodable(record)) {
+        throw notEncodable(record, "it has no published constructor or no settable property");
+    }
+    std::string text;
+    text.reserve(256);
+    text += "{\"class\":";
+    json::appendString(text, record.name());
+    for (const COSPropInfo* property : record.allProperties()) {
+        if (property->isReadOnly()) continue;
+        text += ',';
+        json::appendString(text, property->name());
+        text += ':';
+        appendValue(text, property->get(object), record, *property);
+    }
+    text += '}';
+    return text;
+}
+
+qaArray decodeObject(const std::string& text) { return decodeObject(text, kHeterogeneousRootName); }
+
+qaArray decodeObject(const std::string& text, const std::string& requiredClass) {
+    EncodedObject encoded;
+    if (!readEncodedObject(text, encoded)) return qaArray();
+    try {
+        const ClassRecord* record = ClassRegistry::instance().findClass(encoded.className);
+        if (record == nullptr || !record->isA(requiredClass) || !isEncodable(*record)) {
+            return qaArray();
+        }
+        return rebuild(*record, encoded);
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception&) {
+        return qaArray();  // a value of the wrong type, a property the class does not have, ...
+    }
+}
+
+}  // namespace kobj

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+
+#include "kobj/qaArray.hpp"
+
+// The whole-object encoding: how an identity or a data record is stored in the dictionary, as
+// JSON text.
+//
+//   {"class":"SharedCodeManager.BasicUtilityIdentity","Checksum":"dGfL8aBULDXcmtIhYfhCcE",
+//    "Type":"SCM_UTILITIES","UtilityIdentifier":"rt_foo","SymbolString":"",
+//    "MaximumIdentifierLength":0,"IncludeMaxIdLength":true}
+//
+// "class" is the object's published class; then comes every published property of that class
+// and its superclasses that has a setter, root class first, in publication order: texts as JSON
+// strings (byte for byte, see JsonText.hpp), cells as arrays of strings, logicals as true/false,
+// integers as numbers. Read-only properties are left out: they cannot be restored.
+//
+// Decoding rebuilds the object through its class's published constructor with the fewest
+// arguments (fed neutral values: "", false, 0), then writes each property through its setter in
+// the order of the text, the Dependent ones (PropertyAttributes.hpp) last, so that a stored
+// checksum wins over the one the key fields would give.
+namespace kobj {
+
+// Only objects whose class can be rebuilt are encodable: the class has a published constructor
+// and at least one property with a setter (a class without one, such as a registry facade, has no
+// state to restore).
+
+// JSON text of a 1 x 1 object value of a published class: the class name and every published
+// property of the class and its superclasses, read through the getters. Throws kobj::Error when
+// the value is not such an object ("kobj:notAnObject") or its class is not encodable
+// ("kobj:notEncodable").
+std::string encodeObject(const qaArray& value);
+
+// The object `text` encodes, rebuilt through the class's published constructor and property
+// setters, owned by the returned value (adopted). Returns the empty value [] when `text` is not
+// a valid encoding of a known class (garbage, truncated, unknown class, unknown or read-only
+// property, wrong property types, class not encodable): never throws for bad input.
+qaArray decodeObject(const std::string& text);
+
+// The same, but also [] when the encoded class is not `requiredClass` or one of its subclasses;
+// that is checked before any object is created.
+qaArray decodeObject(const std::string& text, const std::string& requiredClass);
+
+}  // namespace kobj

@@ -1,0 +1,24 @@
+#include "kobj/factory/PropertyImpl.hpp"
+
+#include "kobj/Error.hpp"
+
+namespace kobj::factory::impl {
+
+PropertyImpl::PropertyImpl(std::string name, std::string typeText, std::uint32_t attributes,
+                           Getter getter, Setter setter)
+    : COSPropInfo(std::move(name), std::move(typeText), attributes),
+      getter_(std::move(getter)),
+      setter_(std::move(setter)) {}
+
+bool PropertyImpl::isReadOnly() const { return !setter_; }
+
+qaArray PropertyImpl::get(tv::mi::Handle& object) const { return getter_(object); }
+
+void PropertyImpl::set(tv::mi::Handle& object, const qaArray& value) const {
+    if (!setter_) {
+        throw Error("kobj:readOnlyProperty", "Property " + name() + " is read-only.");
+    }
+    setter_(object, value);
+}
+
+}  // namespace kobj::factory::impl

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <functional>
+
+#include "kobj/COSPropInfo.hpp"
+
+namespace kobj::factory::impl {
+
+// The property record that publishing routines build: a getter and an optional setter, each
+// bound to a member function of the library class (see TypedClassBuilder).
+class PropertyImpl : public COSPropInfo {
+public:
+    using Getter = std::function<qaArray(tv::mi::Handle&)>;
+    using Setter = std::function<void(tv::mi::Handle&, const qaArray&)>;
+
+    // An empty `setter` makes the property read-only.
+    PropertyImpl(std::string name, std::string typeText, std::uint32_t attributes, Getter getter,
+                 Setter setter);
+
+    bool isReadOnly() const override;
+    qaArray get(tv::mi::Handle& object) const override;
+    void set(tv::mi::Handle& object, const qaArray& value) const override;
+
+private:
+    Getter getter_;
+    Setter setter_;
+};
+
+}  // namespace kobj::factory::impl

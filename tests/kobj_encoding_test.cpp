@@ -1,0 +1,160 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "kobj/COSPackage.hpp"
+#include "kobj/EncodedObject.hpp"
+#include "kobj/Error.hpp"
+#include "kobj/JsonText.hpp"
+#include "kobj/ObjectAccess.hpp"
+#include "kobj/ObjectEncoding.hpp"
+#include "support/KobjErrors.hpp"
+#include "support/TestShapes.hpp"
+
+namespace {
+
+std::string allBytes() {
+    std::string bytes;
+    for (int value = 0; value < 256; ++value) bytes += static_cast<char>(value);
+    return bytes;
+}
+
+std::string jsonString(const std::string& bytes) {
+    std::string text;
+    kobj::json::appendString(text, bytes);
+    return text;
+}
+
+TEST(KobjJsonTextTest, AsciiStaysReadableAndEveryOtherByteIsEscaped) {
+    EXPECT_EQ(jsonString("rt_foo"), "\"rt_foo\"");
+    EXPECT_EQ(jsonString("a\"b\\c\nd\te"), "\"a\\\"b\\\\c\\nd\\te\"");
+    EXPECT_EQ(jsonString(std::string("x\0y", 3)), "\"x\\u0000y\"");
+    EXPECT_EQ(jsonString("\xe9\x7f"), "\"\\u00e9\\u007f\"");
+    for (char c : jsonString(allBytes())) {
+        EXPECT_TRUE(c >= 0x20 && c < 0x7f) << "the text is printable ASCII only";
+    }
+}
+
+TEST(KobjJsonTextTest, LatinOneCodePointsReadBackAsBytes) {
+    std::string bytes;
+    EXPECT_TRUE(kobj::json::bytesFromUtf8("a\xc3\xa9\xc2\x80", bytes));
+    EXPECT_EQ(bytes, "a\xe9\x80");
+    EXPECT_FALSE(kobj::json::bytesFromUtf8("\xe2\x82\xac", bytes)) << "U+20AC is no byte";
+    EXPECT_FALSE(kobj::json::bytesFromUtf8("\xc3", bytes)) << "truncated sequence";
+}
+
+TEST(KobjEncodedObjectTest, ReadsEveryValueKindAndAllBytes) {
+    const std::string text =
+        "{\"class\":\"p.C\",\"T\":" + jsonString(allBytes()) +
+        ",\"L\":false,\"U\":4294967295,\"I\":-2147483648,\"C\":[\"a\",\"\\u00ff\"]}";
+    kobj::EncodedObject object;
+    ASSERT_TRUE(kobj::readEncodedObject(text, object));
+    EXPECT_EQ(object.className, "p.C");
+    ASSERT_EQ(object.properties.size(), 5u);
+    EXPECT_EQ(object.properties[0].second.text(), allBytes());
+    EXPECT_FALSE(object.properties[1].second.logical());
+    EXPECT_EQ(object.properties[2].second.uint32Value(), 4294967295u);
+    EXPECT_EQ(object.properties[3].second.int32Value(), -2147483647 - 1);
+    EXPECT_EQ(object.properties[4].second.cells().at(1).text(), "\xff");
+}
+
+TEST(KobjEncodedObjectTest, RefusesEveryOtherShape) {
+    const std::vector<std::string> refused = {
+        "",
+        "{",
+        "null",
+        "[]",
+        "\"text\"",
+        "{}",
+        "{\"A\":1}",
+        "{\"class\":\"\"}",
+        "{\"class\":5}",
+        "{\"class\":[\"p.C\"]}",
+        "{\"class\":\"p.C\",\"A\":1.5}",
+        "{\"class\":\"p.C\",\"A\":null}",
+        "{\"class\":\"p.C\",\"A\":{}}",
+        "{\"class\":\"p.C\",\"A\":[1]}",
+        "{\"class\":\"p.C\",\"A\":[[\"x\"]]}",
+        "{\"class\":\"p.C\",\"A\":4294967296}",
+        "{\"class\":\"p.C\",\"A\":-2147483649}",
+        "{\"class\":\"p.C\",\"A\":1,\"A\":2}",
+        "{\"class\":\"p.C\",\"class\":\"p.D\"}",
+        "{\"class\":\"p.C\"} {}",
+        "{\"class\":\"p.C\",\"A\":\"\\u20ac\"}",
+        "{\"class\":\"p.C\",\"A\":\"\xff\"}",
+        "{\"class\":\"p.C\"",
+    };
+    for (const std::string& text : refused) {
+        kobj::EncodedObject object;
+        EXPECT_FALSE(kobj::readEncodedObject(text, object)) << text;
+    }
+    kobj::EncodedObject object;
+    EXPECT_FALSE(kobj::readEncodedObject(std::string(200000, '['), object)) << "deep nesting";
+}
+
+class KobjObjectEncodingTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!kobj::COSPackage::getPackageInterface("kobjtest")) {
+            kobj::COSPackage::addPackage(std::make_unique<kobjtest::ShapesPackage>());
+        }
+    }
+};
+
+TEST_F(KobjObjectEncodingTest, WritesTheClassAndEverySettableProperty) {
+    qaArray circle =
+        kobj::construct("kobjtest.Circle", {qaArray::fromText("c"), qaArray::fromUInt32(3)});
+    kobj::setProperty(circle, "Tags", qaArray::cellColumn({qaArray::fromText("t")}));
+    EXPECT_EQ(kobj::encodeObject(circle),
+              "{\"class\":\"kobjtest.Circle\",\"Label\":\"derived:c\",\"Name\":\"c\",\"Radius\":3,"
+              "\"Offset\":0,\"Filled\":false,\"Tags\":[\"t\"]}")
+        << "the read-only Diameter is left out";
+}
+
+TEST_F(KobjObjectEncodingTest, RoundTripRestoresDependentPropertiesLast) {
+    qaArray circle = kobj::construct("kobjtest.Circle", {qaArray::fromText("c")});
+    kobj::setProperty(circle, "Label", qaArray::fromText("chosen"));
+    kobj::setProperty(circle, "Offset", qaArray::fromInt32(-7));
+    const qaArray copy = kobj::decodeObject(kobj::encodeObject(circle));
+    ASSERT_EQ(copy.numel(), 1u);
+    EXPECT_NE(copy.object(0), circle.object(0));
+    EXPECT_EQ(copy.className(), "kobjtest.Circle");
+    EXPECT_EQ(kobj::getProperty(copy, "Label").text(), "chosen")
+        << "Name's setter derives the label; the stored label must still win";
+    EXPECT_EQ(kobj::getProperty(copy, "Offset").int32Value(), -7);
+    EXPECT_EQ(kobj::encodeObject(copy), kobj::encodeObject(circle));
+}
+
+TEST_F(KobjObjectEncodingTest, EncodingRefusesWhatCannotBeRebuilt) {
+    kobjtest::Shape shape("abstract");
+    kobjtest::Stray stray;
+    const auto encodingError = [](const qaArray& value) {
+        return kobjtest::errorIdentifier([&] { kobj::encodeObject(value); });
+    };
+    EXPECT_EQ(encodingError(shape.toScriptValue()), "kobj:notEncodable");
+    EXPECT_EQ(encodingError(stray.toScriptValue()), "kobj:notAnObject");
+    EXPECT_EQ(encodingError(qaArray::fromText("x")), "kobj:notAnObject");
+}
+
+TEST_F(KobjObjectEncodingTest, DecodingBadTextGivesTheEmptyValue) {
+    const std::vector<std::string> bad = {
+        "garbage",
+        "{\"class\":\"kobjtest.Circle\",\"Radius\":",
+        "{\"class\":\"kobjtest.Triangle\"}",
+        "{\"class\":\"kobjtest.Shape\",\"Name\":\"abstract\"}",
+        "{\"class\":\"kobjtest.Circle\",\"Radius\":-1}",
+        "{\"class\":\"kobjtest.Circle\",\"Name\":7}",
+        "{\"class\":\"kobjtest.Circle\",\"Filled\":\"yes\"}",
+        "{\"class\":\"kobjtest.Circle\",\"Tags\":\"t\"}",
+        "{\"class\":\"kobjtest.Circle\",\"Colour\":\"red\"}",
+        "{\"class\":\"kobjtest.Circle\",\"Diameter\":4}",
+    };
+    for (const std::string& text : bad) {
+        const qaArray value = kobj::decodeObject(text);
+        EXPECT_EQ(value.kind(), qaArray::Kind::Empty) << text;
+    }
+    EXPECT_EQ(kobj::decodeObject("{\"class\":\"kobjtest.Circle\"}").className(), "kobjtest.Circle")
+        << "missing properties keep the constructor's values";
+}
+
+}  // namespace

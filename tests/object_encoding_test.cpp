@@ -1,0 +1,236 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "SCMIdentity.hpp"
+#include "SCMModuleEntry.hpp"
+#include "kobj/ClassRegistry.hpp"
+#include "kobj/Conversions.hpp"
+#include "kobj/JsonText.hpp"
+#include "kobj/ObjectAccess.hpp"
+#include "kobj/ObjectEncoding.hpp"
+
+namespace {
+
+const std::vector<std::string> kConcreteClasses = {
+    "SharedCodeManager.GenericIdentity",
+    "SharedCodeManager.BasicUtilityIdentity",
+    "SharedCodeManager.SharedFunctionIdentity",
+    "SharedCodeManager.SharedConstantsIdentity",
+    "SharedCodeManager.SharedTypesIdentity",
+    "SharedCodeManager.SharedDataIdentity",
+    "SharedCodeManager.Data",
+    "SharedCodeManager.GenericData",
+    "SharedCodeManager.BasicUtilityData",
+    "SharedCodeManager.SharedFunctionData",
+    "SharedCodeManager.MultiWordFcnData",
+    "SharedCodeManager.SharedTypesData",
+    "SharedCodeManager.SharedData",
+    "SharedCodeManager.SharedConstantsData",
+};
+
+const std::vector<std::string> kCategories = {
+    "SCM_UTILITIES", "SCM_SHARED_FUNCTIONS", "SCM_SHARED_TYPES",    "SCM_OTHER",
+    "SCM_NUM",       "SCM_SHARED_DATA",      "SCM_SHARED_CONSTANTS"};
+const std::vector<std::string> kKinds = {"SCM_SHARED_OTHERS", "SCM_SHARED_TYPES",
+                                         "SCM_SHARED_DATA_MACRO", "SCM_SHARED_DATA_DECLARATION",
+                                         "SCM_SHARED_DATA_DEFINITION"};
+
+std::string allBytes() {
+    std::string bytes;
+    for (int value = 255; value >= 0; --value) bytes += static_cast<char>(value);
+    return bytes;
+}
+
+// Random values for every property type, weighted towards the awkward bytes: NUL, controls, quotes,
+// backslashes and bytes that are not UTF-8.
+class RandomValues {
+public:
+    explicit RandomValues(unsigned seed) : engine_(seed) {}
+
+    std::string bytes() {
+        if (pick(10) == 0) return allBytes();
+        std::string text(pick(24), '\0');
+        for (char& c : text)
+            c = static_cast<char>(pick(4) == 0 ? "\0\"\\\n\xff\x80"[pick(6)] : pick(256));
+        return text;
+    }
+    std::size_t pick(std::size_t bound) {
+        return std::uniform_int_distribution<std::size_t>(0, bound - 1)(engine_);
+    }
+    std::uint32_t word() { return std::uniform_int_distribution<std::uint32_t>()(engine_); }
+
+    qaArray valueFor(const kobj::COSPropInfo& property) {
+        if (property.name() == "Type")
+            return qaArray::fromText(kCategories[pick(kCategories.size())]);
+        if (property.name() == "Kind") return qaArray::fromText(kKinds[pick(kKinds.size())]);
+        switch (kobj::categoryOf(property.typeText())) {
+            case kobj::TypeCategory::Text: return qaArray::fromText(bytes());
+            case kobj::TypeCategory::Logical: return qaArray::fromLogical(pick(2) == 1);
+            case kobj::TypeCategory::UInt32: return qaArray::fromUInt32(word());
+            case kobj::TypeCategory::Int32:
+                return qaArray::fromInt32(static_cast<std::int32_t>(word()));
+            case kobj::TypeCategory::Cell: {
+                std::vector<std::string> texts(pick(5));
+                for (std::string& text : texts) text = bytes();
+                return kobj::textListValue(texts);
+            }
+            default: return qaArray();
+        }
+    }
+
+private:
+    std::mt19937 engine_;
+};
+
+// An object's state as one string: every property, read through its getter.
+std::string stateOf(const qaArray& object) {
+    std::string state = kobj::classOf(object).name();
+    for (const kobj::COSPropInfo* property : kobj::classOf(object).allProperties()) {
+        state += "\n" + property->name() + "=";
+        const qaArray value = kobj::getProperty(object, property->name());
+        if (value.kind() == qaArray::Kind::Cell) {
+            state += std::to_string(value.numel()) + ":";
+            for (const std::string& text : kobj::textListFrom(value))
+                kobj::json::appendString(state, text);
+        } else if (value.kind() == qaArray::Kind::Char) {
+            kobj::json::appendString(state, value.text());
+        } else if (value.kind() == qaArray::Kind::Logical) {
+            state += value.logical() ? "true" : "false";
+        } else {
+            state += std::to_string(value.kind() == qaArray::Kind::Int32 ? value.int32Value()
+                                                                         : value.uint32Value());
+        }
+    }
+    return state;
+}
+
+qaArray newObject(const std::string& className) {
+    const kobj::ClassRecord& record = kobj::ClassRegistry::instance().getClass(className);
+    std::vector<qaArray> arguments;
+    for (const std::string& type : record.restoringConstructor()->signature().arguments) {
+        arguments.push_back(kobj::neutralValue(type));
+    }
+    return kobj::construct(className, arguments);
+}
+
+// An object of `className` with every settable property random; the checksum of identities is
+// sometimes stored over the computed one, as a dictionary does when it reloads an entry.
+qaArray randomObject(const std::string& className, RandomValues& random) {
+    qaArray object = newObject(className);
+    for (const kobj::COSPropInfo* property : kobj::classOf(object).allProperties()) {
+        if (!property->isReadOnly())
+            kobj::setProperty(object, property->name(), random.valueFor(*property));
+    }
+    if (kobj::classOf(object).findProperty("Checksum") != nullptr && random.pick(2) == 0) {
+        kobj::setProperty(object, "Checksum", qaArray::fromText(random.bytes()));
+    }
+    return object;
+}
+
+class ObjectEncodingTest : public ::testing::TestWithParam<std::string> {
+protected:
+    void SetUp() override { HxInitialize_shared_code_manager(); }
+};
+
+TEST_P(ObjectEncodingTest, RandomObjectsComeBackEqualAndOfTheirConcreteClass) {
+    RandomValues random(std::hash<std::string>()(GetParam()));
+    for (int round = 0; round < 40; ++round) {
+        const qaArray original = randomObject(GetParam(), random);
+        const std::string text = kobj::encodeObject(original);
+        const qaArray copy = kobj::decodeObject(text);
+        ASSERT_EQ(copy.numel(), 1u) << text;
+        EXPECT_NE(copy.object(0), original.object(0));
+        EXPECT_EQ(kobj::classOf(copy).name(), GetParam());
+        EXPECT_EQ(stateOf(copy), stateOf(original));
+        EXPECT_EQ(kobj::encodeObject(copy), text);
+        if (auto* identity = dynamic_cast<SCM::SCMIdentity*>(copy.object(0))) {
+            EXPECT_EQ(identity->getChecksum(),
+                      dynamic_cast<SCM::SCMIdentity*>(original.object(0))->getChecksum());
+        }
+    }
+}
+
+TEST_P(ObjectEncodingTest, EveryTruncationDecodesToTheEmptyValue) {
+    RandomValues random(7);
+    const std::string text = kobj::encodeObject(randomObject(GetParam(), random));
+    for (std::size_t length = 0; length < text.size(); ++length) {
+        EXPECT_EQ(kobj::decodeObject(text.substr(0, length)).kind(), qaArray::Kind::Empty)
+            << length;
+    }
+}
+
+TEST_P(ObjectEncodingTest, APropertyOfTheWrongTypeDecodesToTheEmptyValue) {
+    const kobj::ClassRecord& record = kobj::ClassRegistry::instance().getClass(GetParam());
+    for (const kobj::COSPropInfo* property : record.allProperties()) {
+        std::vector<std::string> wrongValues;
+        switch (kobj::categoryOf(property->typeText())) {
+            case kobj::TypeCategory::Text: wrongValues = {"7", "true", "[\"a\"]"}; break;
+            case kobj::TypeCategory::Cell: wrongValues = {"\"a\"", "[1]", "false"}; break;
+            case kobj::TypeCategory::Logical: wrongValues = {"1", "\"true\""}; break;
+            case kobj::TypeCategory::UInt32: wrongValues = {"-1", "\"1\"", "true"}; break;
+            case kobj::TypeCategory::Int32: wrongValues = {"3000000000", "\"1\""}; break;
+            default: break;
+        }
+        for (const std::string& wrong : wrongValues) {
+            const std::string text =
+                "{\"class\":\"" + GetParam() + "\",\"" + property->name() + "\":" + wrong + "}";
+            EXPECT_EQ(kobj::decodeObject(text).kind(), qaArray::Kind::Empty) << text;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(ConcreteClasses, ObjectEncodingTest, ::testing::ValuesIn(kConcreteClasses),
+                         [](const auto& info) {
+                             return info.param.substr(info.param.find('.') + 1);
+                         });
+
+class ObjectDecodingTest : public ::testing::Test {
+protected:
+    void SetUp() override { HxInitialize_shared_code_manager(); }
+};
+
+TEST_F(ObjectDecodingTest, UnknownAbstractAndStatelessClassesDecodeToTheEmptyValue) {
+    for (const char* className :
+         {"SharedCodeManager.Nothing", "Other.Data", "SharedCodeManager.Identity",
+          "SharedCodeManager.SharedTypesDataConstantsIdentity",
+          "SharedCodeManager.SharedTypesDataConstantsData", "SharedCodeManager.SharedCommonData",
+          "SharedCodeManager.SharedCodeManagerInterface",
+          "SharedCodeManager.SharedConstantsInterface", "velmor.mixin.Heterogeneous",
+          "SharedCodeManager"}) {
+        const std::string text = std::string("{\"class\":\"") + className + "\"}";
+        EXPECT_EQ(kobj::decodeObject(text).kind(), qaArray::Kind::Empty) << text;
+    }
+}
+
+TEST_F(ObjectDecodingTest, RandomBytesDecodeToTheEmptyValue) {
+    RandomValues random(11);
+    for (int round = 0; round < 2000; ++round) {
+        std::string text = random.bytes();
+        if (round % 2 == 0) text = "{\"class\":\"SharedCodeManager.Data\"," + text;
+        EXPECT_EQ(kobj::decodeObject(text).kind(), qaArray::Kind::Empty) << text;
+    }
+}
+
+TEST_F(ObjectDecodingTest, RequiredClassIsCheckedBeforeAnythingIsBuilt) {
+    const std::string identity =
+        "{\"class\":\"SharedCodeManager.GenericIdentity\",\"Type\":\"SCM_SHARED_DATA\"}";
+    EXPECT_EQ(kobj::decodeObject(identity, "SharedCodeManager.Data").kind(), qaArray::Kind::Empty);
+    const qaArray decoded = kobj::decodeObject(identity, "SharedCodeManager.Identity");
+    ASSERT_EQ(decoded.numel(), 1u);
+    EXPECT_EQ(kobj::getProperty(decoded, "Type").text(), "SCM_SHARED_DATA");
+}
+
+TEST_F(ObjectDecodingTest, TheEncodingIsReadableAscii) {
+    const qaArray identity =
+        kobj::construct("SharedCodeManager.BasicUtilityIdentity", {qaArray::fromText("rt_foo")});
+    EXPECT_EQ(kobj::encodeObject(identity),
+              "{\"class\":\"SharedCodeManager.BasicUtilityIdentity\",\"Checksum\":"
+              "\"dGfL8aBULDXcmtIhYfhCcE\","
+              "\"Type\":\"SCM_UTILITIES\",\"UtilityIdentifier\":\"rt_foo\",\"SymbolString\":\"\","
+              "\"MaximumIdentifierLength\":0,\"IncludeMaxIdLength\":true}");
+}
+
+}  // namespace

@@ -1,0 +1,62 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "SCMModuleEntry.hpp"
+#include "kobj/Allocator.hpp"
+#include "kobj/COSPackage.hpp"
+#include "kobj/ClassRegistry.hpp"
+#include "kobj/ObjectAccess.hpp"
+
+// The entry points act once per load, so the whole life of the package is one test, in a program
+// of its own.
+namespace {
+
+kobj::ClassRegistry& registry() { return kobj::ClassRegistry::instance(); }
+
+TEST(PackageLifecycleTest, InitialiseAndTerminateEachActOnceAndClassesPublishOnFirstUse) {
+    const std::size_t blocksAtLoad = kobj::cosLiveBlocks();
+    EXPECT_FALSE(kobj::COSPackage::getPackageInterface("SharedCodeManager"));
+
+    HxInitialize_shared_code_manager();
+    HxInitialize_shared_code_manager();
+    EXPECT_EQ(kobj::COSPackage::packageNames(), std::vector<std::string>{"SharedCodeManager"});
+    EXPECT_EQ(kobj::cosLiveBlocks(), blocksAtLoad + 1)
+        << "one package; its class list not loaded yet";
+    EXPECT_FALSE(registry().isPublished("SharedCodeManager.Identity"));
+
+    kobj::construct("SharedCodeManager.BasicUtilityIdentity", {qaArray::fromText("rt_foo")});
+    EXPECT_TRUE(registry().isPublished("SharedCodeManager.BasicUtilityIdentity"));
+    EXPECT_TRUE(registry().isPublished("SharedCodeManager.Identity"));
+    EXPECT_FALSE(registry().isPublished("SharedCodeManager.GenericIdentity"));
+    EXPECT_FALSE(registry().isPublished("SharedCodeManager.Data"));
+    EXPECT_EQ(kobj::cosLiveBlocks(), blocksAtLoad + 24) << "the package and its 23 class infos";
+
+    HxTerminate_shared_code_manager();
+    EXPECT_FALSE(kobj::COSPackage::getPackageInterface("SharedCodeManager"));
+    EXPECT_EQ(registry().findClass("SharedCodeManager.Identity"), nullptr);
+    EXPECT_EQ(kobj::cosLiveBlocks(), blocksAtLoad) << "released for the public client and freed";
+
+    HxTerminate_shared_code_manager();
+    HxInitialize_shared_code_manager();
+    EXPECT_TRUE(kobj::COSPackage::packageNames().empty()) << "no second registration in one load";
+}
+
+TEST(PackageLifecycleTest, FunctionTableAndBuildInfoAreFixedAtBuildTime) {
+    const HxFcnTable* table = QueryHxFcnTable_shared_code_manager();
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table, QueryHxFcnTable_shared_code_manager());
+    EXPECT_EQ(table->entryCount, 0u);
+    EXPECT_EQ(table->entries, nullptr);
+    EXPECT_GT(table->buildTime, 1600000000u);
+    unsigned major = 0, minor = 0, patch = 0;
+    ASSERT_EQ(
+        std::sscanf(HxBuildInfo_shared_code_manager.version, "%u.%u.%u", &major, &minor, &patch),
+        3);
+    EXPECT_EQ(table->version, (major << 16) | (minor << 8) | patch);
+    EXPECT_EQ(std::string(HxBuildInfo_shared_code_manager.buildDate).size(), 23u);
+}
+
+}  // namespace

@@ -1,0 +1,345 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+
+#include "SCMModuleEntry.hpp"
+#include "kobj/ClassRegistry.hpp"
+#include "kobj/Error.hpp"
+#include "kobj/ObjectAccess.hpp"
+#include "kobj/ObjectValues.hpp"
+#include "shared_code_manager.hpp"
+#include "support/KobjErrors.hpp"
+#include "support/MemoryDataAdapter.hpp"
+#include "tv/TvFeature.hpp"
+
+namespace {
+
+using kobjtest::errorIdentifier;
+
+using namespace SCM;
+
+qaArray text(const std::string& value) { return qaArray::fromText(value); }
+qaArray u32(std::uint32_t value) { return qaArray::fromUInt32(value); }
+qaArray cell(std::vector<std::string> texts) {
+    std::vector<qaArray> cells;
+    for (const std::string& t : texts) cells.push_back(qaArray::fromText(t));
+    return qaArray::cellColumn(std::move(cells));
+}
+std::vector<std::string> textsOf(const qaArray& value) {
+    std::vector<std::string> texts;
+    for (const qaArray& c : value.cells()) texts.push_back(c.text());
+    return texts;
+}
+
+// The library object of a value of `className`, borrowed.
+template <class T>
+T* objectOf(const qaArray& value, const char* className) {
+    return dynamic_cast<T*>(tv::mi::Handle::fromScriptValue(value, className));
+}
+
+class PublishingTest : public ::testing::Test {
+protected:
+    void SetUp() override { HxInitialize_shared_code_manager(); }
+};
+
+TEST_F(PublishingTest, ChecksumPropertyGivesTheWorkedValues) {
+    qaArray utility = kobj::construct("SharedCodeManager.BasicUtilityIdentity", {text("rt_foo")});
+    EXPECT_EQ(kobj::getProperty(utility, "Checksum").text(), "dGfL8aBULDXcmtIhYfhCcE");
+    kobj::setProperty(utility, "SymbolString", text("rtfoo"));
+    kobj::setProperty(utility, "IncludeMaxIdLength", qaArray::fromLogical(false));
+    EXPECT_EQ(kobj::getProperty(utility, "Checksum").text(), "CC3DRqMXZn6KJqqTPaQNvG");
+    kobj::setProperty(utility, "IncludeMaxIdLength", qaArray::fromLogical(true));
+    kobj::setProperty(utility, "MaximumIdentifierLength", qaArray::fromInt32(31));
+    EXPECT_EQ(kobj::getProperty(utility, "Checksum").text(), "b93dUxijR9eIg7SpoIgQyF");
+
+    qaArray function = kobj::construct("SharedCodeManager.SharedFunctionIdentity",
+                                       {u32(1), u32(2), u32(3), u32(4)});
+    EXPECT_EQ(kobj::getProperty(function, "Checksum").text(), "U4NdP7g6UUORzSSeCh2CSC");
+    EXPECT_EQ(kobj::getProperty(kobj::construct("SharedCodeManager.SharedConstantsIdentity", {}),
+                                "Checksum")
+                  .text(),
+              "r0D0lO5YFYuzQLWx4FCVRC");
+    qaArray generic =
+        kobj::construct("SharedCodeManager.GenericIdentity", {text("SCM_SHARED_TYPES")});
+    EXPECT_EQ(kobj::getProperty(generic, "Checksum").text(), "UZNV6GSDjNHqUjgyPa3PcG");
+
+    kobj::setProperty(function, "Checksum", text("stored"));
+    EXPECT_EQ(kobj::getProperty(function, "Checksum").text(), "stored");
+}
+
+TEST_F(PublishingTest, CategoryTravelsAsText) {
+    qaArray generic = kobj::construct("SharedCodeManager.GenericIdentity",
+                                      {text("SCM_SHARED_CONSTANTS"), text("x")});
+    EXPECT_EQ(kobj::getProperty(generic, "Type").text(), "SCM_SHARED_CONSTANTS");
+    EXPECT_EQ(kobj::getProperty(generic, "DesiredIdentifier").text(), "x");
+    kobj::setProperty(generic, "Type", text("SCM_NUM"));
+    EXPECT_EQ(kobj::callMethod(generic, "getType", {}).text(), "SCM_NUM");
+    kobj::setProperty(generic, "Type", text("scm_shared_data"));
+    EXPECT_EQ(kobj::getProperty(generic, "Type").text(), "SCM_UTILITIES")
+        << "an unknown name means SCM_UTILITIES";
+
+    objectOf<SCMIdentity>(generic, "SharedCodeManager.Identity")->setType(static_cast<SCMTypes>(9));
+    EXPECT_EQ(kobj::getProperty(generic, "Type").text(), "");
+    EXPECT_EQ(kobj::callMethod(generic, "getType", {}).text(), "SCM_NUM");
+}
+
+TEST_F(PublishingTest, PropertiesReachTheFieldsTheyAreNamedFor) {
+    qaArray constant = kobj::construct("SharedCodeManager.SharedConstantsData", {text("K")});
+    kobj::setProperty(constant, "ParameterPrefix", text("p_"));
+    kobj::setProperty(constant, "IsComplex", qaArray::fromLogical(true));
+    kobj::setProperty(constant, "GenerateConstant", qaArray::fromLogical(true));
+    kobj::setProperty(constant, "DependentBuiltIn", qaArray::fromLogical(true));
+    const auto* record = objectOf<SCMSharedConstantsData>(constant, "SharedCodeManager.Data");
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(record->getName(), "K");
+    EXPECT_EQ(record->getParamPrefix(), "p_");
+    EXPECT_TRUE(record->getComplex());
+    EXPECT_FALSE(record->getMultiword());
+    EXPECT_TRUE(record->getDoUpdate());
+    EXPECT_TRUE(record->getBuiltin());
+
+    qaArray shared = kobj::construct("SharedCodeManager.SharedData", {});
+    kobj::setProperty(shared, "CSCName", text("csc"));
+    kobj::setProperty(shared, "MemSecPrePragma", qaArray::fromInt32(-3));
+    const auto* data = objectOf<SCMSharedData>(shared, "SharedCodeManager.SharedData");
+    EXPECT_EQ(data->getCscName(), "csc");
+    EXPECT_EQ(data->getMemSecPrePragma(), -3);
+
+    qaArray multiword = kobj::construct("SharedCodeManager.MultiWordFcnData", {text("")});
+    EXPECT_EQ(textsOf(kobj::getProperty(multiword, "MultiWordFunctions")),
+              (std::vector<std::string>{""}));
+}
+
+TEST_F(PublishingTest, KindReadsBackAsItsTextExceptOthers) {
+    qaArray types = kobj::construct("SharedCodeManager.SharedTypesData", {text("T")});
+    EXPECT_EQ(kobj::getProperty(types, "Kind").text(), "");
+    kobj::setProperty(types, "Kind", text("SCM_SHARED_DATA_MACRO"));
+    EXPECT_EQ(kobj::getProperty(types, "Kind").text(), "SCM_SHARED_DATA_MACRO");
+    kobj::setProperty(types, "Kind", text("SCM_SHARED_OTHERS"));
+    EXPECT_EQ(kobj::getProperty(types, "Kind").text(), "");
+}
+
+TEST_F(PublishingTest, TraceabilityPropertyAddsAndTheQueryFiltersByModel) {
+    qaArray utility =
+        kobj::construct("SharedCodeManager.BasicUtilityData", {text("n"), text("id")});
+    kobj::setProperty(utility, "Traceability", cell({"m10:b", "m1:a"}));
+    kobj::setProperty(utility, "Traceability", cell({"m2:c"}));
+    EXPECT_EQ(textsOf(kobj::getProperty(utility, "Traceability")),
+              (std::vector<std::string>{"m10:b", "m1:a", "m2:c"}));
+    const qaArray forM1 = kobj::callMethod(utility, "getTraceabilityForModel", {text("m1")});
+    EXPECT_EQ(forM1.rows(), 1u);
+    EXPECT_EQ(textsOf(forM1), (std::vector<std::string>{"m1:a"}));
+
+    kobj::setProperty(utility, "Traceability", cell({"m1"}));
+    EXPECT_THROW(kobj::callMethod(utility, "getTraceabilityForModel", {text("m1")}),
+                 std::out_of_range)
+        << "the library's own exception passes through";
+}
+
+TEST_F(PublishingTest, TextListPropertiesReportBadElements) {
+    qaArray utility = kobj::construct("SharedCodeManager.BasicUtilityData", {});
+    const qaArray withNumber = qaArray::cellColumn({text("a"), text("b"), u32(3)});
+    try {
+        kobj::setProperty(utility, "ModelNames", withNumber);
+        FAIL() << "no error";
+    } catch (const kobj::Error& error) {
+        EXPECT_EQ(error.identifier(), "kobj:errorMustBeString");
+        EXPECT_EQ(error.index(), std::optional<std::size_t>(2));
+    }
+    EXPECT_EQ(errorIdentifier([&] { kobj::setProperty(utility, "Children", text("c")); }),
+              "kobj:errorMustBeCellArray");
+    const qaArray empty = kobj::getProperty(utility, "Children");
+    EXPECT_EQ(empty.rows(), 0u);
+    EXPECT_EQ(empty.cols(), 1u);
+}
+
+TEST_F(PublishingTest, SharedCommonDataFindsItsPublishedClass) {
+    SCMSharedTypesDataConstantsData common("common");
+    const qaArray value = common.toScriptValue();
+    EXPECT_EQ(value.className(), "SharedCodeManager.SharedCommonData") << "what the object reports";
+    EXPECT_EQ(kobj::classOf(value).name(), "SharedCodeManager.SharedTypesDataConstantsData");
+    EXPECT_EQ(tv::mi::Handle::fromScriptValue(value, "SharedCodeManager.Data"), &common);
+    EXPECT_EQ(kobj::getProperty(value, "Name").text(), "common");
+    EXPECT_EQ(errorIdentifier(
+                  [] { kobj::construct("SharedCodeManager.SharedTypesDataConstantsData", {}); }),
+              "kobj:abstractClass");
+}
+
+// A facade driven through its published methods, backed by memory.
+class PublishedFacadeTest : public PublishingTest {
+protected:
+    void SetUp() override {
+        PublishingTest::SetUp();
+        backend_ = new scmtest::MemoryDataAdapter();
+        facade_.setDataAdapter(backend_);
+        TvFeature::setValue("UseVrexCache", 1);
+    }
+
+    qaArray call(const std::string& method, const std::vector<qaArray>& arguments) {
+        return kobj::callMethod(facade_.toScriptValue(), method, arguments);
+    }
+
+    static qaArray utilityIdentity(const std::string& identifier) {
+        return kobj::construct("SharedCodeManager.BasicUtilityIdentity", {text(identifier)});
+    }
+    static qaArray utilityData(const std::string& name, const std::string& identifier) {
+        qaArray data =
+            kobj::construct("SharedCodeManager.BasicUtilityData", {text(name), text(identifier)});
+        kobj::setProperty(data, "Name", text(name));
+        return data;
+    }
+
+    SharedConstantsInterface facade_;
+    scmtest::MemoryDataAdapter* backend_ = nullptr;  // owned by facade_
+};
+
+TEST_F(PublishedFacadeTest, RegisterDataIsTheDirectRoadAndUsingCachingTheCachedOne) {
+    EXPECT_EQ(call("registerData", {utilityIdentity("a"), utilityData("a", "id")}).text(),
+              "IS_REGISTERED");
+    EXPECT_EQ(backend_->storedCount(), 1u);
+    EXPECT_EQ(call("registerData", {utilityIdentity("a"), utilityData("a", "other")}).text(),
+              "IS_PRESENT_ERROR");
+    EXPECT_EQ(
+        call("registerDataUsingCaching", {utilityIdentity("b"), utilityData("b", "id")}).text(),
+        "WILL_BE_REGISTERED");
+    EXPECT_EQ(backend_->cachedCount(), 1u);
+    TvFeature::setValue("UseVrexCache", 0);
+    EXPECT_EQ(
+        call("registerDataUsingCaching", {utilityIdentity("c"), utilityData("c", "id")}).text(),
+        "IS_REGISTERED");
+    EXPECT_EQ(call("finalize", {}).text(), "IS_REGISTERED");
+    EXPECT_EQ(backend_->storedCount(), 3u);
+    EXPECT_EQ(call("registerData", {qaArray(), utilityData("d", "id")}).text(), "IS_EMPTY")
+        << "an empty value is an absent object";
+}
+
+TEST_F(PublishedFacadeTest, ArgumentsOfTheWrongClassAreRefused) {
+    const qaArray data = utilityData("a", "id");
+    EXPECT_EQ(errorIdentifier([&] {
+                  call("registerData", {data, data});
+              }),
+              "kobj:errorMustBeObject");
+    EXPECT_EQ(errorIdentifier([&] { call("retrieveData", {text("a")}); }),
+              "kobj:errorMustBeObject");
+    EXPECT_EQ(errorIdentifier([&] { call("retrieveAllData", {u32(2)}); }),
+              "kobj:errorMustBeString");
+    EXPECT_EQ(backend_->storedCount(), 0u);
+}
+
+TEST_F(PublishedFacadeTest, RetrievedObjectsAreFreshAndOwnedUnderTheirConcreteClass) {
+    const qaArray identity = utilityIdentity("a");
+    call("registerData", {identity, utilityData("a", "id")});
+    const qaArray found = call("retrieveData", {identity});
+    ASSERT_EQ(found.numel(), 1u);
+    EXPECT_EQ(found.className(), "SharedCodeManager.BasicUtilityData");
+    EXPECT_EQ(kobj::getProperty(found, "Identifier").text(), "id");
+    std::unique_ptr<tv::mi::Handle> taken(
+        tv::mi::Handle::releaseFromScriptValue(found, "SharedCodeManager.Data"));
+    EXPECT_NE(taken, nullptr);
+
+    const qaArray missing = call("retrieveData", {utilityIdentity("nothing")});
+    EXPECT_EQ(missing.kind(), qaArray::Kind::Object);
+    EXPECT_EQ(missing.numel(), 0u);
+    EXPECT_EQ(missing.className(), "SharedCodeManager.Data");
+
+    const qaArray byName = call("retrieveIdentityForName", {text("SCM_UTILITIES"), text("a")});
+    EXPECT_EQ(byName.className(), "SharedCodeManager.BasicUtilityIdentity");
+    EXPECT_EQ(kobj::getProperty(byName, "UtilityIdentifier").text(), "a");
+    EXPECT_EQ(call("retrieveIdentityForName", {text("SCM_UTILITIES"), text("x")}).className(),
+              "SharedCodeManager.Identity");
+}
+
+TEST_F(PublishedFacadeTest, DataByNameFromTheWriteCacheReachesTheScriptAsACopy) {
+    call("registerDataUsingCaching", {utilityIdentity("a"), utilityData("cached", "id")});
+    const qaArray found = call("retrieveDataForName", {text("SCM_UTILITIES"), text("cached")});
+    ASSERT_EQ(found.numel(), 1u);
+    EXPECT_FALSE(backend_->isBackendOwned(static_cast<SCMData*>(found.object(0))))
+        << "the script must never own the cache's own copy";
+    call("finalize", {});  // empties the cache; the script's copy stays valid
+    EXPECT_EQ(kobj::getProperty(found, "Name").text(), "cached");
+    EXPECT_EQ(call("retrieveDataForName", {text("SCM_UTILITIES"), text("cached")}).numel(), 1u);
+}
+
+TEST_F(PublishedFacadeTest, ListingsBecomeObjectArraysThatSettleTheirClass) {
+    call("registerData",
+         {kobj::construct("SharedCodeManager.SharedDataIdentity", {u32(1), u32(1), u32(1), u32(1)}),
+          kobj::construct("SharedCodeManager.SharedData", {text("one")})});
+    call("registerData",
+         {kobj::construct("SharedCodeManager.SharedDataIdentity", {u32(2), u32(2), u32(2), u32(2)}),
+          kobj::construct("SharedCodeManager.SharedData", {text("two")})});
+    const qaArray identities = call("retrieveAllIdentities", {text("SCM_SHARED_DATA")});
+    EXPECT_EQ(identities.cols(), 2u);
+    EXPECT_EQ(identities.className(), "SharedCodeManager.SharedDataIdentity");
+
+    call("registerData", {kobj::construct("SharedCodeManager.GenericIdentity",
+                                          {text("SCM_SHARED_DATA"), text("g")}),
+                          kobj::construct("SharedCodeManager.GenericData", {text("g")})});
+    const qaArray mixed = call("retrieveAllIdentities", {text("SCM_SHARED_DATA")});
+    EXPECT_EQ(mixed.cols(), 3u);
+    EXPECT_EQ(mixed.className(), "SharedCodeManager.Identity");
+    const qaArray records = call("retrieveAllData", {text("SCM_SHARED_DATA")});
+    EXPECT_EQ(records.className(), "SharedCodeManager.Data");
+
+    const qaArray none = call("retrieveAllIdentities", {text("SCM_SHARED_TYPES")});
+    EXPECT_EQ(none.rows(), 1u);
+    EXPECT_EQ(none.cols(), 0u);
+    EXPECT_EQ(none.className(), "SharedCodeManager.Identity");
+}
+
+TEST_F(PublishedFacadeTest, UnknownCategoryNameListsUtilities) {
+    call("registerData", {utilityIdentity("a"), utilityData("a", "id")});
+    EXPECT_EQ(call("retrieveAllData", {text("no such category")}).cols(), 1u);
+}
+
+TEST_F(PublishedFacadeTest, BatchRegistersUntilTheFirstMissingRecordThenThrows) {
+    TvFeature::setValue("UseVrexCache", 0);
+    const qaArray identities =
+        kobj::ownedObjectRow(std::vector<SCMIdentity*>{new SCMBasicUtilityIdentity("a"),
+                                                       new SCMBasicUtilityIdentity("b")},
+                             "SharedCodeManager.Identity");
+    const qaArray records = kobj::ownedObjectRow(
+        std::vector<SCMData*>{new SCMBasicUtilityData("a")}, "SharedCodeManager.Data");
+    EXPECT_THROW(call("registerDataArray", {identities, records}), std::out_of_range);
+    EXPECT_EQ(backend_->storedCount(), 1u);
+    EXPECT_EQ(call("registerDataArray",
+                   {kobj::ownedObjectRow(std::vector<SCMIdentity*>{}, "SharedCodeManager.Identity"),
+                    qaArray()})
+                  .text(),
+              "WILL_BE_REGISTERED");
+}
+
+TEST_F(PublishedFacadeTest, ConstantsNamesAreAReadOnlyProperty) {
+    call("registerData", {kobj::construct("SharedCodeManager.SharedConstantsIdentity",
+                                          {u32(1), u32(0), u32(0), u32(0)}),
+                          kobj::construct("SharedCodeManager.SharedConstantsData", {text("K1")})});
+    call("registerData", {kobj::construct("SharedCodeManager.SharedConstantsIdentity",
+                                          {u32(2), u32(0), u32(0), u32(0)}),
+                          kobj::construct("SharedCodeManager.SharedConstantsData", {text("K1")})});
+    const qaArray facade = facade_.toScriptValue();
+    EXPECT_EQ(textsOf(kobj::getProperty(facade, "getAllConstantsNames")),
+              (std::vector<std::string>{"K1", "K1"}));
+    EXPECT_EQ(errorIdentifier([&] { kobj::setProperty(facade, "getAllConstantsNames", cell({})); }),
+              "kobj:readOnlyProperty");
+}
+
+TEST(PublishedFacadeWithoutStoreTest, AnswersAsForAMissingStore) {
+    HxInitialize_shared_code_manager();
+    SharedCodeManagerInterface facade;
+    facade.setDataAdapter(new scmtest::MemoryDataAdapter(false));
+    const qaArray value = facade.toScriptValue();
+    const qaArray identity = kobj::construct("SharedCodeManager.BasicUtilityIdentity", {text("a")});
+    const qaArray data = kobj::construct("SharedCodeManager.BasicUtilityData", {});
+    EXPECT_EQ(kobj::callMethod(value, "registerData", {identity, data}).text(),
+              "IS_TRANSACTION_ERROR");
+    EXPECT_EQ(kobj::callMethod(value, "retrieveData", {identity}).numel(), 0u);
+
+    // A facade made by a script on a file that cannot be a registry has no store either.
+    const qaArray opened = kobj::construct("SharedCodeManager.SharedFunctionInterface",
+                                           {text("/nonexistent-directory/registry.sldd")});
+    EXPECT_EQ(opened.className(), "SharedCodeManager.SharedFunctionInterface");
+    EXPECT_EQ(kobj::callMethod(opened, "registerDataUsingCaching", {identity, data}).text(),
+              "IS_TRANSACTION_ERROR");
+}
+
+}  // namespace

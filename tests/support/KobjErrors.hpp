@@ -1,0 +1,34 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "kobj/Error.hpp"
+
+namespace kobjtest {
+
+// The kobj::Error that `call` throws; fails the test when it throws none.
+template <class Call>
+kobj::Error errorOf(Call call) {
+    try {
+        call();
+    } catch (const kobj::Error& error) {
+        return error;
+    }
+    ADD_FAILURE() << "no kobj::Error thrown";
+    return kobj::Error("none", "no error");
+}
+
+// The identifier of the kobj::Error that `call` throws, "none" when it throws none.
+template <class Call>
+std::string errorIdentifier(Call call) {
+    try {
+        call();
+    } catch (const kobj::Error& error) {
+        return error.identifier();
+    }
+    return "none";
+}
+
+}  // namespace kobjtest
