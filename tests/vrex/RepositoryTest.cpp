@@ -201,8 +201,9 @@ TEST_F(RepositoryTest, MisusesAreRefusedWithDiagnostics) {
 
 TEST_F(RepositoryTest, WithoutCodecObjectPropertiesAreRefused) {
     repository_.close();
-    ASSERT_EQ(openRepository(repository_, file_, shippedMetamodel(), vrex::DataModelRepository::defaultOptions()),
-              "");
+    vrex::DataModelRepository::Options noCodec = vrex::DataModelRepository::defaultOptions();
+    noCodec.objectCodec = nullptr;
+    ASSERT_EQ(openRepository(repository_, file_, shippedMetamodel(), noCodec), "");
     Category utilities(repository_, "SCM_UTILITIES");
     tvdiag::util::diagnostics diagnostics;
     vrex::ObjectRef object = repository_.createObject(utilities.cls, diagnostics);
