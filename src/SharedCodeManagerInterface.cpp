@@ -1,5 +1,6 @@
 #include "SharedCodeManagerInterface.hpp"
 
+#include "SCMVrexDataAdapter.hpp"
 #include "tv/TvFeature.hpp"
 
 namespace SCM {
@@ -13,6 +14,11 @@ const TvFeature useVrexCache("UseVrexCache", "Old or New Vrex", "Vrex data adapt
 }  // namespace
 
 SharedCodeManagerInterface::SharedCodeManagerInterface() = default;
+
+SharedCodeManagerInterface::SharedCodeManagerInterface(const std::string& dictionaryFile) {
+    const std::string metaModelPath = getMetaModelFile();
+    setDataAdapter(new SCMVrexDataAdapter(dictionaryFile, metaModelPath));
+}
 
 SharedCodeManagerInterface::~SharedCodeManagerInterface() {
     delete adapter_;

@@ -4,6 +4,9 @@ namespace SCM {
 
 SharedFunctionInterface::SharedFunctionInterface() = default;
 
+SharedFunctionInterface::SharedFunctionInterface(const std::string& dictionaryFile)
+    : SharedCodeManagerInterface(dictionaryFile) {}
+
 SharedFunctionInterface::~SharedFunctionInterface() = default;
 
 const char* SharedFunctionInterface::getFullyQualifiedKobjTypeName() const {
