@@ -5,6 +5,7 @@
 #include "SCMVrexDataCacheManager.hpp"
 #include "StoredObjects.hpp"
 #include "tv/svVelmorRoot.hpp"
+#include "vrex/Utf16.hpp"
 
 namespace SCM {
 
