@@ -63,6 +63,7 @@ public:
     // Installs the write cache; the concrete backend keeps owning it.
     void setCacheManager(SCMVrexDataCacheManager* cacheManager);
     SCMVrexDataCacheManager* getCacheManager();
+    const SCMVrexDataCacheManager* getCacheManager() const;
 
 protected:
     void setExists(bool exists);

@@ -25,6 +25,9 @@ class SCM_EXPORT SharedCodeManagerInterface : public tv::mi::Handle {
 public:
     // No backend; for derived facades that supply their own.
     SharedCodeManagerInterface();
+    // Opens (or creates) the registry file `dictionaryFile` with the installed metamodel. When the
+    // file cannot be opened the facade still exists: its store does not (see above).
+    explicit SharedCodeManagerInterface(const std::string& dictionaryFile);
     SharedCodeManagerInterface(const SharedCodeManagerInterface&) = delete;
     SharedCodeManagerInterface& operator=(const SharedCodeManagerInterface&) = delete;
     // Deletes the backend.

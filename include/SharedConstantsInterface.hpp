@@ -11,6 +11,8 @@ namespace SCM {
 class SCM_EXPORT SharedConstantsInterface : public SharedCodeManagerInterface {
 public:
     SharedConstantsInterface();
+    // Opens (or creates) the registry file `dictionaryFile`, as SharedCodeManagerInterface does.
+    explicit SharedConstantsInterface(const std::string& dictionaryFile);
     ~SharedConstantsInterface() override;
 
     const char* getFullyQualifiedKobjTypeName() const override;

@@ -11,6 +11,8 @@ namespace SCM {
 class SCM_EXPORT SharedDataInterface : public SharedCodeManagerInterface {
 public:
     SharedDataInterface();
+    // Opens (or creates) the registry file `dictionaryFile`, as SharedCodeManagerInterface does.
+    explicit SharedDataInterface(const std::string& dictionaryFile);
     ~SharedDataInterface() override;
 
     const char* getFullyQualifiedKobjTypeName() const override;

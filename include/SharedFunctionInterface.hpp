@@ -13,6 +13,8 @@ namespace SCM {
 class SCM_EXPORT SharedFunctionInterface : public SharedCodeManagerInterface {
 public:
     SharedFunctionInterface();
+    // Opens (or creates) the registry file `dictionaryFile`, as SharedCodeManagerInterface does.
+    explicit SharedFunctionInterface(const std::string& dictionaryFile);
     ~SharedFunctionInterface() override;
 
     const char* getFullyQualifiedKobjTypeName() const override;

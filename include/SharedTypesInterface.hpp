@@ -11,6 +11,8 @@ namespace SCM {
 class SCM_EXPORT SharedTypesInterface : public SharedCodeManagerInterface {
 public:
     SharedTypesInterface();
+    // Opens (or creates) the registry file `dictionaryFile`, as SharedCodeManagerInterface does.
+    explicit SharedTypesInterface(const std::string& dictionaryFile);
     ~SharedTypesInterface() override;
 
     const char* getFullyQualifiedKobjTypeName() const override;

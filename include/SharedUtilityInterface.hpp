@@ -13,6 +13,8 @@ namespace SCM {
 class SCM_EXPORT SharedUtilityInterface : public SharedCodeManagerInterface {
 public:
     SharedUtilityInterface();
+    // Opens (or creates) the registry file `dictionaryFile`, as SharedCodeManagerInterface does.
+    explicit SharedUtilityInterface(const std::string& dictionaryFile);
     ~SharedUtilityInterface() override;
 
     const char* getFullyQualifiedKobjTypeName() const override;

@@ -1,5 +1,7 @@
 #include "SCMDataAdapter.hpp"
 
+#include "SCMVrexDataCacheManager.hpp"
+
 namespace SCM {
 
 SCMDataAdapter::SCMDataAdapter() = default;
@@ -8,8 +10,12 @@ SCMDataAdapter::~SCMDataAdapter() = default;
 
 bool SCMDataAdapter::doesExist() const { return exists_; }
 
-// Without a write cache there is nothing to write.
-SCMRegistry SCMDataAdapter::finalize() { return IS_REGISTERED; }
+// Not guarded by doesExist(): a backend whose store failed to open has no write cache, and then
+// there is nothing to write.
+SCMRegistry SCMDataAdapter::finalize() {
+    if (cacheManager_ == nullptr) return IS_REGISTERED;
+    return cacheManager_->flushAndClear();
+}
 
 bool SCMDataAdapter::isBackendOwned(const SCMData*) const { return false; }
 
@@ -24,6 +30,8 @@ void SCMDataAdapter::setCacheManager(SCMVrexDataCacheManager* cacheManager) {
 }
 
 SCMVrexDataCacheManager* SCMDataAdapter::getCacheManager() { return cacheManager_; }
+
+const SCMVrexDataCacheManager* SCMDataAdapter::getCacheManager() const { return cacheManager_; }
 
 void SCMDataAdapter::setExists(bool exists) { exists_ = exists; }
 

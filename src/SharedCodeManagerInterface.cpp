@@ -1,5 +1,6 @@
 #include "SharedCodeManagerInterface.hpp"
 
+#include "SCMVrexDataAdapter.hpp"
 #include "package/PublishingRoutines.hpp"
 #include "tv/TvFeature.hpp"
 
@@ -14,6 +15,11 @@ const TvFeature useVrexCache("UseVrexCache", "Old or New Vrex", "Vrex data adapt
 }  // namespace
 
 SharedCodeManagerInterface::SharedCodeManagerInterface() = default;
+
+SharedCodeManagerInterface::SharedCodeManagerInterface(const std::string& dictionaryFile) {
+    const std::string metaModelPath = getMetaModelFile();
+    setDataAdapter(new SCMVrexDataAdapter(dictionaryFile, metaModelPath));
+}
 
 SharedCodeManagerInterface::~SharedCodeManagerInterface() {
     delete adapter_;

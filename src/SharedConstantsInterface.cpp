@@ -6,6 +6,9 @@ namespace SCM {
 
 SharedConstantsInterface::SharedConstantsInterface() = default;
 
+SharedConstantsInterface::SharedConstantsInterface(const std::string& dictionaryFile)
+    : SharedCodeManagerInterface(dictionaryFile) {}
+
 SharedConstantsInterface::~SharedConstantsInterface() = default;
 
 const char* SharedConstantsInterface::getFullyQualifiedKobjTypeName() const {

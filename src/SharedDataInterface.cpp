@@ -6,6 +6,9 @@ namespace SCM {
 
 SharedDataInterface::SharedDataInterface() = default;
 
+SharedDataInterface::SharedDataInterface(const std::string& dictionaryFile)
+    : SharedCodeManagerInterface(dictionaryFile) {}
+
 SharedDataInterface::~SharedDataInterface() = default;
 
 const char* SharedDataInterface::getFullyQualifiedKobjTypeName() const {

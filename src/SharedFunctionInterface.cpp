@@ -6,6 +6,9 @@ namespace SCM {
 
 SharedFunctionInterface::SharedFunctionInterface() = default;
 
+SharedFunctionInterface::SharedFunctionInterface(const std::string& dictionaryFile)
+    : SharedCodeManagerInterface(dictionaryFile) {}
+
 SharedFunctionInterface::~SharedFunctionInterface() = default;
 
 const char* SharedFunctionInterface::getFullyQualifiedKobjTypeName() const {

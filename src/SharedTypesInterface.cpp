@@ -6,6 +6,9 @@ namespace SCM {
 
 SharedTypesInterface::SharedTypesInterface() = default;
 
+SharedTypesInterface::SharedTypesInterface(const std::string& dictionaryFile)
+    : SharedCodeManagerInterface(dictionaryFile) {}
+
 SharedTypesInterface::~SharedTypesInterface() = default;
 
 const char* SharedTypesInterface::getFullyQualifiedKobjTypeName() const {

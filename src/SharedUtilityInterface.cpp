@@ -8,6 +8,9 @@ namespace SCM {
 
 SharedUtilityInterface::SharedUtilityInterface() = default;
 
+SharedUtilityInterface::SharedUtilityInterface(const std::string& dictionaryFile)
+    : SharedCodeManagerInterface(dictionaryFile) {}
+
 SharedUtilityInterface::~SharedUtilityInterface() = default;
 
 const char* SharedUtilityInterface::getFullyQualifiedKobjTypeName() const {

@@ -38,18 +38,12 @@ void publishSCMSharedTypesData(kobj::factory::ClassBuilder& builder);
 void publishSCMSharedData(kobj::factory::ClassBuilder& builder);
 void publishSCMSharedConstantsData(kobj::factory::ClassBuilder& builder);
 
-// The published constructor of a registry facade: one "char" argument, the dictionary file.
-// Facades built before they have a file constructor (it comes with the dictionary backend) get
-// no store, and answer every guarded call as for a store that does not exist.
+// The published constructor of a registry facade: one "char" argument, the dictionary file, given
+// to the facade's file constructor.
 template <class Facade>
 void addFacadeConstructor(kobj::factory::TypedClassBuilder<Facade>& facadeClass) {
     facadeClass.addConstructor({kobj::types::kChar}, [](const kobj::factory::Arguments& arguments) {
-        const std::string dictionaryFile = arguments.get<std::string>(0);
-        if constexpr (std::is_constructible_v<Facade, const std::string&>) {
-            return new Facade(dictionaryFile);
-        } else {
-            return new Facade();
-        }
+        return new Facade(arguments.get<std::string>(0));
     });
 }
 
