@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "SCMModuleEntry.hpp"
 #include "SCMVrexDataCacheManager.hpp"
 #include "StoredObjects.hpp"
 #include "tv/svVelmorRoot.hpp"
@@ -33,6 +34,8 @@ std::string getMetaModelFile() {
 
 SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
                                        const std::string& metaModelFile) {
+    // Entries are stored as class-system objects: the library's classes must be known to it.
+    HxInitialize_shared_code_manager();
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     repository_.open(vrex::toUtf16(dictionaryFile), vrex::toUtf16(metaModelFile),
                      vrex::DataModelRepository::defaultOptions(), diagnostics);

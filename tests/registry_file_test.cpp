@@ -13,6 +13,7 @@
 #include "kobj/ObjectEncoding.hpp"
 #include "shared_code_manager.hpp"
 #include "tv/TvFeature.hpp"
+#include "vrex/Utf16.hpp"
 
 namespace {
 
@@ -232,6 +233,7 @@ TEST_F(RegistryFile, OnlyTheFirstObjectWithAChecksumIsReadOrMerged) {
     SCMGenericIdentity key(SCM_OTHER, "twice");
     {
         // Two objects with one checksum, written past the registry's own create-or-merge.
+        HxInitialize_shared_code_manager();
         vrex::DataModelRepository repository;
         auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
         repository.open(vrex::toUtf16(path()), vrex::toUtf16(getMetaModelFile()),
