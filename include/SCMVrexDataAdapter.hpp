@@ -57,6 +57,7 @@ private:
     vrex::ObjectRef findEntry(SCMIdentity* identity, tvdiag::util::diagnostics& diagnostics);
     vrex::ObjectRef findFirstNamed(const vrex::ClassRef& entryClass, const std::string& name,
                                    tvdiag::util::diagnostics& diagnostics);
+    qaArray readFirstNamed(SCMTypes type, const std::string& name, const char* property);
 
     vrex::DataModelRepository repository_;
     vrex::MetamodelRef metamodel_;

@@ -231,28 +231,29 @@ SCMRegistry SCMVrexDataAdapter::insertValueInTransaction(SCMIdentity* identity, 
     return diagnostics.empty() ? outcome : IS_TRANSACTION_ERROR;
 }
 
-SCMIdentity* SCMVrexDataAdapter::getIdentityFromName(SCMTypes type, const std::string& name) {
-    if (!doesExist()) return nullptr;
+// The value stored in `property` of the first entry of the category named `name`, read from the
+// dictionary only; [] when there is none or on error.
+qaArray SCMVrexDataAdapter::readFirstNamed(SCMTypes type, const std::string& name,
+                                           const char* property) {
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     const vrex::ClassRef entryClass = classOf(type);
     const vrex::ObjectRef entry = findFirstNamed(entryClass, name, diagnostics);
-    if (entry.isNull()) return nullptr;
-    const qaArray value =
-        repository_.getPropertyValue(entry, entryClass.findProperty(kIdentity), diagnostics);
-    return diagnostics.empty() ? takeStoredIdentity(value).release() : nullptr;
+    if (entry.isNull()) return qaArray();
+    qaArray value = repository_.getPropertyValue(entry, entryClass.findProperty(property),
+                                                 diagnostics);
+    return diagnostics.empty() ? value : qaArray();
+}
+
+SCMIdentity* SCMVrexDataAdapter::getIdentityFromName(SCMTypes type, const std::string& name) {
+    if (!doesExist()) return nullptr;
+    return takeStoredIdentity(readFirstNamed(type, name, kIdentity)).release();
 }
 
 // The write cache first (its own copy is returned), then the dictionary.
 SCMData* SCMVrexDataAdapter::getDataFromName(SCMTypes type, const std::string& name) {
     if (!doesExist()) return nullptr;
     if (SCMData* cached = getCacheManager()->findByName(type, name).second) return cached;
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ClassRef entryClass = classOf(type);
-    const vrex::ObjectRef entry = findFirstNamed(entryClass, name, diagnostics);
-    if (entry.isNull()) return nullptr;
-    const qaArray value =
-        repository_.getPropertyValue(entry, entryClass.findProperty(kData), diagnostics);
-    return diagnostics.empty() ? takeStoredData(value).release() : nullptr;
+    return takeStoredData(readFirstNamed(type, name, kData)).release();
 }
 
 SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type,
@@ -260,15 +261,9 @@ SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type
     if (!doesExist()) return {nullptr, nullptr};
     const SCMIdentityDataPair cached = getCacheManager()->findByName(type, name);
     if (cached.second != nullptr) return cached;
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ClassRef entryClass = classOf(type);
-    const vrex::ObjectRef entry = findFirstNamed(entryClass, name, diagnostics);
-    if (entry.isNull()) return {nullptr, nullptr};
-    std::unique_ptr<SCMIdentity> identity = takeStoredIdentity(
-        repository_.getPropertyValue(entry, entryClass.findProperty(kIdentity), diagnostics));
-    std::unique_ptr<SCMData> data = takeStoredData(
-        repository_.getPropertyValue(entry, entryClass.findProperty(kData), diagnostics));
-    if (!diagnostics.empty()) return {nullptr, nullptr};
+    std::unique_ptr<SCMIdentity> identity = takeStoredIdentity(readFirstNamed(type, name, kIdentity));
+    std::unique_ptr<SCMData> data = takeStoredData(readFirstNamed(type, name, kData));
+    if (identity == nullptr || data == nullptr) return {nullptr, nullptr};
     return {identity.release(), data.release()};
 }
 
