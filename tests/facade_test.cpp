@@ -5,8 +5,8 @@
 #include <memory>
 #include <stdexcept>
 
-#include "InMemoryDataAdapter.hpp"
 #include "shared_code_manager.hpp"
+#include "support/MemoryDataAdapter.hpp"
 #include "tv/TvFeature.hpp"
 
 namespace {
@@ -23,11 +23,11 @@ public:
 
 template <typename Facade = SharedCodeManagerInterface>
 struct Fixture {
-    explicit Fixture(bool exists = true) : backend(new InMemoryDataAdapter(exists)) {
+    explicit Fixture(bool exists = true) : backend(new scmtest::MemoryDataAdapter(exists)) {
         facade.setDataAdapter(backend);
     }
     Facade facade;
-    InMemoryDataAdapter* backend;  // owned by the facade
+    scmtest::MemoryDataAdapter* backend;  // owned by the facade
 };
 
 template <typename T>
@@ -99,7 +99,7 @@ TEST(Facade, DirectRoadReportsTheBackendsOutcome) {
     EXPECT_EQ(f.facade.registerDataInTransaction(&key, &first), IS_REGISTERED);
     EXPECT_EQ(f.facade.registerDataInTransaction(&key, &clash), IS_PRESENT_ERROR);
     EXPECT_EQ(f.facade.registerDataInTransaction(&key, nullptr), IS_EMPTY);
-    EXPECT_EQ(f.backend->size(), 1u);
+    EXPECT_EQ(f.backend->storedCount(), 1u);
 
     std::unique_ptr<SCMData> stored(f.facade.retrieveData(&key));
     ASSERT_NE(stored, nullptr);
@@ -114,7 +114,7 @@ TEST(Facade, BatchRegistersEachPairThroughRegisterData) {
     std::vector<SCMIdentity*> identities{&a, &b};
     std::vector<SCMData*> records{&da, &db, &extra};
     EXPECT_EQ(f.facade.registerDataArray(&identities, &records), WILL_BE_REGISTERED);
-    EXPECT_EQ(f.backend->size(), 2u);  // the extra record is ignored
+    EXPECT_EQ(f.backend->storedCount(), 2u);  // the extra record is ignored
 }
 
 TEST(Facade, BatchWithAnEmptyIdentityListTouchesNothing) {
@@ -132,7 +132,7 @@ TEST(Facade, BatchWithTooFewRecordsRegistersThenThrows) {
     std::vector<SCMIdentity*> identities{&a, &b};
     std::vector<SCMData*> records{&da};
     EXPECT_THROW(f.facade.registerDataArray(&identities, &records), std::out_of_range);
-    EXPECT_EQ(f.backend->size(), 1u);  // the first pair stays registered
+    EXPECT_EQ(f.backend->storedCount(), 1u);  // the first pair stays registered
 }
 
 TEST(Facade, RetrievalForwardsAndHandsOutFreshObjects) {
@@ -161,11 +161,11 @@ TEST(Facade, RetrievalForwardsAndHandsOutFreshObjects) {
 
 TEST(Facade, SetDataAdapterReplacesAndOwnsTheBackend) {
     SharedCodeManagerInterface facade;
-    auto* first = new InMemoryDataAdapter();
+    auto* first = new scmtest::MemoryDataAdapter();
     facade.setDataAdapter(first);
     facade.setDataAdapter(first);  // the same backend again: kept, not deleted
     EXPECT_EQ(facade.getDataAdapter(), first);
-    facade.setDataAdapter(new InMemoryDataAdapter(false));  // the first one is deleted
+    facade.setDataAdapter(new scmtest::MemoryDataAdapter(false));  // the first one is deleted
     EXPECT_FALSE(facade.getDataAdapter()->doesExist());
 }
 
@@ -199,7 +199,7 @@ TEST(CategoryFacades, NameListingsKeepStoreOrderAndDuplicates) {
     functions.facade.registerData(&k3, &f2);
     EXPECT_EQ(functions.facade.getAllFunctionNames(), (Names{"f", "g", "f"}));
     EXPECT_EQ(functions.facade.registerSharedFunction(&k1, &f1), "");
-    EXPECT_EQ(functions.backend->size(), 3u);
+    EXPECT_EQ(functions.backend->storedCount(), 3u);
 
     Fixture<SharedConstantsInterface> constants;
     SCMSharedConstantsIdentity c1(1, 0, 0, 0);
@@ -231,7 +231,7 @@ TEST(UtilityFacade, NamingProtocolIsInertAndLookupUsesTheUtilityCategory) {
     SCMBasicUtilityData record("rt_foo", true, false);
     EXPECT_EQ(f.facade.registerUtilityIdentifier(&key, &record), "");
     EXPECT_EQ(f.facade.getRegisteredUtilityName("rt_foo", false, false), "");
-    EXPECT_EQ(f.backend->size(), 0u);
+    EXPECT_EQ(f.backend->storedCount(), 0u);
     f.facade.getIdentityAndDataForName("rt_foo");
     EXPECT_EQ(f.backend->calls, Names{"getIdentityAndDataFromName"});
 }

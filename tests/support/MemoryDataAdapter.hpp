@@ -22,8 +22,8 @@ public:
     SCM::SCMData* getValue(SCM::SCMIdentity* identity) override;
     void getAllIdentityValues(SCM::SCMTypes type, std::vector<SCM::SCMIdentity*>& out) override;
     void getAllDataValues(SCM::SCMTypes type, std::vector<SCM::SCMData*>& out) override;
-    bool beginTransaction() override { return true; }
-    bool endTransaction() override { return true; }
+    bool beginTransaction() override;
+    bool endTransaction() override;
     SCM::SCMRegistry cacheValue(SCM::SCMIdentity* identity, SCM::SCMData* data) override;
     SCM::SCMRegistry insertValueInTransaction(SCM::SCMIdentity* identity,
                                               SCM::SCMData* data) override;
@@ -37,9 +37,15 @@ public:
     bool isBackendOwned(const SCM::SCMData* data) const override;
 
     std::size_t storedCount() const { return stored_.size(); }
+    // The names of the backend operations called so far, in order (not the ones the backend calls
+    // on itself).
+    std::vector<std::string> calls;
     std::size_t cachedCount() const { return cached_.size(); }
 
 private:
+    void log(const char* operation) { calls.emplace_back(operation); }
+    SCM::SCMRegistry insert(SCM::SCMIdentity* identity, SCM::SCMData* data);
+
     struct Entry {
         std::unique_ptr<SCM::SCMIdentity> identity;
         std::unique_ptr<SCM::SCMData> data;
