@@ -12,7 +12,7 @@ import weakref
 from . import _core
 from . import _documentation
 
-# The published class name of each generated class, filled by build_classes.
+# The generated class of each published class name, filled by build_classes.
 _classes_by_name = {}
 
 # Registries (objects of classes with a published "finalize") that are not closed yet; closed at
@@ -55,17 +55,22 @@ class Heterogeneous:
     __slots__ = ("_scm_object", "__weakref__")
     _scm_class_name = _core.ROOT_CLASS
     _scm_shown_properties = ()  # names that repr() shows, in catalogue order
-    _scm_closable = False
 
     def __init__(self, *arguments, **properties):
         self._scm_object = _core.construct(self._scm_class_name, _unwrap(arguments))
-        if self._scm_closable:
+        if isinstance(self, RegistryLifetime):
             _open_registries.add(self)
         for name, value in properties.items():
             if not isinstance(getattr(type(self), name, None), property):
                 raise TypeError(f"{type(self).__name__}() got an unexpected keyword argument "
                                 f"{name!r}: keyword arguments set published properties")
             setattr(self, name, value)
+
+    def __reduce_ex__(self, protocol):
+        # A copy would share the library object with this one (a change to either shows in
+        # both), and the library object cannot be pickled: refuse both plainly.
+        raise TypeError(f"{type(self).__name__} objects cannot be copied or pickled; make a new "
+                        "one from the property values")
 
     def __repr__(self):
         name = f"{type(self).__module__}.{type(self).__qualname__}"
@@ -119,7 +124,8 @@ def _make_property(spec):
     def set_value(self, value):
         _core.set_property(self._scm_object, name, _unwrap(value))
 
-    return property(get, None if spec["read_only"] else set_value, doc=_documentation.property_doc(spec))
+    setter = None if spec["read_only"] else set_value
+    return property(get, setter, doc=_documentation.property_doc(spec))
 
 
 def _make_method(spec, owner_name):
@@ -144,7 +150,8 @@ def _shown_properties(base, specs):
 
 def _make_class(record, base):
     short_name = record["short_name"]
-    closable = base._scm_closable or any(m["name"] == "finalize" for m in record["methods"])
+    inherits_lifetime = issubclass(base, RegistryLifetime)
+    closable = inherits_lifetime or any(m["name"] == "finalize" for m in record["methods"])
     namespace = {
         "__slots__": (),
         "__module__": __package__,
@@ -152,13 +159,12 @@ def _make_class(record, base):
         "__doc__": _documentation.class_doc(record, base.__name__, closable),
         "_scm_class_name": record["name"],
         "_scm_shown_properties": _shown_properties(base, record["properties"]),
-        "_scm_closable": closable,
     }
     for spec in record["properties"]:
         namespace[spec["name"]] = _make_property(spec)
     for spec in record["methods"]:
         namespace[spec["name"]] = _make_method(spec, short_name)
-    bases = (base, RegistryLifetime) if closable and not base._scm_closable else (base,)
+    bases = (base, RegistryLifetime) if closable and not inherits_lifetime else (base,)
     return type(short_name, bases, namespace)
 
 

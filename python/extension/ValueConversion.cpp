@@ -56,8 +56,24 @@ bool holdsOnlyObjects(const py::sequence& values) {
     return true;
 }
 
+// Counts one level of list nesting against Python's recursion limit, so that lists nested deep
+// enough to exhaust the stack raise RecursionError instead.
+class NestingGuard {
+public:
+    NestingGuard() {
+        if (Py_EnterRecursiveCall(" while converting a list to SharedCodeManager values") != 0) {
+            throw py::error_already_set();
+        }
+    }
+    NestingGuard(const NestingGuard&) = delete;
+    NestingGuard& operator=(const NestingGuard&) = delete;
+    ~NestingGuard() { Py_LeaveRecursiveCall(); }
+};
+
+// Lists in lists are converted too: the class system then names the element that is no text.
 qaArray sequenceValue(const py::sequence& values) {
     if (py::len(values) == 0) return qaArray();
+    NestingGuard guard;
     if (holdsOnlyObjects(values)) {
         std::vector<qaArray::ObjectPtr> objects;
         for (py::handle value : values) {

@@ -20,24 +20,29 @@ using scmpy::ScriptObject;
 
 namespace {
 
+// Arguments are converted before the object is taken: converting may run Python code (an
+// __index__) that closes the object. The copy of the object value keeps it alive for the call.
+
 ScriptObject construct(const std::string& className, const py::sequence& arguments) {
     return ScriptObject(kobj::construct(className, scmpy::toScriptList(arguments)));
 }
 
 py::object getProperty(const ScriptObject& object, const std::string& name) {
-    const qaArray& self = object.value();
+    const qaArray self = object.value();
     qaArray value = kobj::getProperty(self, name);
     return scmpy::toPython(value, kobj::classOf(self).findProperty(name)->typeText(), self);
 }
 
 void setProperty(const ScriptObject& object, const std::string& name, py::handle value) {
-    kobj::setProperty(object.value(), name, scmpy::toScript(value));
+    const qaArray converted = scmpy::toScript(value);
+    kobj::setProperty(object.value(), name, converted);
 }
 
 py::object callMethod(const ScriptObject& object, const std::string& name,
                       const py::sequence& arguments) {
-    const qaArray& self = object.value();
-    qaArray result = kobj::callMethod(self, name, scmpy::toScriptList(arguments));
+    const std::vector<qaArray> converted = scmpy::toScriptList(arguments);
+    const qaArray self = object.value();
+    qaArray result = kobj::callMethod(self, name, converted);
     const auto& results = kobj::classOf(self).findMethod(name)->signature().results;
     return scmpy::toPython(result, results.empty() ? "" : results.front(), self);
 }

@@ -1,6 +1,8 @@
 """The published classes as Python classes: names, superclass tree, constructors, properties,
 methods, help() and repr()."""
 
+import copy
+import pickle
 import pydoc
 
 import pytest
@@ -168,6 +170,13 @@ def test_unknown_attributes_are_refused_not_silently_added():
     identity = scm.BasicUtilityIdentity()
     with pytest.raises(AttributeError):
         identity.UtilityIdentifer = "typo"
+
+
+def test_objects_refuse_copies_that_would_share_the_library_object():
+    record = scm.SharedData("D")
+    for duplicate in (copy.copy, copy.deepcopy, pickle.dumps):
+        with pytest.raises(TypeError, match="cannot be copied or pickled"):
+            duplicate(record)
 
 
 def test_help_shows_constructors_properties_and_methods():

@@ -4,6 +4,7 @@ of values of the wrong kind. None of them may crash the interpreter."""
 import pytest
 
 import SharedCodeManager as scm
+from SharedCodeManager import _core
 
 ALL_BYTES = bytes(range(256))
 
@@ -166,3 +167,35 @@ class TestObjects:
         with scm.SharedCodeManagerInterface(str(registry_path)) as registry:
             assert registry.registerData(None, scm.BasicUtilityData("a")) == "IS_EMPTY"
             assert registry.retrieveData(None) is None
+
+
+class TestHostileInput:
+    def test_deeply_nested_lists_raise_recursion_error(self):
+        nested = []
+        for _ in range(100000):
+            nested = [nested]
+        with pytest.raises(RecursionError):
+            scm.BasicUtilityData(ModelNames=nested)
+        with pytest.raises(RecursionError):  # the extension guards itself too
+            _core.construct("SharedCodeManager.Data", [nested])
+
+    def test_an_argument_that_closes_the_registry_while_it_is_converted(self, registry_path):
+        registry = scm.SharedCodeManagerInterface(str(registry_path))
+
+        class ClosesTheRegistry:
+            def __index__(self):
+                registry.close()
+                return 1
+
+        with pytest.raises(ValueError, match="closed"):
+            registry.retrieveAllData(["SCM_UTILITIES", ClosesTheRegistry()])
+
+    def test_the_extension_refuses_unknown_names_cleanly(self):
+        identity = scm.BasicUtilityIdentity("a")
+        assert raised_error(lambda: _core.get_property(identity._scm_object, "Nope")).identifier \
+            == "kobj:unknownProperty"
+        assert raised_error(lambda: _core.call_method(identity._scm_object, "nope", [])) \
+            .identifier == "kobj:unknownMethod"
+        assert raised_error(lambda: _core.construct("SharedCodeManager.Nope", [])).identifier \
+            == "kobj:unknownClass"
+        assert _core.describe_package("NoSuchPackage") == []
