@@ -142,13 +142,6 @@ class TestLifetime:
                 raise KeyError("generator failed")
         assert len(dump_in_new_interpreter(registry_path)["SCM_UTILITIES"]) == 1
 
-    def test_closing_releases_the_file(self, registry_path):
-        registry = scm.SharedCodeManagerInterface(str(registry_path))
-        registry.registerData(*utility_entry("rt_foo", "foo", "m1"))
-        registry.close()
-        wal = registry_path.with_name(registry_path.name + "-wal")
-        assert not wal.exists() or wal.stat().st_size == 0
-
     def test_retrieved_objects_outlive_the_registry(self, registry_path):
         with scm.SharedCodeManagerInterface(str(registry_path)) as registry:
             registry.registerData(*utility_entry("rt_foo", "foo", "m1"))
