@@ -49,8 +49,8 @@ py::list methodsOf(const kobj::ClassRecord& record) {
         py::dict entry;
         entry["name"] = method->name();
         // The published arguments start with the object itself.
-        entry["usage"] = usage(method->name(), signature.arguments, 1) + " -> " +
-                         resultUsage(signature.results);
+        entry["usage"] =
+            usage(method->name(), signature.arguments, 1) + " -> " + resultUsage(signature.results);
         entry["signature"] = signature.toString(method->name());
         entry["hidden"] = method->attributes().hidden;
         methods.append(entry);

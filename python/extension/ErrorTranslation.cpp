@@ -20,7 +20,7 @@ constexpr const char* kErrorDoc =
 // The class, created once; the module keeps a reference too.
 PyObject* errorClass = nullptr;
 
-void raise(const kobj::Error& error) {
+void raiseError(const kobj::Error& error) {
     try {
         py::object instance = py::reinterpret_borrow<py::object>(errorClass)(error.what());
         instance.attr("identifier") = error.identifier();
@@ -48,7 +48,7 @@ void registerErrorTranslation(py::module_& module) {
         try {
             if (thrown) std::rethrow_exception(thrown);
         } catch (const kobj::Error& error) {
-            raise(error);
+            raiseError(error);
         }
     });
 }

@@ -8,7 +8,9 @@
 namespace scmpy {
 
 ScriptObject::ScriptObject(qaArray value, qaArray lender)
-    : value_(std::move(value)), lender_(std::move(lender)), className_(kobj::classOf(value_).name()) {}
+    : value_(std::move(value)),
+      lender_(std::move(lender)),
+      className_(kobj::classOf(value_).name()) {}
 
 const qaArray& ScriptObject::value() const {
     if (released_) {

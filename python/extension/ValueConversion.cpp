@@ -109,10 +109,11 @@ py::object objectElement(const qaArray& value, std::size_t index, const qaArray&
     return py::cast(ScriptObject(std::move(single), borrowed ? lender : qaArray()));
 }
 
-py::object objectsOf(const qaArray& value, const std::string& declaredType,
-                     const qaArray& lender) {
+py::object objectsOf(const qaArray& value, const std::string& declaredType, const qaArray& lender) {
     const bool asList = isDeclaredList(declaredType) || value.numel() > 1;
-    if (!asList) return value.numel() == 0 ? py::object(py::none()) : objectElement(value, 0, lender);
+    if (!asList) {
+        return value.numel() == 0 ? py::object(py::none()) : objectElement(value, 0, lender);
+    }
     py::list objects;
     for (std::size_t i = 0; i < value.numel(); ++i) {
         objects.append(objectElement(value, i, lender));
@@ -150,8 +151,7 @@ std::vector<qaArray> toScriptList(const py::sequence& values) {
     return converted;
 }
 
-py::object toPython(const qaArray& value, const std::string& declaredType,
-                    const qaArray& lender) {
+py::object toPython(const qaArray& value, const std::string& declaredType, const qaArray& lender) {
     switch (value.kind()) {
         case qaArray::Kind::Empty:
             return isDeclaredList(declaredType) ? py::object(py::list()) : py::object(py::none());

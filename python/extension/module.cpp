@@ -5,7 +5,6 @@
 // The library has no threads and no locks: every call here runs with the GIL held, so Python
 // threads reach it one at a time.
 #include <pybind11/pybind11.h>
-#include <pybind11/stl.h>
 
 #include "CatalogueDescription.hpp"
 #include "ErrorTranslation.hpp"

@@ -12,7 +12,8 @@ from conftest import CATALOGUE, all_properties
 
 # Every published constructor: class, arguments, and properties that the arguments set.
 CONSTRUCTIONS = [
-    ("GenericIdentity", ("SCM_SHARED_TYPES", "x"), {"Type": "SCM_SHARED_TYPES", "DesiredIdentifier": "x"}),
+    ("GenericIdentity", ("SCM_SHARED_TYPES", "x"),
+     {"Type": "SCM_SHARED_TYPES", "DesiredIdentifier": "x"}),
     ("GenericIdentity", ("SCM_SHARED_DATA",), {"Type": "SCM_SHARED_DATA", "DesiredIdentifier": ""}),
     ("BasicUtilityIdentity", ("rt_foo",), {"UtilityIdentifier": "rt_foo", "Type": "SCM_UTILITIES"}),
     ("BasicUtilityIdentity", (), {"UtilityIdentifier": "", "IncludeMaxIdLength": True}),
@@ -58,7 +59,8 @@ SPECIAL_SAMPLES = {"Type": "SCM_SHARED_CONSTANTS", "Kind": "SCM_SHARED_DATA_DEFI
 def test_the_package_mirrors_the_catalogue_and_its_superclass_tree():
     package_bases = {"Error", "Heterogeneous", "RegistryLifetime"}
     assert len(CATALOGUE) == 23
-    assert [r["short_name"] for r in CATALOGUE] == [n for n in scm.__all__ if n not in package_bases]
+    published = [name for name in scm.__all__ if name not in package_bases]
+    assert [record["short_name"] for record in CATALOGUE] == published
     classes = {record["name"]: getattr(scm, record["short_name"]) for record in CATALOGUE}
     classes["velmor.mixin.Heterogeneous"] = scm.Heterogeneous
     for record in CATALOGUE:
