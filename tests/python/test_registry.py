@@ -158,9 +158,9 @@ class TestLifetime:
         with scm.SharedCodeManagerInterface(str(registry_path)) as registry:
             registry.registerDataUsingCaching(*utility_entry("rt_foo", "cached", "m1"))
             record = registry.retrieveDataForName("SCM_UTILITIES", "cached")
-            registry.finalize()
-            assert record.Name == "cached"
             record.Name = "changed here only"
+            registry.finalize()
+            assert record.Name == "changed here only"
             assert registry.retrieveDataForName("SCM_UTILITIES", "cached") is not None
 
 
