@@ -115,8 +115,8 @@ class RegistryLifetime:
 Heterogeneous.__module__ = RegistryLifetime.__module__ = __package__
 
 
-def _make_property(spec):
-    name = spec["name"]
+def _make_property(member):
+    name = member["name"]
 
     def get(self):
         return _wrap(_core.get_property(self._scm_object, name))
@@ -124,27 +124,28 @@ def _make_property(spec):
     def set_value(self, value):
         _core.set_property(self._scm_object, name, _unwrap(value))
 
-    setter = None if spec["read_only"] else set_value
-    return property(get, setter, doc=_documentation.property_doc(spec))
+    setter = None if member["read_only"] else set_value
+    return property(get, setter, doc=_documentation.property_doc(member))
 
 
-def _make_method(spec, owner_name):
-    name = spec["name"]
+def _make_method(member, owner_name):
+    name = member["name"]
 
     def method(self, *arguments):
         return _wrap(_core.call_method(self._scm_object, name, _unwrap(arguments)))
 
     method.__name__ = name
     method.__qualname__ = f"{owner_name}.{name}"
-    method.__doc__ = _documentation.method_doc(spec)
+    method.__doc__ = _documentation.method_doc(member)
     return method
 
 
-def _shown_properties(base, specs):
+def _shown_properties(base, properties):
     """repr()'s property names: the superclass's, then the new ones; hidden ones left out."""
-    shown = [name for name in base._scm_shown_properties
-             if not any(spec["name"] == name and spec["hidden"] for spec in specs)]
-    shown += [spec["name"] for spec in specs if not spec["hidden"] and spec["name"] not in shown]
+    hidden = {entry["name"] for entry in properties if entry["hidden"]}
+    shown = [name for name in base._scm_shown_properties if name not in hidden]
+    shown += [entry["name"] for entry in properties
+              if entry["name"] not in hidden and entry["name"] not in shown]
     return tuple(shown)
 
 
@@ -160,10 +161,10 @@ def _make_class(record, base):
         "_scm_class_name": record["name"],
         "_scm_shown_properties": _shown_properties(base, record["properties"]),
     }
-    for spec in record["properties"]:
-        namespace[spec["name"]] = _make_property(spec)
-    for spec in record["methods"]:
-        namespace[spec["name"]] = _make_method(spec, short_name)
+    for member in record["properties"]:
+        namespace[member["name"]] = _make_property(member)
+    for member in record["methods"]:
+        namespace[member["name"]] = _make_method(member, short_name)
     bases = (base, RegistryLifetime) if closable and not inherits_lifetime else (base,)
     return type(short_name, bases, namespace)
 

@@ -13,13 +13,13 @@ def _lines(title, entries):
     return ["", title] + [_INDENT + entry for entry in entries]
 
 
-def _property_line(spec):
+def _property_line(member):
     notes = []
-    if spec["read_only"]:
+    if member["read_only"]:
         notes.append("read-only")
-    if spec["hidden"]:
+    if member["hidden"]:
         notes.append("not shown by repr()")
-    line = f"{spec['name']}: {spec['python_type']}"
+    line = f"{member['name']}: {member['python_type']}"
     return line + (f" ({', '.join(notes)})" if notes else "")
 
 
@@ -35,27 +35,27 @@ def class_doc(record, superclass_name, closable):
         lines += ["", "No published constructor: objects of this class come from the registry",
                   "or are made through a subclass."]
     lines += _lines("Properties (besides inherited ones):",
-                    [_property_line(spec) for spec in record["properties"]])
+                    [_property_line(member) for member in record["properties"]])
     lines += _lines("Methods (besides inherited ones):",
-                    [spec["usage"] for spec in record["methods"] if not spec["hidden"]])
+                    [member["usage"] for member in record["methods"] if not member["hidden"]])
     if closable:
         lines += ["", "A context manager: leaving a `with` block calls finalize() (which writes",
                   "the write cache) and close() (which releases the registry file)."]
     return "\n".join(lines)
 
 
-def property_doc(spec):
+def property_doc(member):
     """The docstring of one published property."""
-    text = f"{spec['python_type']} (published type '{spec['type']}')."
-    if spec["read_only"]:
+    text = f"{member['python_type']} (published type '{member['type']}')."
+    if member["read_only"]:
         text += " Read-only."
-    if spec["dependent"]:
+    if member["dependent"]:
         text += " Follows from other properties; assigning it overrides what they give."
-    if spec["hidden"]:
+    if member["hidden"]:
         text += " Not shown by repr()."
     return text
 
 
-def method_doc(spec):
+def method_doc(member):
     """The docstring of one published method."""
-    return f"{spec['usage']}\n\nPublished signature: {spec['signature']}"
+    return f"{member['usage']}\n\nPublished signature: {member['signature']}"

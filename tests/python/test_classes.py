@@ -129,8 +129,8 @@ def test_every_property_reads_and_writable_ones_write(record, in_temporary_direc
     for name in all_properties(cls):
         getattr(obj, name)
     for name in writable:
-        spec = next(p for r in CATALOGUE for p in r["properties"] if p["name"] == name)
-        sample = SPECIAL_SAMPLES.get(name, SAMPLES[spec["python_type"]])
+        member = next(p for r in CATALOGUE for p in r["properties"] if p["name"] == name)
+        sample = SPECIAL_SAMPLES.get(name, SAMPLES[member["python_type"]])
         setattr(obj, name, sample)
         assert getattr(obj, name) == sample, name
 
