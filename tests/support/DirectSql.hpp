@@ -9,10 +9,11 @@
 
 namespace scm_test {
 
-// Runs `sql` (one or more statements) on `file`; a failure fails the calling test.
+// Runs `sql` (one or more statements) on `file`, created when absent; a failure fails the
+// calling test.
 inline void execSql(const std::string& file, const std::string& sql) {
     sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr), SQLITE_OK);
     char* error = nullptr;
     const int rc = sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &error);
     EXPECT_EQ(rc, SQLITE_OK) << (error != nullptr ? error : "") << " in: " << sql;
