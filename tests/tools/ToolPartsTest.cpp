@@ -2,6 +2,8 @@
 // the progress line and the models a record names.
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "SCMModuleEntry.hpp"
 #include "scm/Categories.hpp"
 #include "scm/ManifestLine.hpp"
@@ -82,6 +84,29 @@ TEST_F(ManifestLineTest, EachWayALineCanBeWrongSaysWhat) {
                         "\"GenericData\", \"Identifier\": \"\\u0100\"}}")
                   .rfind("\"data\": The text is not an object encoding", 0),
               0u);
+}
+
+// The examples of docs/manifest.md, each joined into one line, are entries.
+TEST_F(ManifestLineTest, TheDocumentedExamplesAreEntries) {
+    std::ifstream document(SCM_MANIFEST_DOCUMENT);
+    ASSERT_TRUE(document) << SCM_MANIFEST_DOCUMENT;
+    std::string line;
+    std::string example;
+    bool inExample = false;
+    int examples = 0;
+    while (std::getline(document, line)) {
+        if (line == "```json") {
+            inExample = true;
+            example.clear();
+        } else if (inExample && line == "```") {
+            inExample = false;
+            ++examples;
+            EXPECT_EQ(problemOf(example), "") << example;
+        } else if (inExample) {
+            example += line;
+        }
+    }
+    EXPECT_EQ(examples, 7);
 }
 
 TEST(Categories, EnumeratorNamesAndShortFormsIgnoringCase) {
