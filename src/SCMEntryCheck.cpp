@@ -1,32 +1,23 @@
 #include "SCMEntryCheck.hpp"
 
-#include <cstdio>
 #include <map>
 #include <memory>
 
 #include "SCMData.hpp"
 #include "SCMIdentity.hpp"
 #include "StoredObjects.hpp"
+#include "kobj/JsonText.hpp"
 
 namespace SCM {
 
 namespace {
 
-// `text` in double quotes for a message: bytes outside printable ASCII as \xNN, cut after
-// `limit` bytes.
+// `text` as a quoted JSON string for a message (every byte visible), cut after `limit` bytes.
 std::string quoted(const std::string& text, std::size_t limit = 80) {
-    std::string out = "\"";
-    for (std::size_t i = 0; i < text.size() && i < limit; ++i) {
-        const unsigned char byte = static_cast<unsigned char>(text[i]);
-        if (byte < 0x20 || byte >= 0x7f || byte == '"' || byte == '\\') {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", byte);
-            out += escaped;
-        } else {
-            out += static_cast<char>(byte);
-        }
-    }
-    return out + (text.size() > limit ? "...\"" : "\"");
+    std::string out;
+    kobj::json::appendString(out, text.substr(0, limit));
+    if (text.size() > limit) out.insert(out.size() - 1, "...");
+    return out;
 }
 
 }  // namespace
