@@ -33,7 +33,7 @@ std::size_t SCMEntryCheck::checkCategory(const vrex::ClassRef& entryClass,
         StoredTexts texts;
         if (!readTexts(object, texts)) continue;
         if (!texts.checksum) {
-            report("scm:check:noChecksum", describe(object, texts) + " has no Checksum");
+            report("scm:check:missing", describe(object, texts) + " has no Checksum");
         } else if (auto [first, isNew] = firstWithChecksum.emplace(*texts.checksum, object.id());
                    !isNew) {
             report("scm:check:duplicateChecksum",
@@ -62,19 +62,33 @@ bool SCMEntryCheck::readTexts(const vrex::ObjectRef& object, StoredTexts& texts)
     return diagnostics.empty();
 }
 
-void SCMEntryCheck::checkIdentity(const vrex::ObjectRef& object, const StoredTexts& texts) {
-    if (!texts.identity) {
-        report("scm:check:noIdentity", describe(object, texts) + " has no Identity");
-        return;
+// The object stored in `property` of `object` (its stored text is `text`), decoded as the
+// published class `className`; null after reporting it missing or undecodable.
+template <typename T>
+std::unique_ptr<T> SCMEntryCheck::readStored(const vrex::ObjectRef& object,
+                                             const StoredTexts& texts,
+                                             const std::optional<std::string>& text,
+                                             const char* property, const char* className) {
+    if (!text) {
+        report("scm:check:missing", describe(object, texts) + " has no " + property);
+        return nullptr;
     }
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    std::unique_ptr<SCMIdentity> identity = takeStoredIdentity(repository_.getPropertyValue(
-        object, object.objectClass().findProperty(kIdentityProperty), diagnostics));
-    if (identity == nullptr) {
-        report("scm:check:undecodable",
-               describe(object, texts) + ": its Identity does not decode: " + quoted(*texts.identity));
-        return;
+    std::unique_ptr<T> stored = takeStoredObject<T>(
+        repository_.getPropertyValue(object, object.objectClass().findProperty(property),
+                                     diagnostics),
+        className);
+    if (stored == nullptr) {
+        report("scm:check:undecodable", describe(object, texts) + ": its " + property +
+                                            " does not decode: " + quoted(*text));
     }
+    return stored;
+}
+
+void SCMEntryCheck::checkIdentity(const vrex::ObjectRef& object, const StoredTexts& texts) {
+    std::unique_ptr<SCMIdentity> identity = readStored<SCMIdentity>(
+        object, texts, texts.identity, kIdentityProperty, "SharedCodeManager.Identity");
+    if (identity == nullptr) return;
     if (identity->getTypeString() != object.objectClass().name()) {
         report("scm:check:wrongCategory", describe(object, texts) + " holds an identity of " +
                                               identity->getTypeString());
@@ -94,18 +108,9 @@ void SCMEntryCheck::checkIdentity(const vrex::ObjectRef& object, const StoredTex
 }
 
 void SCMEntryCheck::checkData(const vrex::ObjectRef& object, const StoredTexts& texts) {
-    if (!texts.data) {
-        report("scm:check:noData", describe(object, texts) + " has no Data");
-        return;
-    }
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    std::unique_ptr<SCMData> data = takeStoredData(repository_.getPropertyValue(
-        object, object.objectClass().findProperty(kDataProperty), diagnostics));
-    if (data == nullptr) {
-        report("scm:check:undecodable",
-               describe(object, texts) + ": its Data does not decode: " + quoted(*texts.data));
-        return;
-    }
+    std::unique_ptr<SCMData> data =
+        readStored<SCMData>(object, texts, texts.data, kDataProperty, "SharedCodeManager.Data");
+    if (data == nullptr) return;
     const bool hasName = !object.objectClass().findProperty(kNameProperty).isNull();
     if (hasName && texts.name.value_or("") != data->getName()) {
         report("scm:check:nameMismatch", describe(object, texts) + ": its Name " +

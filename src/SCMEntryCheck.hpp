@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -32,6 +33,10 @@ private:
     };
 
     bool readTexts(const vrex::ObjectRef& object, StoredTexts& texts);
+    template <typename T>
+    std::unique_ptr<T> readStored(const vrex::ObjectRef& object, const StoredTexts& texts,
+                                  const std::optional<std::string>& text, const char* property,
+                                  const char* className);
     void checkIdentity(const vrex::ObjectRef& object, const StoredTexts& texts);
     void checkData(const vrex::ObjectRef& object, const StoredTexts& texts);
     // "SCM_SHARED_TYPES object 7 (checksum "...")": how messages name an entry.

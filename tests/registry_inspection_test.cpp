@@ -137,8 +137,8 @@ TEST_F(RegistryInspection, CheckFindsEveryKindOfTamperedEntry) {
     EXPECT_EQ(identifiers(problems),
               "scm:check:checksumMismatch\n"
               "scm:check:duplicateChecksum\n"
+              "scm:check:missing\n"
               "scm:check:nameMismatch\n"
-              "scm:check:noData\n"
               "scm:check:undecodable\n")
         << problems.toString();
     const std::string report = problems.toString();

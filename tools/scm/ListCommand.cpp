@@ -31,8 +31,9 @@ int runList(const ListOptions& options) {
         if (options.names) {
             std::cout << entry.data->getName() << '\n';
         } else {
-            table.addRow({shortName(entry.identity->getType()), cellText(entry.identity->getChecksum()),
-                          cellText(entry.data->getName()), shortClassName(*entry.data)});
+            table.addRow({shortName(entry.identity->getType()),
+                          cellText(entry.identity->getChecksum()), cellText(entry.data->getName()),
+                          shortClassName(*entry.data)});
         }
     }
     if (!options.names) table.print(std::cout);

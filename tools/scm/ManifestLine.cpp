@@ -71,7 +71,8 @@ bool parseManifestLine(const std::string& line, OwnedEntry& entry, std::string& 
     }
     for (const auto& member : parsed.items()) {
         if (member.key() != "identity" && member.key() != "data") {
-            problem = "unknown member \"" + member.key() + "\" (an entry has \"identity\" and \"data\")";
+            problem = "unknown member \"" + member.key() +
+                      "\" (an entry has \"identity\" and \"data\")";
             return false;
         }
     }

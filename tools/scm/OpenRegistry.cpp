@@ -29,7 +29,8 @@ std::vector<OwnedEntry> OpenRegistry::entries(SCM::SCMTypes type) {
     std::vector<OwnedEntry> owned;
     owned.reserve(entries.size());  // no reallocation: nothing can throw while raw pointers wait
     for (auto [identity, data] : entries) {
-        owned.push_back({std::unique_ptr<SCM::SCMIdentity>(identity), std::unique_ptr<SCM::SCMData>(data)});
+        owned.push_back({std::unique_ptr<SCM::SCMIdentity>(identity),
+                         std::unique_ptr<SCM::SCMData>(data)});
     }
     const std::size_t stored = adapter_->getAllChildren(type).size();
     if (owned.size() < stored) {

@@ -22,7 +22,10 @@ std::string minutesAndSeconds(double seconds) {
 }  // namespace
 
 ProgressBar::ProgressBar(std::uint64_t totalBytes, bool enabled)
-    : totalBytes_(totalBytes), enabled_(enabled), start_(Clock::now()), nextDraw_(start_ + kFirstDraw) {}
+    : totalBytes_(totalBytes),
+      enabled_(enabled),
+      start_(Clock::now()),
+      nextDraw_(start_ + kFirstDraw) {}
 
 void ProgressBar::update(std::uint64_t entries, std::uint64_t bytesDone) {
     if (!enabled_) return;
@@ -48,7 +51,8 @@ std::string ProgressBar::line(std::uint64_t entries, std::uint64_t bytesDone,
     const std::string counts = std::to_string(entries) + " entries  " +
                                std::to_string(static_cast<std::uint64_t>(rate)) + "/s";
     if (totalBytes == 0) return counts;
-    const double share = std::min(1.0, static_cast<double>(bytesDone) / static_cast<double>(totalBytes));
+    const double share =
+        std::min(1.0, static_cast<double>(bytesDone) / static_cast<double>(totalBytes));
     const auto filled = static_cast<std::size_t>(share * kBarCells);
     const double left = share > 0 ? seconds * (1 - share) / share : 0;
     char percent[8];

@@ -12,7 +12,8 @@ std::string publishedClassName(tv::mi::Handle& object) {
 
 std::vector<PropertyValue> propertiesOf(tv::mi::Handle& object) {
     std::vector<PropertyValue> properties;
-    for (const kobj::COSPropInfo* property : kobj::classOf(object.toScriptValue()).allProperties()) {
+    const kobj::ClassRecord& record = kobj::classOf(object.toScriptValue());
+    for (const kobj::COSPropInfo* property : record.allProperties()) {
         properties.push_back({property->name(), property->get(object),
                               kobj::attributes::isHidden(property->attributes())});
     }

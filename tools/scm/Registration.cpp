@@ -65,7 +65,8 @@ Outcome Registration::registerEntry(OwnedEntry& entry, ReportedEntry& reported) 
         case SCM::IS_PRESENT_UPDATE: return Outcome::Merged;
         case SCM::IS_PRESENT_ERROR: {
             // Fresh from the dictionary: ours to delete.
-            std::unique_ptr<SCM::SCMData> stored(registry_.facade().retrieveData(entry.identity.get()));
+            std::unique_ptr<SCM::SCMData> stored(
+                registry_.facade().retrieveData(entry.identity.get()));
             if (stored != nullptr) {
                 reported.place.name = stored->getName();
                 reported.differences = differences(*stored, *entry.data);
@@ -80,7 +81,9 @@ Outcome Registration::registerEntry(OwnedEntry& entry, ReportedEntry& reported) 
 }
 
 void Registration::record(ReportedEntry reported) {
-    if (verbose_ != nullptr) *verbose_ << describeEntry(reported.place, outcomeWord(reported.outcome)) << '\n';
+    if (verbose_ != nullptr) {
+        *verbose_ << describeEntry(reported.place, outcomeWord(reported.outcome)) << '\n';
+    }
     if (reported.outcome == Outcome::Registered || reported.outcome == Outcome::Merged) {
         report_.count(reported.outcome);
     } else {

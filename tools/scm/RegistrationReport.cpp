@@ -79,10 +79,12 @@ ExitCode RegistrationReport::exitCode() const {
 void RegistrationReport::printText(std::ostream& out) const {
     for (const ReportedEntry& entry : reported_) {
         if (entry.outcome == Outcome::Clash) {
-            out << describeEntry(entry.place, "clash") << ": the stored record refuses the offered one\n";
+            out << describeEntry(entry.place, "clash")
+                << ": the stored record refuses the offered one\n";
             for (const Difference& difference : entry.differences) {
-                out << "    " << difference.property << ": stored " << displayText(difference.stored)
-                    << ", offered " << displayText(difference.offered) << '\n';
+                out << "    " << difference.property << ": stored "
+                    << displayText(difference.stored) << ", offered "
+                    << displayText(difference.offered) << '\n';
             }
         } else {
             out << describeEntry(entry.place, "error") << ": " << entry.message << '\n';

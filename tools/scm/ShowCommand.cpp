@@ -34,7 +34,9 @@ std::vector<OwnedEntry> findEntries(OpenRegistry& registry, const ShowOptions& o
 
 void addProperties(TextTable& table, tv::mi::Handle& object, bool all) {
     for (const PropertyValue& property : propertiesOf(object)) {
-        if (all || !property.hidden) table.addRow({"  " + property.name, displayText(property.value)});
+        if (all || !property.hidden) {
+            table.addRow({"  " + property.name, displayText(property.value)});
+        }
     }
 }
 

@@ -33,7 +33,8 @@ void printCategories(const ReuseStats& stats) {
 void printReuse(const ReuseStats& stats, std::size_t top) {
     const std::vector<ReuseStats::Piece> pieces = stats.mostShared();
     const std::set<std::string> models = stats.models();
-    std::cout << "\nmodels: " << models.size() << (models.empty() ? "" : " (" + joined(models) + ")")
+    std::cout << "\nmodels: " << models.size()
+              << (models.empty() ? "" : " (" + joined(models) + ")")
               << "\npieces that name their models: " << pieces.size() << '\n';
     const auto counts = stats.piecesPerModelCount();
     for (auto count = counts.rbegin(); count != counts.rend(); ++count) {
@@ -60,7 +61,9 @@ int runStats(const StatsOptions& options) {
     OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
     ReuseStats stats;
     for (SCM::SCMTypes type : allCategories()) {
-        for (const OwnedEntry& entry : registry.entries(type)) stats.add(*entry.identity, *entry.data);
+        for (const OwnedEntry& entry : registry.entries(type)) {
+            stats.add(*entry.identity, *entry.data);
+        }
     }
     std::cout << "registry: " << registry.path() << "\n\n";
     printCategories(stats);

@@ -17,12 +17,20 @@ const char* const kCategoryHelp =
     "category: utilities, functions, types, data, constants, other, num, or the full name "
     "(SCM_SHARED_FUNCTIONS)";
 
+// A subcommand whose first argument is the registry.
+CLI::App* addCommand(CLI::App& app, const char* name, const char* description,
+                     std::string& registry, const char* registryHelp = "registry file") {
+    CLI::App* command = app.add_subcommand(name, description);
+    command->add_option("registry", registry, registryHelp)->required();
+    return command;
+}
+
 CLI::App* addRegister(CLI::App& app, RegisterOptions& options) {
-    CLI::App* command = app.add_subcommand(
-        "register", "Register the entries of JSON Lines manifests (docs/manifest.md) in one "
-                    "transaction; exit 1 on clashes, 2 on errors");
-    command->add_option("registry", options.registry, "registry file (created when absent)")
-        ->required();
+    CLI::App* command = addCommand(
+        app, "register",
+        "Register the entries of JSON Lines manifests (docs/manifest.md) in one transaction; "
+        "exit 1 on clashes, 2 on errors",
+        options.registry, "registry file (created when absent)");
     command->add_option("manifests", options.manifests, "manifest files; - reads standard input")
         ->required();
     command->add_flag("--json", options.json, "print the summary as JSON");
@@ -31,17 +39,18 @@ CLI::App* addRegister(CLI::App& app, RegisterOptions& options) {
 }
 
 CLI::App* addList(CLI::App& app, ListOptions& options) {
-    CLI::App* command = app.add_subcommand("list", "List the entries, as a table or by name");
-    command->add_option("registry", options.registry, "registry file")->required();
+    CLI::App* command =
+        addCommand(app, "list", "List the entries, as a table or by name", options.registry);
     command->add_option("category", options.category, kCategoryHelp);
     command->add_flag("--names", options.names, "print only the names, one per line");
     return command;
 }
 
 CLI::App* addShow(CLI::App& app, ShowOptions& options) {
-    CLI::App* command = app.add_subcommand(
-        "show", "Show an entry by category and name, or by checksum; exit 1 when there is none");
-    command->add_option("registry", options.registry, "registry file")->required();
+    CLI::App* command = addCommand(
+        app, "show",
+        "Show an entry by category and name, or by checksum; exit 1 when there is none",
+        options.registry);
     command->add_option("category", options.category, kCategoryHelp);
     command->add_option("name", options.name, "entry name");
     command->add_option("--checksum", options.checksum, "the entry's key, in every category");
@@ -50,27 +59,18 @@ CLI::App* addShow(CLI::App& app, ShowOptions& options) {
 }
 
 CLI::App* addExport(CLI::App& app, ExportOptions& options) {
-    CLI::App* command = app.add_subcommand(
-        "export", "Write the entries as a manifest (JSON Lines) that register reads back");
-    command->add_option("registry", options.registry, "registry file")->required();
+    CLI::App* command = addCommand(
+        app, "export", "Write the entries as a manifest (JSON Lines) that register reads back",
+        options.registry);
     command->add_option("--category", options.category, kCategoryHelp);
     return command;
 }
 
 CLI::App* addStats(CLI::App& app, StatsOptions& options) {
-    CLI::App* command =
-        app.add_subcommand("stats", "Entries per category and what the models share");
-    command->add_option("registry", options.registry, "registry file")->required();
+    CLI::App* command = addCommand(app, "stats", "Entries per category and what the models share",
+                                   options.registry);
     command->add_option("--top", options.top, "how many of the most shared pieces to list")
         ->capture_default_str();
-    return command;
-}
-
-CLI::App* addCheck(CLI::App& app, std::string& registry) {
-    CLI::App* command = app.add_subcommand(
-        "check", "Check the file and every entry (decoding, checksums, duplicates); exit 1 on "
-                 "problems");
-    command->add_option("registry", registry, "registry file")->required();
     return command;
 }
 
@@ -90,7 +90,10 @@ int main(int argc, char** argv) {
     CLI::App* showCommand = addShow(app, showOptions);
     CLI::App* exportCommand = addExport(app, exportOptions);
     CLI::App* statsCommand = addStats(app, statsOptions);
-    CLI::App* checkCommand = addCheck(app, checkRegistry);
+    CLI::App* checkCommand = addCommand(
+        app, "check",
+        "Check the file and every entry (decoding, checksums, duplicates); exit 1 on problems",
+        checkRegistry);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
