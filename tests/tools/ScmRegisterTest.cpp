@@ -1,5 +1,6 @@
 // `scm register` end to end: the examples' outcomes, the clash report, exit codes, malformed
-// lines, standard input, and an entry the registry refuses inside the run's transaction.
+// lines, standard input, and an entry the registry refuses inside the run's transaction. Files
+// that are not registries: ScmInspectTest.cpp.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -98,6 +99,7 @@ TEST_F(ScmRegister, ExitCodesFollowTheWorstOutcome) {
     EXPECT_EQ(scm({"register", "registry.scm", example("model_c.jsonl"), "broken.jsonl"}).exitCode, 2);
     EXPECT_EQ(scm({"register", "registry.scm", "absent.jsonl"}).exitCode, 2);
     EXPECT_EQ(scm({"register", "registry.scm"}).exitCode, 2);  // no manifest: a usage error
+    EXPECT_EQ(scm({"register", "registry.scm", "broken.jsonl", "--json", "-v"}).exitCode, 2);
     EXPECT_EQ(scm({"--help"}).exitCode, 0);
 }
 
@@ -148,16 +150,6 @@ TEST_F(ScmRegister, AnEntryTheRegistryRefusesIsUndoneAlone) {
     EXPECT_EQ(scm({"list", "registry.scm", "types", "--names"}).out, "Bus_Sensor\n");
     EXPECT_TRUE(contains(scm({"show", "registry.scm", "utilities", "rt_sat_s32"}).out,
                          "[\"model_a\", \"model_c\"]"));
-}
-
-TEST_F(ScmRegister, AFileThatIsNotARegistryIsRefusedUnchanged) {
-    vrex_test::writeBytes(dir_.file("notes.txt"), "not a registry\n");
-    const ToolRun run = scm({"register", "notes.txt", example("model_a.jsonl")});
-    EXPECT_EQ(run.exitCode, 2);
-    EXPECT_EQ(run.out, "");
-    EXPECT_EQ(run.err, "scm: cannot open the registry: \"notes.txt\" is not a registry (not an "
-                       "SQLite database)\n");
-    EXPECT_EQ(vrex_test::readBytes(dir_.file("notes.txt")), "not a registry\n");
 }
 
 }  // namespace

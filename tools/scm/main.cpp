@@ -33,8 +33,9 @@ CLI::App* addRegister(CLI::App& app, RegisterOptions& options) {
         options.registry, "registry file (created when absent)");
     command->add_option("manifests", options.manifests, "manifest files; - reads standard input")
         ->required();
-    command->add_flag("--json", options.json, "print the summary as JSON");
-    command->add_flag("-v,--verbose", options.verbose, "print every entry's outcome");
+    CLI::Option* json = command->add_flag("--json", options.json, "print the summary as JSON");
+    command->add_flag("-v,--verbose", options.verbose, "print every entry's outcome")
+        ->excludes(json);  // the JSON summary stays the only output
     return command;
 }
 
