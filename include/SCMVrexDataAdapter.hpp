@@ -23,9 +23,18 @@ SCM_EXPORT std::string getMetaModelFile();
 // (isBackendOwned tells).
 class SCM_EXPORT SCMVrexDataAdapter : public SCMDataAdapter {
 public:
+    // How the constructor opens the dictionary file.
+    enum class OpenMode {
+        ReadWrite,  // opens the registry, or creates it when the file is absent or empty
+        ReadOnly,   // opens an existing registry for reading; never creates or changes a file
+    };
+
     // Opens (or creates) `dictionaryFile` described by `metaModelFile`. On failure doesExist()
-    // stays false and there is no write cache; nothing throws.
+    // stays false, getOpenError() says why and there is no write cache; nothing throws.
     SCMVrexDataAdapter(const std::string& dictionaryFile, const std::string& metaModelFile);
+    // The same, opening the file as `mode` says.
+    SCMVrexDataAdapter(const std::string& dictionaryFile, const std::string& metaModelFile,
+                       OpenMode mode);
     // Writes the write cache, then closes the dictionary.
     ~SCMVrexDataAdapter() override;
 
@@ -52,9 +61,35 @@ public:
     // Every dictionary object of the category, in creation order (empty on error).
     std::vector<vrex::ObjectRef> getAllChildren(SCMTypes type);
 
+    // Why the dictionary could not be opened (the repository's messages, which name the file),
+    // one per line; "" when it is open.
+    const std::string& getOpenError() const;
+
+    // Every stored entry of the category in creation order, each identity with its own data
+    // record: fresh objects that the caller owns. An entry whose identity or data does not decode
+    // is left out (checkEntries reports it). Empty on error.
+    std::vector<SCMIdentityDataPair> getAllEntries(SCMTypes type);
+
+    // The first stored entry of the category whose "Checksum" is `checksum`, as fresh objects
+    // that the caller owns; a pair of nulls when there is none or it does not decode.
+    SCMIdentityDataPair getEntryForChecksum(SCMTypes type, const std::string& checksum);
+
+    // Checks the whole dictionary: the file's structure (the repository's integrity check), and
+    // for every stored entry of every category that its "Checksum", "Identity" and "Data" are set
+    // and decode, that its identity is of the category it is stored under, that its checksum is
+    // the one its identity computes from its key fields, that its "Name" is its record's name,
+    // and that no two entries of one category share a checksum. Each problem is added to
+    // `problems` (identifiers "scm:check:..." and "vrex:integrity:damaged"), naming the category,
+    // the object and its checksum. Returns the number of entries checked. Reads only.
+    std::size_t checkEntries(tvdiag::util::diagnostics& problems);
+
 private:
     vrex::ClassRef classOf(SCMTypes type) const;
     vrex::ObjectRef findEntry(SCMIdentity* identity, tvdiag::util::diagnostics& diagnostics);
+    vrex::ObjectRef findByChecksum(const vrex::ClassRef& entryClass, const std::string& checksum,
+                                   tvdiag::util::diagnostics& diagnostics);
+    SCMIdentityDataPair readEntry(const vrex::ObjectRef& entry,
+                                  tvdiag::util::diagnostics& diagnostics);
     vrex::ObjectRef findFirstNamed(const vrex::ClassRef& entryClass, const std::string& name,
                                    tvdiag::util::diagnostics& diagnostics);
     qaArray readFirstNamed(SCMTypes type, const std::string& name, const char* property);
@@ -62,6 +97,7 @@ private:
     vrex::DataModelRepository repository_;
     vrex::MetamodelRef metamodel_;
     vrex::PackageRef package_;
+    std::string openError_;
 };
 
 }  // namespace SCM

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "SCMEntryCheck.hpp"
 #include "SCMModuleEntry.hpp"
 #include "SCMVrexDataCacheManager.hpp"
 #include "StoredObjects.hpp"
@@ -16,10 +17,6 @@ namespace {
 constexpr std::size_t kCacheLimit = 50;
 
 const char* const kPackageName = "SCM";
-const char* const kChecksum = "Checksum";
-const char* const kName = "Name";
-const char* const kIdentity = "Identity";
-const char* const kData = "Data";
 
 }  // namespace
 
@@ -33,13 +30,24 @@ std::string getMetaModelFile() {
 }
 
 SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
-                                       const std::string& metaModelFile) {
+                                       const std::string& metaModelFile)
+    : SCMVrexDataAdapter(dictionaryFile, metaModelFile, OpenMode::ReadWrite) {}
+
+SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
+                                       const std::string& metaModelFile, OpenMode mode) {
     // Entries are stored as class-system objects: the library's classes must be known to it.
     HxInitialize_shared_code_manager();
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    repository_.open(vrex::toUtf16(dictionaryFile), vrex::toUtf16(metaModelFile),
-                     vrex::DataModelRepository::defaultOptions(), diagnostics);
-    if (!diagnostics.empty()) return;  // doesExist() stays false, no write cache
+    vrex::DataModelRepository::Options options = vrex::DataModelRepository::defaultOptions();
+    options.readOnly = mode == OpenMode::ReadOnly;
+    repository_.open(vrex::toUtf16(dictionaryFile), vrex::toUtf16(metaModelFile), options,
+                     diagnostics);
+    if (!diagnostics.empty()) {  // doesExist() stays false, no write cache
+        for (const tvdiag::util::diagnostic& record : diagnostics.records()) {
+            openError_ += (openError_.empty() ? "" : "\n") + record.message;
+        }
+        return;
+    }
     setExists(true);
     metamodel_ = repository_.metamodel(diagnostics);
     package_ = metamodel_.findPackage(kPackageName);
@@ -61,10 +69,16 @@ vrex::ClassRef SCMVrexDataAdapter::classOf(SCMTypes type) const {
 // checksum; further matches are ignored. Null when there is none or on error.
 vrex::ObjectRef SCMVrexDataAdapter::findEntry(SCMIdentity* identity,
                                               tvdiag::util::diagnostics& diagnostics) {
-    const vrex::ClassRef entryClass = package_.findClass(identity->getTypeString());
+    return findByChecksum(package_.findClass(identity->getTypeString()), identity->getChecksum(),
+                          diagnostics);
+}
+
+vrex::ObjectRef SCMVrexDataAdapter::findByChecksum(const vrex::ClassRef& entryClass,
+                                                   const std::string& checksum,
+                                                   tvdiag::util::diagnostics& diagnostics) {
     vrex::MatchConstraints constraints;
-    constraints.add(entryClass.findProperty(kChecksum), vrex::PropertyValueMatchRelation::Equals,
-                    identity->getChecksum());
+    constraints.add(entryClass.findProperty(kChecksumProperty),
+                    vrex::PropertyValueMatchRelation::Equals, checksum);
     std::vector<vrex::ObjectRef> found;
     repository_.findObjects(entryClass, constraints, found, diagnostics);
     if (!diagnostics.empty() || found.empty()) return vrex::ObjectRef();
@@ -75,7 +89,8 @@ vrex::ObjectRef SCMVrexDataAdapter::findFirstNamed(const vrex::ClassRef& entryCl
                                                    const std::string& name,
                                                    tvdiag::util::diagnostics& diagnostics) {
     vrex::MatchConstraints constraints;
-    constraints.add(entryClass.findProperty(kName), vrex::PropertyValueMatchRelation::Equals, name);
+    constraints.add(entryClass.findProperty(kNameProperty), vrex::PropertyValueMatchRelation::Equals,
+                    name);
     std::vector<vrex::ObjectRef> found;
     repository_.findObjects(entryClass, constraints, found, diagnostics);
     if (!diagnostics.empty() || found.empty()) return vrex::ObjectRef();
@@ -94,7 +109,7 @@ SCMData* SCMVrexDataAdapter::getValue(SCMIdentity* identity) {
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     const vrex::ObjectRef entry = findEntry(identity, diagnostics);
     if (entry.isNull()) return nullptr;
-    const vrex::PropertyRef data = entry.objectClass().findProperty(kData);
+    const vrex::PropertyRef data = entry.objectClass().findProperty(kDataProperty);
     const qaArray value = repository_.getPropertyValue(entry, data, diagnostics);
     if (!diagnostics.empty()) return nullptr;
     return takeStoredData(value).release();
@@ -111,10 +126,10 @@ void SCMVrexDataAdapter::insertValue(SCMIdentity* identity, SCMData* data, SCMRe
     diagnostics.clear();
     outcome = IS_REGISTERED;
     const vrex::ClassRef entryClass = package_.findClass(identity->getTypeString());
-    const vrex::PropertyRef checksum = entryClass.findProperty(kChecksum);
-    const vrex::PropertyRef identityProperty = entryClass.findProperty(kIdentity);
-    const vrex::PropertyRef dataProperty = entryClass.findProperty(kData);
-    const vrex::PropertyRef name = entryClass.findProperty(kName);
+    const vrex::PropertyRef checksum = entryClass.findProperty(kChecksumProperty);
+    const vrex::PropertyRef identityProperty = entryClass.findProperty(kIdentityProperty);
+    const vrex::PropertyRef dataProperty = entryClass.findProperty(kDataProperty);
+    const vrex::PropertyRef name = entryClass.findProperty(kNameProperty);
 
     if (isValuePresent(identity)) {
         outcome = updateValue(identity, data, diagnostics);
@@ -143,7 +158,7 @@ SCMRegistry SCMVrexDataAdapter::updateValue(SCMIdentity* identity, SCMData* data
                                             tvdiag::util::diagnostics& diagnostics) {
     const vrex::ObjectRef entry = findEntry(identity, diagnostics);
     if (entry.isNull()) return IS_TRANSACTION_ERROR;
-    const vrex::PropertyRef dataProperty = entry.objectClass().findProperty(kData);
+    const vrex::PropertyRef dataProperty = entry.objectClass().findProperty(kDataProperty);
     std::unique_ptr<SCMData> stored =
         takeStoredData(repository_.getPropertyValue(entry, dataProperty, diagnostics));
     if (!diagnostics.empty() || stored == nullptr) return IS_TRANSACTION_ERROR;
@@ -186,12 +201,13 @@ void appendStoredObjects(vrex::DataModelRepository& repository,
 }  // namespace
 
 void SCMVrexDataAdapter::getAllIdentityValues(SCMTypes type, std::vector<SCMIdentity*>& out) {
-    appendStoredObjects(repository_, getAllChildren(type), kIdentity, "SharedCodeManager.Identity",
-                        out);
+    appendStoredObjects(repository_, getAllChildren(type), kIdentityProperty,
+                        "SharedCodeManager.Identity", out);
 }
 
 void SCMVrexDataAdapter::getAllDataValues(SCMTypes type, std::vector<SCMData*>& out) {
-    appendStoredObjects(repository_, getAllChildren(type), kData, "SharedCodeManager.Data", out);
+    appendStoredObjects(repository_, getAllChildren(type), kDataProperty, "SharedCodeManager.Data",
+                        out);
 }
 
 bool SCMVrexDataAdapter::beginTransaction() {
@@ -246,14 +262,14 @@ qaArray SCMVrexDataAdapter::readFirstNamed(SCMTypes type, const std::string& nam
 
 SCMIdentity* SCMVrexDataAdapter::getIdentityFromName(SCMTypes type, const std::string& name) {
     if (!doesExist()) return nullptr;
-    return takeStoredIdentity(readFirstNamed(type, name, kIdentity)).release();
+    return takeStoredIdentity(readFirstNamed(type, name, kIdentityProperty)).release();
 }
 
 // The write cache first (its own copy is returned), then the dictionary.
 SCMData* SCMVrexDataAdapter::getDataFromName(SCMTypes type, const std::string& name) {
     if (!doesExist()) return nullptr;
     if (SCMData* cached = getCacheManager()->findByName(type, name).second) return cached;
-    return takeStoredData(readFirstNamed(type, name, kData)).release();
+    return takeStoredData(readFirstNamed(type, name, kDataProperty)).release();
 }
 
 SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type,
@@ -261,10 +277,70 @@ SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type
     if (!doesExist()) return {nullptr, nullptr};
     const SCMIdentityDataPair cached = getCacheManager()->findByName(type, name);
     if (cached.second != nullptr) return cached;
-    std::unique_ptr<SCMIdentity> identity = takeStoredIdentity(readFirstNamed(type, name, kIdentity));
-    std::unique_ptr<SCMData> data = takeStoredData(readFirstNamed(type, name, kData));
-    if (identity == nullptr || data == nullptr) return {nullptr, nullptr};
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    const vrex::ObjectRef entry = findFirstNamed(classOf(type), name, diagnostics);
+    if (entry.isNull()) return {nullptr, nullptr};
+    return readEntry(entry, diagnostics);
+}
+
+// The decoded "Identity" and "Data" of one dictionary object, owned by the caller; either is
+// null when it does not decode, both on a read error.
+SCMIdentityDataPair SCMVrexDataAdapter::readEntry(const vrex::ObjectRef& entry,
+                                                  tvdiag::util::diagnostics& diagnostics) {
+    const vrex::ClassRef entryClass = entry.objectClass();
+    std::unique_ptr<SCMIdentity> identity = takeStoredIdentity(
+        repository_.getPropertyValue(entry, entryClass.findProperty(kIdentityProperty), diagnostics));
+    std::unique_ptr<SCMData> data = takeStoredData(
+        repository_.getPropertyValue(entry, entryClass.findProperty(kDataProperty), diagnostics));
+    if (!diagnostics.empty()) return {nullptr, nullptr};
     return {identity.release(), data.release()};
+}
+
+const std::string& SCMVrexDataAdapter::getOpenError() const { return openError_; }
+
+namespace {
+
+// `entry` when it has both its identity and its data; otherwise a pair of nulls, and what there
+// was is deleted.
+SCMIdentityDataPair wholeOrNothing(SCMIdentityDataPair entry) {
+    if (entry.first != nullptr && entry.second != nullptr) return entry;
+    delete entry.first;
+    delete entry.second;
+    return {nullptr, nullptr};
+}
+
+}  // namespace
+
+std::vector<SCMIdentityDataPair> SCMVrexDataAdapter::getAllEntries(SCMTypes type) {
+    std::vector<SCMIdentityDataPair> entries;
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    for (const vrex::ObjectRef& object : getAllChildren(type)) {
+        const SCMIdentityDataPair entry = wholeOrNothing(readEntry(object, diagnostics));
+        if (entry.first != nullptr) entries.push_back(entry);
+        diagnostics.clear();
+    }
+    return entries;
+}
+
+SCMIdentityDataPair SCMVrexDataAdapter::getEntryForChecksum(SCMTypes type,
+                                                            const std::string& checksum) {
+    if (!doesExist()) return {nullptr, nullptr};
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    const vrex::ObjectRef entry = findByChecksum(classOf(type), checksum, diagnostics);
+    if (entry.isNull()) return {nullptr, nullptr};
+    return wholeOrNothing(readEntry(entry, diagnostics));
+}
+
+std::size_t SCMVrexDataAdapter::checkEntries(tvdiag::util::diagnostics& problems) {
+    if (!doesExist()) return 0;
+    repository_.checkIntegrity(problems);
+    SCMEntryCheck check(repository_, problems);
+    std::size_t entries = 0;
+    for (SCMTypes type : {SCM_UTILITIES, SCM_SHARED_FUNCTIONS, SCM_SHARED_TYPES, SCM_OTHER,
+                          SCM_NUM, SCM_SHARED_DATA, SCM_SHARED_CONSTANTS}) {
+        entries += check.checkCategory(classOf(type), getAllChildren(type));
+    }
+    return entries;
 }
 
 bool SCMVrexDataAdapter::isBackendOwned(const SCMData* data) const {

@@ -9,6 +9,12 @@
 
 namespace SCM {
 
+// The properties of the dictionary object that holds one entry.
+inline constexpr const char* kChecksumProperty = "Checksum";
+inline constexpr const char* kNameProperty = "Name";
+inline constexpr const char* kIdentityProperty = "Identity";
+inline constexpr const char* kDataProperty = "Data";
+
 // The object a value read from the dictionary holds, when the value owns an object of the
 // published class `className` that is a T; null otherwise (the value then still owns whatever it
 // held). The caller owns the result.

@@ -233,4 +233,37 @@ TEST_F(ObjectDecodingTest, TheEncodingIsReadableAscii) {
               "\"MaximumIdentifierLength\":0,\"IncludeMaxIdLength\":true}");
 }
 
+// The reason a decoding gives, for texts that people write by hand (the scm tool's manifests).
+std::string decodeProblem(const std::string& text, const std::string& requiredClass) {
+    std::string problem;
+    const qaArray value = kobj::decodeObject(text, requiredClass, problem);
+    return value.kind() == qaArray::Kind::Empty ? problem : "decoded";
+}
+
+TEST_F(ObjectDecodingTest, AFailedDecodingSaysWhy) {
+    const std::string identity = "SharedCodeManager.Identity";
+    EXPECT_EQ(decodeProblem("{\"class\":\"SharedCodeManager.Nothing\"}", identity),
+              "There is no class SharedCodeManager.Nothing.");
+    EXPECT_EQ(decodeProblem("{\"class\":\"SharedCodeManager.GenericData\"}", identity),
+              "Class SharedCodeManager.GenericData is not a SharedCodeManager.Identity.");
+    EXPECT_EQ(decodeProblem("{\"class\":\"SharedCodeManager.SharedFunctionIdentity\","
+                            "\"Colour\":\"red\"}", identity),
+              "Class SharedCodeManager.SharedFunctionIdentity has no property Colour.");
+    EXPECT_EQ(decodeProblem("{\"class\":\"SharedCodeManager.SharedFunctionIdentity\","
+                            "\"ChecksumElement2\":\"7\"}", identity),
+              "Property ChecksumElement2 of SharedCodeManager.SharedFunctionIdentity: Value must "
+              "be an integer scalar in the uint32 range; it is char 1x1.");
+    EXPECT_EQ(decodeProblem("{\"class\":\"SharedCodeManager.SharedTypesDataConstantsIdentity\"}",
+                            identity)
+                  .rfind("Objects of class SharedCodeManager.SharedTypesDataConstantsIdentity "
+                         "cannot be rebuilt", 0),
+              0u);
+    EXPECT_EQ(decodeProblem("{\"class\":\"SharedCodeManager.GenericIdentity\",\"Type\":1.5}",
+                            identity)
+                  .rfind("The text is not an object encoding", 0),
+              0u);
+    EXPECT_EQ(decodeProblem("{\"class\":\"SharedCodeManager.GenericIdentity\"}", identity),
+              "decoded");
+}
+
 }  // namespace

@@ -50,6 +50,18 @@ void appendValue(std::string& text, const qaArray& value, const ClassRecord& rec
     throw notEncodable(record, "property " + property.name() + " holds " + describeValue(value));
 }
 
+// Writes one decoded property through its setter; a refused value names the property.
+void restoreProperty(tv::mi::Handle& object, const ClassRecord& record, const COSPropInfo& property,
+                     const qaArray& value) {
+    try {
+        setProperty(object, property, value);
+    } catch (const Error& error) {
+        throw Error(error.identifier(),
+                    "Property " + property.name() + " of " + record.name() + ": " + error.what(),
+                    error.index());
+    }
+}
+
 // Writes the decoded properties through their setters: Dependent ones last. Throws kobj::Error
 // (or the library's own exceptions) for a property that is unknown, read-only or of a wrong type.
 void restoreProperties(tv::mi::Handle& object, const ClassRecord& record,
@@ -64,10 +76,12 @@ void restoreProperties(tv::mi::Handle& object, const ClassRecord& record,
         if (attributes::isDependent(property->attributes())) {
             dependent.emplace_back(property, &value);
         } else {
-            setProperty(object, *property, value);
+            restoreProperty(object, record, *property, value);
         }
     }
-    for (const auto& [property, value] : dependent) setProperty(object, *property, *value);
+    for (const auto& [property, value] : dependent) {
+        restoreProperty(object, record, *property, *value);
+    }
 }
 
 bool hasSettableProperty(const ClassRecord& record) {
@@ -119,19 +133,40 @@ std::string encodeObject(const qaArray& value) {
 qaArray decodeObject(const std::string& text) { return decodeObject(text, kHeterogeneousRootName); }
 
 qaArray decodeObject(const std::string& text, const std::string& requiredClass) {
+    std::string ignored;
+    return decodeObject(text, requiredClass, ignored);
+}
+
+qaArray decodeObject(const std::string& text, const std::string& requiredClass,
+                     std::string& problem) {
+    problem.clear();
     EncodedObject encoded;
-    if (!readEncodedObject(text, encoded)) return qaArray();
+    if (!readEncodedObject(text, encoded)) {
+        problem = "The text is not an object encoding: a JSON object with a \"class\" name and "
+                  "members that are texts (code points up to U+00FF), true or false, 32-bit "
+                  "integers or lists of texts.";
+        return qaArray();
+    }
     try {
         const ClassRecord* record = ClassRegistry::instance().findClass(encoded.className);
-        if (record == nullptr || !record->isA(requiredClass) || !isEncodable(*record)) {
-            return qaArray();
+        if (record == nullptr) {
+            problem = "There is no class " + encoded.className + ".";
+        } else if (!record->isA(requiredClass)) {
+            problem = "Class " + encoded.className + " is not a " + requiredClass + ".";
+        } else if (!isEncodable(*record)) {
+            problem = "Objects of class " + encoded.className +
+                      " cannot be rebuilt: it has no published constructor or no settable property.";
+        } else {
+            qaArray object = rebuild(*record, encoded);
+            if (object.isEmpty()) problem = "No object of class " + encoded.className + " could be made.";
+            return object;
         }
-        return rebuild(*record, encoded);
     } catch (const std::bad_alloc&) {
         throw;
-    } catch (const std::exception&) {
-        return qaArray();  // a value of the wrong type, a property the class does not have, ...
+    } catch (const std::exception& error) {
+        problem = error.what();  // a value of the wrong type, a property the class does not have, ...
     }
+    return qaArray();
 }
 
 }  // namespace kobj

@@ -42,4 +42,9 @@ qaArray decodeObject(const std::string& text);
 // that is checked before any object is created.
 qaArray decodeObject(const std::string& text, const std::string& requiredClass);
 
+// The same, and when the result is [] `problem` says why, in a sentence for people ("Class
+// SharedCodeManager.GenericData has no property Colour."); on success `problem` is cleared.
+qaArray decodeObject(const std::string& text, const std::string& requiredClass,
+                     std::string& problem);
+
 }  // namespace kobj

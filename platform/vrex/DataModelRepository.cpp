@@ -144,6 +144,21 @@ qaArray DataModelRepository::getPropertyValue(const ObjectRef& object, const Pro
     return session_->getPropertyValue(object, property, diagnostics);
 }
 
+std::optional<std::string> DataModelRepository::getStoredText(const ObjectRef& object,
+                                                              const PropertyRef& property,
+                                                              tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) {
+        reportClosed(diagnostics, "read a property");
+        return std::nullopt;
+    }
+    return session_->getStoredText(object, property, diagnostics);
+}
+
+void DataModelRepository::checkIntegrity(tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) return reportClosed(diagnostics, "check the file");
+    session_->checkIntegrity(diagnostics);
+}
+
 void DataModelRepository::close() {
     if (!session_) return;
     session_->close();

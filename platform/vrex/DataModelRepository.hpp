@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -125,6 +126,18 @@ public:
     // unset or the stored text does not decode. [] with a diagnostic on error.
     qaArray getPropertyValue(const ObjectRef& object, const PropertyRef& property,
                              tvdiag::util::diagnostics& diagnostics);
+
+    // The text stored for one property of `object`, as it lies in the file: a text property's
+    // value, or an object property's encoded text, not decoded. nullopt when the property is unset;
+    // nullopt with a diagnostic on error. Unlike getPropertyValue it tells an unset object
+    // property from one whose stored text no longer decodes.
+    std::optional<std::string> getStoredText(const ObjectRef& object, const PropertyRef& property,
+                                             tvdiag::util::diagnostics& diagnostics);
+
+    // Checks the file's structure with SQLite's integrity check (pages, b-trees, indexes). Each
+    // problem found adds a diagnostic "vrex:integrity:damaged" with SQLite's description of it;
+    // a check that cannot run adds one with SQLite's error. Nothing added: the file is sound.
+    void checkIntegrity(tvdiag::util::diagnostics& diagnostics);
 
     // Closes the file; an open transaction is rolled back. Does nothing when closed.
     void close();

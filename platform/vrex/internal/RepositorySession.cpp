@@ -308,28 +308,58 @@ void RepositorySession::setPropertyValue(const ObjectRef& object, const Property
 qaArray RepositorySession::getPropertyValue(const ObjectRef& object, const PropertyRef& property,
                                             tvdiag::util::diagnostics& diagnostics) {
     const PropertyInfo* info = propertyOf(object, property, "read", diagnostics);
-    if (info == nullptr) return qaArray();
-    Statement* read = statements_->readProperty(*info, diagnostics);
-    if (read == nullptr) return qaArray();
     std::optional<std::string> text;
-    {
-        Statement::Use use(*read);
-        read->bindInt64(1, object.id());
-        int rc = read->step();
-        if (rc == SQLITE_DONE) {
-            diagnostics.add("vrex:object:notFound", "cannot read " + describe(object, *info) +
-                                                        ": the registry \"" + file() + "\" has no such object");
-            return qaArray();
-        }
-        if (rc != SQLITE_ROW) {
-            connection_.report(diagnostics, "vrex:property:readFailed", "cannot read " + describe(object, *info));
-            return qaArray();
-        }
-        if (!read->columnIsNull(0)) text = read->columnText(0);
-    }
-    if (!text) return qaArray();
+    if (info == nullptr || !readStoredText(object, *info, text, diagnostics) || !text) return qaArray();
     if (info->kind == PropertyKind::Text) return qaArray::fromText(std::move(*text));
     return decodeObject(*info, *text, diagnostics);
+}
+
+std::optional<std::string> RepositorySession::getStoredText(const ObjectRef& object,
+                                                            const PropertyRef& property,
+                                                            tvdiag::util::diagnostics& diagnostics) {
+    const PropertyInfo* info = propertyOf(object, property, "read", diagnostics);
+    std::optional<std::string> text;
+    if (info == nullptr || !readStoredText(object, *info, text, diagnostics)) return std::nullopt;
+    return text;
+}
+
+bool RepositorySession::readStoredText(const ObjectRef& object, const PropertyInfo& property,
+                                       std::optional<std::string>& text,
+                                       tvdiag::util::diagnostics& diagnostics) {
+    Statement* read = statements_->readProperty(property, diagnostics);
+    if (read == nullptr) return false;
+    Statement::Use use(*read);
+    read->bindInt64(1, object.id());
+    int rc = read->step();
+    if (rc == SQLITE_DONE) {
+        diagnostics.add("vrex:object:notFound", "cannot read " + describe(object, property) +
+                                                    ": the registry \"" + file() + "\" has no such object");
+        return false;
+    }
+    if (rc != SQLITE_ROW) {
+        connection_.report(diagnostics, "vrex:property:readFailed", "cannot read " + describe(object, property));
+        return false;
+    }
+    if (!read->columnIsNull(0)) text = read->columnText(0);
+    return true;
+}
+
+// SQLite answers a single row "ok" for a sound file, otherwise one row per problem.
+void RepositorySession::checkIntegrity(tvdiag::util::diagnostics& diagnostics) {
+    Statement* check = statements_->bySql("PRAGMA integrity_check", diagnostics);
+    if (check == nullptr) return;
+    Statement::Use use(*check);
+    int rc;
+    while ((rc = check->step()) == SQLITE_ROW) {
+        const std::string finding = check->columnText(0);
+        if (finding != "ok") {
+            diagnostics.add("vrex:integrity:damaged",
+                            "the registry \"" + file() + "\" is damaged: " + finding);
+        }
+    }
+    if (rc != SQLITE_DONE) {
+        connection_.report(diagnostics, "vrex:integrity:damaged", "cannot check the file");
+    }
 }
 
 // --- checks and conversions -----------------------------------------------------------------

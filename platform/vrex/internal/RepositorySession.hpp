@@ -52,6 +52,9 @@ public:
                           tvdiag::util::diagnostics& diagnostics);
     qaArray getPropertyValue(const ObjectRef& object, const PropertyRef& property,
                              tvdiag::util::diagnostics& diagnostics);
+    std::optional<std::string> getStoredText(const ObjectRef& object, const PropertyRef& property,
+                                             tvdiag::util::diagnostics& diagnostics);
+    void checkIntegrity(tvdiag::util::diagnostics& diagnostics);
 
 private:
     RepositorySession(std::shared_ptr<const Metamodel> metamodel, const Options& options,
@@ -86,6 +89,9 @@ private:
     // The text to store for `value` (nullopt: unset), or false with a diagnostic.
     bool storedText(const PropertyInfo& property, const qaArray& value,
                     std::optional<std::string>& text, tvdiag::util::diagnostics& diagnostics) const;
+    // The stored text of one property of `object` (nullopt: unset); false with a diagnostic.
+    bool readStoredText(const ObjectRef& object, const PropertyInfo& property,
+                        std::optional<std::string>& text, tvdiag::util::diagnostics& diagnostics);
     qaArray decodeObject(const PropertyInfo& property, const std::string& text,
                          tvdiag::util::diagnostics& diagnostics) const;
     std::string describe(const ObjectRef& object, const PropertyInfo& property) const;

@@ -1,0 +1,165 @@
+// The dictionary backend's operations for tools: read-only opening, open errors, whole entries,
+// lookup by checksum, and the check of every stored entry.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "shared_code_manager.hpp"
+#include "support/DirectSql.hpp"
+#include "vrex/VrexTestSupport.hpp"
+
+namespace {
+
+using namespace SCM;
+using scm_test::execSql;
+using vrex_test::readBytes;
+using Mode = SCMVrexDataAdapter::OpenMode;
+
+// The identifiers of `problems`, sorted, one per line.
+std::string identifiers(const tvdiag::util::diagnostics& problems) {
+    std::vector<std::string> all;
+    for (const auto& record : problems.records()) all.push_back(record.identifier);
+    std::sort(all.begin(), all.end());
+    std::string text;
+    for (const std::string& identifier : all) text += identifier + "\n";
+    return text;
+}
+
+class RegistryInspection : public ::testing::Test {
+protected:
+    // Registers shared functions f1..fn with the keys (i, 0, 0, 0) and closes the file.
+    void registerFunctions(unsigned count) {
+        SCMVrexDataAdapter adapter(path_, getMetaModelFile());
+        for (unsigned i = 1; i <= count; ++i) {
+            SCMSharedFunctionIdentity key(i, 0, 0, 0);
+            SCMSharedFunctionData record("f" + std::to_string(i), "f.c");
+            record.setName("f" + std::to_string(i));
+            ASSERT_EQ(adapter.insertValueInTransaction(&key, &record), IS_REGISTERED);
+        }
+    }
+    std::string checksumOf(unsigned element) {
+        return SCMSharedFunctionIdentity(element, 0, 0, 0).getChecksum();
+    }
+    void tamper(const std::string& sql) { execSql(path_, sql); }
+
+    vrex_test::TempDir dir_;
+    std::string path_ = dir_.file("registry.scm");
+};
+
+TEST_F(RegistryInspection, ReadOnlyOpeningNeverCreatesAFile) {
+    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
+    EXPECT_FALSE(adapter.doesExist());
+    EXPECT_NE(adapter.getOpenError().find(path_), std::string::npos) << adapter.getOpenError();
+    EXPECT_FALSE(std::filesystem::exists(path_));
+}
+
+TEST_F(RegistryInspection, ReadOnlyOpeningReadsAndLeavesTheFileAsItWas) {
+    registerFunctions(2);
+    const std::string before = readBytes(path_);
+    {
+        SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
+        ASSERT_TRUE(adapter.doesExist()) << adapter.getOpenError();
+        EXPECT_EQ(adapter.getOpenError(), "");
+        EXPECT_EQ(adapter.getAllChildren(SCM_SHARED_FUNCTIONS).size(), 2u);
+        SCMSharedFunctionIdentity key(9, 0, 0, 0);
+        SCMSharedFunctionData record("f9", "f.c");
+        EXPECT_EQ(adapter.insertValueInTransaction(&key, &record), IS_TRANSACTION_ERROR);
+    }
+    EXPECT_EQ(readBytes(path_), before);
+}
+
+TEST_F(RegistryInspection, AFileThatIsNotARegistryIsRefusedWithItsNameAndUnchanged) {
+    vrex_test::writeBytes(path_, "model,function\nm1,f1\n");
+    SCMVrexDataAdapter adapter(path_, getMetaModelFile());
+    EXPECT_FALSE(adapter.doesExist());
+    EXPECT_NE(adapter.getOpenError().find(path_), std::string::npos) << adapter.getOpenError();
+    EXPECT_EQ(readBytes(path_), "model,function\nm1,f1\n");
+}
+
+TEST_F(RegistryInspection, AllEntriesPairEachIdentityWithItsOwnRecord) {
+    registerFunctions(3);
+    tamper("UPDATE \"SCM_SHARED_FUNCTIONS\" SET \"Data\" = '{}' WHERE \"_id\" = 2");
+    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
+    std::vector<SCMIdentityDataPair> entries = adapter.getAllEntries(SCM_SHARED_FUNCTIONS);
+    ASSERT_EQ(entries.size(), 2u);  // the entry whose record does not decode is left out
+    EXPECT_EQ(entries[0].first->getChecksum(), checksumOf(1));
+    EXPECT_EQ(entries[0].second->getName(), "f1");
+    EXPECT_EQ(entries[1].first->getChecksum(), checksumOf(3));
+    EXPECT_EQ(entries[1].second->getName(), "f3");
+    for (auto& [identity, data] : entries) {
+        delete identity;
+        delete data;
+    }
+    EXPECT_TRUE(adapter.getAllEntries(SCM_SHARED_TYPES).empty());
+}
+
+TEST_F(RegistryInspection, EntryForChecksumLooksInOneCategory) {
+    registerFunctions(2);
+    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
+    SCMIdentityDataPair found = adapter.getEntryForChecksum(SCM_SHARED_FUNCTIONS, checksumOf(2));
+    std::unique_ptr<SCMIdentity> identity(found.first);
+    std::unique_ptr<SCMData> data(found.second);
+    ASSERT_NE(identity, nullptr);
+    EXPECT_EQ(data->getName(), "f2");
+    EXPECT_EQ(adapter.getEntryForChecksum(SCM_SHARED_TYPES, checksumOf(2)).first, nullptr);
+    EXPECT_EQ(adapter.getEntryForChecksum(SCM_SHARED_FUNCTIONS, "nothing").second, nullptr);
+}
+
+TEST_F(RegistryInspection, ASoundRegistryChecksClean) {
+    registerFunctions(3);
+    {
+        SCMVrexDataAdapter adapter(path_, getMetaModelFile());
+        SCMBasicUtilityIdentity key("rt_sat");
+        SCMBasicUtilityData record("rt_sat", "rt_sat");
+        record.setName("rt_sat");
+        ASSERT_EQ(adapter.insertValueInTransaction(&key, &record), IS_REGISTERED);
+    }
+    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
+    tvdiag::util::diagnostics problems;
+    EXPECT_EQ(adapter.checkEntries(problems), 4u);
+    EXPECT_TRUE(problems.empty()) << problems.toString();
+}
+
+TEST_F(RegistryInspection, CheckFindsEveryKindOfTamperedEntry) {
+    registerFunctions(5);
+    const std::string table = "\"SCM_SHARED_FUNCTIONS\"";
+    tamper("UPDATE " + table + " SET \"Checksum\" = 'edited' WHERE \"_id\" = 1;"
+           "UPDATE " + table + " SET \"Identity\" = '{\"class\":' WHERE \"_id\" = 2;"
+           "UPDATE " + table + " SET \"Name\" = 'renamed' WHERE \"_id\" = 3;"
+           "UPDATE " + table + " SET \"Data\" = NULL WHERE \"_id\" = 4;"
+           "INSERT INTO " + table + " (\"Checksum\", \"Name\", \"Identity\", \"Data\") "
+           "SELECT \"Checksum\", \"Name\", \"Identity\", \"Data\" FROM " + table +
+           " WHERE \"_id\" = 5");
+    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
+    tvdiag::util::diagnostics problems;
+    EXPECT_EQ(adapter.checkEntries(problems), 6u);
+    EXPECT_EQ(identifiers(problems),
+              "scm:check:checksumMismatch\n"
+              "scm:check:duplicateChecksum\n"
+              "scm:check:missing\n"
+              "scm:check:nameMismatch\n"
+              "scm:check:undecodable\n")
+        << problems.toString();
+    const std::string report = problems.toString();
+    EXPECT_NE(report.find("SCM_SHARED_FUNCTIONS object 1 (checksum \"edited\"): its identity "
+                          "computes the checksum \"" + checksumOf(1) + "\""),
+              std::string::npos)
+        << report;
+    EXPECT_NE(report.find("SCM_SHARED_FUNCTIONS object 6 (checksum \"" + checksumOf(5) +
+                          "\") has the same checksum as SCM_SHARED_FUNCTIONS object 5"),
+              std::string::npos)
+        << report;
+}
+
+TEST_F(RegistryInspection, AnIdentityStoredUnderAnotherCategoryIsReported) {
+    registerFunctions(1);
+    tamper("INSERT INTO \"SCM_SHARED_TYPES\" (\"Checksum\", \"Name\", \"Identity\", \"Data\") "
+           "SELECT \"Checksum\", \"Name\", \"Identity\", \"Data\" FROM \"SCM_SHARED_FUNCTIONS\"");
+    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
+    tvdiag::util::diagnostics problems;
+    EXPECT_EQ(adapter.checkEntries(problems), 2u);
+    EXPECT_EQ(identifiers(problems), "scm:check:wrongCategory\n") << problems.toString();
+}
+
+}  // namespace

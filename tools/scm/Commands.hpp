@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "ExitCode.hpp"
+
+// The tool's subcommands. Each opens the registry, makes a few library calls, prints, and returns
+// its exit code (ExitCode.hpp); a failure that ends it early is thrown as ToolError.
+namespace scm_tool {
+
+struct RegisterOptions {
+    std::string registry;
+    std::vector<std::string> manifests;  // "-" reads standard input
+    bool json = false;                   // the summary as JSON
+    bool verbose = false;                // one line per entry
+};
+// Registers every entry of the manifests in one transaction (see Registration).
+int runRegister(const RegisterOptions& options);
+
+struct ListOptions {
+    std::string registry;
+    std::string category;  // "" for every category
+    bool names = false;    // names only, one per line
+};
+int runList(const ListOptions& options);
+
+struct ShowOptions {
+    std::string registry;
+    std::string category;
+    std::string name;
+    std::string checksum;  // instead of category and name
+    bool all = false;      // hidden properties too
+};
+int runShow(const ShowOptions& options);
+
+struct ExportOptions {
+    std::string registry;
+    std::string category;  // "" for every category
+};
+int runExport(const ExportOptions& options);
+
+struct StatsOptions {
+    std::string registry;
+    std::size_t top = 10;  // how many of the most shared pieces to list
+};
+int runStats(const StatsOptions& options);
+
+int runCheck(const std::string& registry);
+
+}  // namespace scm_tool

@@ -1,0 +1,43 @@
+#include <iostream>
+
+#include "Categories.hpp"
+#include "Commands.hpp"
+#include "OpenRegistry.hpp"
+#include "RecordProperties.hpp"
+#include "TextTable.hpp"
+#include "ValueText.hpp"
+
+namespace scm_tool {
+
+namespace {
+
+const std::string kPackagePrefix = "SharedCodeManager.";
+
+// "SharedFunctionData" for "SharedCodeManager.SharedFunctionData".
+std::string shortClassName(tv::mi::Handle& object) {
+    const std::string name = publishedClassName(object);
+    return name.rfind(kPackagePrefix, 0) == 0 ? name.substr(kPackagePrefix.size()) : name;
+}
+
+}  // namespace
+
+int runList(const ListOptions& options) {
+    OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
+    const std::vector<SCM::SCMTypes> types =
+        options.category.empty() ? allCategories()
+                                 : std::vector<SCM::SCMTypes>{requireCategory(options.category)};
+    TextTable table({"CATEGORY", "KEY", "NAME", "RECORD"});
+    for (const OwnedEntry& entry : registry.entries(types)) {
+        if (options.names) {
+            std::cout << entry.data->getName() << '\n';
+        } else {
+            table.addRow({shortName(entry.identity->getType()),
+                          cellText(entry.identity->getChecksum()), cellText(entry.data->getName()),
+                          shortClassName(*entry.data)});
+        }
+    }
+    if (!options.names) table.print(std::cout);
+    return kExitOk;
+}
+
+}  // namespace scm_tool

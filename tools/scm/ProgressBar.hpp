@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace scm_tool {
+
+// A one-line progress display on standard error for long runs: entries done, their rate and,
+// when the total size of the input is known, the share done and the time left. Drawn only when
+// enabled (the caller enables it when standard error is a terminal), from half a second into the
+// run, at most ten times a second; silent otherwise.
+class ProgressBar {
+public:
+    // `totalBytes` is the size of all the input, 0 when unknown (standard input).
+    ProgressBar(std::uint64_t totalBytes, bool enabled);
+
+    // Records the progress and redraws the line when it is time.
+    void update(std::uint64_t entries, std::uint64_t bytesDone);
+    // Erases the line if it was drawn.
+    void finish();
+
+    // The line for `entries` done and `bytesDone` of `totalBytes` read in `seconds`, without line
+    // end: "[#########...........]  45%  4500 entries  9000/s  0:01 left", or without a total
+    // "4500 entries  9000/s".
+    static std::string line(std::uint64_t entries, std::uint64_t bytesDone,
+                            std::uint64_t totalBytes, double seconds);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    std::uint64_t totalBytes_;
+    bool enabled_;
+    bool drawn_ = false;
+    Clock::time_point start_;
+    Clock::time_point nextDraw_;
+};
+
+}  // namespace scm_tool

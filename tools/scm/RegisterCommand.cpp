@@ -1,0 +1,71 @@
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+#include "Commands.hpp"
+#include "Registration.hpp"
+
+namespace scm_tool {
+
+namespace {
+
+// The size of every manifest that is a regular file; 0 (unknown) when one is standard input.
+std::uint64_t totalSize(const std::vector<std::string>& manifests) {
+    std::uint64_t total = 0;
+    for (const std::string& manifest : manifests) {
+        std::error_code error;
+        if (manifest == "-") return 0;
+        if (std::filesystem::is_regular_file(manifest, error)) {
+            total += std::filesystem::file_size(manifest, error);
+        }
+    }
+    return total;
+}
+
+void registerManifest(Registration& registration, const std::string& manifest) {
+    if (manifest == "-") return registration.registerManifest(std::cin, "<stdin>");
+    std::error_code error;
+    if (std::filesystem::is_directory(manifest, error)) {
+        return registration.reportUnreadable(manifest, "it is a directory");
+    }
+    std::ifstream in(manifest, std::ios::binary);
+    if (!in) return registration.reportUnreadable(manifest, std::strerror(errno));
+    registration.registerManifest(in, manifest);
+}
+
+}  // namespace
+
+int runRegister(const RegisterOptions& options) {
+    const auto start = std::chrono::steady_clock::now();
+    OpenRegistry registry(options.registry, OpenRegistry::Access::Write);
+    RegistrationReport report;
+    ProgressBar progress(totalSize(options.manifests),
+                         !options.verbose && ::isatty(STDERR_FILENO) == 1);
+    Registration registration(registry, report, progress, options.verbose ? &std::cout : nullptr);
+
+    // One transaction for the whole run: batch speed, and either the whole run is kept or none.
+    if (!registry.adapter().beginTransaction()) {
+        throw ToolError("cannot begin a transaction on the registry \"" + registry.path() + "\"");
+    }
+    for (const std::string& manifest : options.manifests) registerManifest(registration, manifest);
+    if (!registry.adapter().endTransaction()) {
+        report.setFailure("the registry \"" + registry.path() + "\" could not commit the run");
+    }
+    progress.finish();
+
+    report.setSeconds(
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    if (options.json) {
+        report.printJson(std::cout, registry.path());
+    } else {
+        report.printText(std::cout);
+    }
+    return report.exitCode();
+}
+
+}  // namespace scm_tool

@@ -1,0 +1,74 @@
+#include <algorithm>
+#include <iostream>
+
+#include "Categories.hpp"
+#include "Commands.hpp"
+#include "OpenRegistry.hpp"
+#include "ReuseStats.hpp"
+#include "TextTable.hpp"
+#include "ValueText.hpp"
+
+namespace scm_tool {
+
+namespace {
+
+std::string joined(const std::set<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + cellText(name);
+    return text;
+}
+
+void printCategories(const ReuseStats& stats) {
+    TextTable table({"CATEGORY", "ENTRIES"});
+    table.alignRight(1);
+    for (SCM::SCMTypes type : allCategories()) {
+        // The marker category only holds entries whose category is outside the enumeration.
+        if (type == SCM::SCM_NUM && stats.entries(type) == 0) continue;
+        table.addRow({shortName(type), std::to_string(stats.entries(type))});
+    }
+    table.addRow({"total", std::to_string(stats.total())});
+    table.print(std::cout);
+}
+
+void printReuse(const ReuseStats& stats, std::size_t top) {
+    const std::vector<ReuseStats::Piece> pieces = stats.mostShared();
+    const std::set<std::string> models = stats.models();
+    std::cout << "\nmodels: " << models.size()
+              << (models.empty() ? "" : " (" + joined(models) + ")")
+              << "\npieces that name their models: " << pieces.size() << '\n';
+    const auto counts = stats.piecesPerModelCount();
+    for (auto count = counts.rbegin(); count != counts.rend(); ++count) {
+        std::cout << "  used by " << count->first << (count->first == 1 ? " model: " : " models: ")
+                  << count->second << '\n';
+    }
+    if (pieces.empty() || top == 0) return;
+    std::cout << "\nmost shared pieces:\n";
+    TextTable table({"MODELS", "CATEGORY", "NAME", "KEY", "TRACES", "USED BY"});
+    table.alignRight(0);
+    table.alignRight(4);
+    for (std::size_t i = 0; i < pieces.size() && i < top; ++i) {
+        const ReuseStats::Piece& piece = pieces[i];
+        table.addRow({std::to_string(piece.models.size()), shortName(piece.category),
+                      cellText(piece.name), cellText(piece.key), std::to_string(piece.traceability),
+                      joined(piece.models)});
+    }
+    table.print(std::cout);
+}
+
+}  // namespace
+
+int runStats(const StatsOptions& options) {
+    OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
+    ReuseStats stats;
+    for (SCM::SCMTypes type : allCategories()) {
+        for (const OwnedEntry& entry : registry.entries(type)) {
+            stats.add(*entry.identity, *entry.data);
+        }
+    }
+    std::cout << "registry: " << registry.path() << "\n\n";
+    printCategories(stats);
+    printReuse(stats, options.top);
+    return kExitOk;
+}
+
+}  // namespace scm_tool

@@ -1,0 +1,118 @@
+// scm: the shared code registry from the command line. Each subcommand is a few library calls;
+// see Commands.hpp, and README.md ("The scm tool") for the exit codes.
+#include <exception>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "Commands.hpp"
+#include "ExitCode.hpp"
+#include "SCMModuleEntry.hpp"
+
+namespace {
+
+using namespace scm_tool;
+
+const char* const kCategoryHelp =
+    "category: utilities, functions, types, data, constants, other, num, or the full name "
+    "(SCM_SHARED_FUNCTIONS)";
+
+// A subcommand whose first argument is the registry.
+CLI::App* addCommand(CLI::App& app, const char* name, const char* description,
+                     std::string& registry, const char* registryHelp = "registry file") {
+    CLI::App* command = app.add_subcommand(name, description);
+    command->add_option("registry", registry, registryHelp)->required();
+    return command;
+}
+
+CLI::App* addRegister(CLI::App& app, RegisterOptions& options) {
+    CLI::App* command = addCommand(
+        app, "register",
+        "Register the entries of JSON Lines manifests (docs/manifest.md) in one transaction; "
+        "exit 1 on clashes, 2 on errors",
+        options.registry, "registry file (created when absent)");
+    command->add_option("manifests", options.manifests, "manifest files; - reads standard input")
+        ->required();
+    CLI::Option* json = command->add_flag("--json", options.json, "print the summary as JSON");
+    command->add_flag("-v,--verbose", options.verbose, "print every entry's outcome")
+        ->excludes(json);  // the JSON summary stays the only output
+    return command;
+}
+
+CLI::App* addList(CLI::App& app, ListOptions& options) {
+    CLI::App* command =
+        addCommand(app, "list", "List the entries, as a table or by name", options.registry);
+    command->add_option("category", options.category, kCategoryHelp);
+    command->add_flag("--names", options.names, "print only the names, one per line");
+    return command;
+}
+
+CLI::App* addShow(CLI::App& app, ShowOptions& options) {
+    CLI::App* command = addCommand(
+        app, "show",
+        "Show an entry by category and name, or by checksum; exit 1 when there is none",
+        options.registry);
+    command->add_option("category", options.category, kCategoryHelp);
+    command->add_option("name", options.name, "entry name");
+    command->add_option("--checksum", options.checksum, "the entry's key, in every category");
+    command->add_flag("--all", options.all, "show hidden properties too");
+    return command;
+}
+
+CLI::App* addExport(CLI::App& app, ExportOptions& options) {
+    CLI::App* command = addCommand(
+        app, "export", "Write the entries as a manifest (JSON Lines) that register reads back",
+        options.registry);
+    command->add_option("--category", options.category, kCategoryHelp);
+    return command;
+}
+
+CLI::App* addStats(CLI::App& app, StatsOptions& options) {
+    CLI::App* command = addCommand(app, "stats", "Entries per category and what the models share",
+                                   options.registry);
+    command->add_option("--top", options.top, "how many of the most shared pieces to list")
+        ->capture_default_str();
+    return command;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("scm: the shared code registry of code generation runs", "scm");
+    app.require_subcommand(1);
+    RegisterOptions registerOptions;
+    ListOptions listOptions;
+    ShowOptions showOptions;
+    ExportOptions exportOptions;
+    StatsOptions statsOptions;
+    std::string checkRegistry;
+    CLI::App* registerCommand = addRegister(app, registerOptions);
+    CLI::App* listCommand = addList(app, listOptions);
+    CLI::App* showCommand = addShow(app, showOptions);
+    CLI::App* exportCommand = addExport(app, exportOptions);
+    CLI::App* statsCommand = addStats(app, statsOptions);
+    CLI::App* checkCommand = addCommand(
+        app, "check",
+        "Check the file and every entry (decoding, checksums, duplicates); exit 1 on problems",
+        checkRegistry);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kExitOk : kExitError;
+    }
+
+    try {
+        HxInitialize_shared_code_manager();  // the library's classes, for reading manifests
+        if (registerCommand->parsed()) return runRegister(registerOptions);
+        if (listCommand->parsed()) return runList(listOptions);
+        if (showCommand->parsed()) return runShow(showOptions);
+        if (exportCommand->parsed()) return runExport(exportOptions);
+        if (statsCommand->parsed()) return runStats(statsOptions);
+        if (checkCommand->parsed()) return runCheck(checkRegistry);
+    } catch (const ToolError& error) {
+        std::cerr << "scm: " << error.what() << '\n';
+    } catch (const std::exception& error) {
+        std::cerr << "scm: unexpected error: " << error.what() << '\n';
+    }
+    return kExitError;
+}
