@@ -11,6 +11,7 @@
 #include "vrex/DataModelRepository.hpp"
 #include "vrex/internal/Connection.hpp"
 #include "vrex/internal/Metamodel.hpp"
+#include "vrex/internal/PendingObject.hpp"
 #include "vrex/internal/StatementCache.hpp"
 
 namespace vrex::internal {
@@ -63,8 +64,7 @@ private:
     // Runs one cached statement that returns no rows; false with a diagnostic on failure.
     bool run(const std::string& sql, const char* identifier, const std::string& action,
              tvdiag::util::diagnostics& diagnostics);
-    void endTransaction(const char* sql, const char* action, const char* failure,
-                        tvdiag::util::diagnostics& diagnostics);
+    void endTransaction(bool commit, tvdiag::util::diagnostics& diagnostics);
     void leaveFunction(bool nested, const std::string& savepoint, bool keep,
                        tvdiag::util::diagnostics& diagnostics);
     // Forgets an explicit transaction that SQLite has rolled back by itself.
@@ -72,13 +72,16 @@ private:
     bool refuseInsideFunction(const char* action, tvdiag::util::diagnostics& diagnostics) const;
 
     // The metamodel part a ref stands for, or null with a diagnostic when the ref is null or
-    // belongs to another metamodel.
-    const ClassInfo* classOf(const ClassRef& cls, const std::string& action,
-                             tvdiag::util::diagnostics& diagnostics) const;
+    // belongs to another metamodel; the message says "cannot <action><actionObject>: ...".
+    const ClassInfo* classOf(const ClassRef& cls, const char* action,
+                             tvdiag::util::diagnostics& diagnostics, const char* actionObject = "") const;
     const PropertyInfo* propertyOf(const ObjectRef& object, const PropertyRef& property,
-                                   const std::string& action,
-                                   tvdiag::util::diagnostics& diagnostics) const;
-    bool requireWritable(const std::string& action, tvdiag::util::diagnostics& diagnostics) const;
+                                   const char* action, tvdiag::util::diagnostics& diagnostics) const;
+    void reportReadOnly(const std::string& action, tvdiag::util::diagnostics& diagnostics) const;
+    bool nextObjectId(const ClassInfo& cls, std::int64_t& id, tvdiag::util::diagnostics& diagnostics);
+    bool writePendingObject(tvdiag::util::diagnostics& diagnostics,
+                            const char* identifier = "vrex:object:createFailed",
+                            const char* action = nullptr);
     Statement* findStatement(const ClassInfo& cls, const MatchConstraints& constraints,
                              tvdiag::util::diagnostics& diagnostics);
     bool checkConstraints(const ClassInfo& cls, const MatchConstraints& constraints,
@@ -97,6 +100,7 @@ private:
     std::unique_ptr<StatementCache> statements_;
     bool explicitTransaction_ = false;
     int functionDepth_ = 0;  // dictionary functions running, outermost first
+    PendingObject pending_;  // a created object whose row is not written yet
 };
 
 }  // namespace vrex::internal
