@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "SCMCategoryClasses.hpp"
 #include "SCMModuleEntry.hpp"
 #include "SCMVrexDataCacheManager.hpp"
 #include "StoredObjects.hpp"
@@ -16,10 +17,6 @@ namespace {
 constexpr std::size_t kCacheLimit = 50;
 
 const char* const kPackageName = "SCM";
-const char* const kChecksum = "Checksum";
-const char* const kName = "Name";
-const char* const kIdentity = "Identity";
-const char* const kData = "Data";
 
 }  // namespace
 
@@ -33,7 +30,8 @@ std::string getMetaModelFile() {
 }
 
 SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
-                                       const std::string& metaModelFile) {
+                                       const std::string& metaModelFile)
+    : categories_(std::make_unique<SCMCategoryClasses>()) {
     // Entries are stored as class-system objects: the library's classes must be known to it.
     HxInitialize_shared_code_manager();
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
@@ -43,6 +41,7 @@ SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
     setExists(true);
     metamodel_ = repository_.metamodel(diagnostics);
     package_ = metamodel_.findPackage(kPackageName);
+    categories_ = std::make_unique<SCMCategoryClasses>(package_);
     setCacheManager(new SCMVrexDataCacheManager(&repository_, kCacheLimit));
     setTransactionInProgress(false);
 }
@@ -53,31 +52,27 @@ SCMVrexDataAdapter::~SCMVrexDataAdapter() {
     if (doesExist()) repository_.close();
 }
 
-vrex::ClassRef SCMVrexDataAdapter::classOf(SCMTypes type) const {
-    return package_.findClass(scmTypeToString(type));
-}
-
 // The first dictionary object of the identity's category whose "Checksum" equals the identity's
 // checksum; further matches are ignored. Null when there is none or on error.
 vrex::ObjectRef SCMVrexDataAdapter::findEntry(SCMIdentity* identity,
                                               tvdiag::util::diagnostics& diagnostics) {
-    const vrex::ClassRef entryClass = package_.findClass(identity->getTypeString());
+    const SCMCategoryClasses::Category& category = categories_->of(identity->getType());
     vrex::MatchConstraints constraints;
-    constraints.add(entryClass.findProperty(kChecksum), vrex::PropertyValueMatchRelation::Equals,
+    constraints.add(category.checksum, vrex::PropertyValueMatchRelation::Equals,
                     identity->getChecksum());
     std::vector<vrex::ObjectRef> found;
-    repository_.findObjects(entryClass, constraints, found, diagnostics);
+    repository_.findObjects(category.entryClass, constraints, found, diagnostics);
     if (!diagnostics.empty() || found.empty()) return vrex::ObjectRef();
     return found.front();
 }
 
-vrex::ObjectRef SCMVrexDataAdapter::findFirstNamed(const vrex::ClassRef& entryClass,
-                                                   const std::string& name,
+vrex::ObjectRef SCMVrexDataAdapter::findFirstNamed(SCMTypes type, const std::string& name,
                                                    tvdiag::util::diagnostics& diagnostics) {
+    const SCMCategoryClasses::Category& category = categories_->of(type);
     vrex::MatchConstraints constraints;
-    constraints.add(entryClass.findProperty(kName), vrex::PropertyValueMatchRelation::Equals, name);
+    constraints.add(category.name, vrex::PropertyValueMatchRelation::Equals, name);
     std::vector<vrex::ObjectRef> found;
-    repository_.findObjects(entryClass, constraints, found, diagnostics);
+    repository_.findObjects(category.entryClass, constraints, found, diagnostics);
     if (!diagnostics.empty() || found.empty()) return vrex::ObjectRef();
     return found.front();
 }
@@ -94,8 +89,8 @@ SCMData* SCMVrexDataAdapter::getValue(SCMIdentity* identity) {
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     const vrex::ObjectRef entry = findEntry(identity, diagnostics);
     if (entry.isNull()) return nullptr;
-    const vrex::PropertyRef data = entry.objectClass().findProperty(kData);
-    const qaArray value = repository_.getPropertyValue(entry, data, diagnostics);
+    const qaArray value =
+        repository_.getPropertyValue(entry, categories_->of(identity->getType()).data, diagnostics);
     if (!diagnostics.empty()) return nullptr;
     return takeStoredData(value).release();
 }
@@ -110,31 +105,33 @@ void SCMVrexDataAdapter::insertValue(SCMIdentity* identity, SCMData* data, SCMRe
     }
     diagnostics.clear();
     outcome = IS_REGISTERED;
-    const vrex::ClassRef entryClass = package_.findClass(identity->getTypeString());
-    const vrex::PropertyRef checksum = entryClass.findProperty(kChecksum);
-    const vrex::PropertyRef identityProperty = entryClass.findProperty(kIdentity);
-    const vrex::PropertyRef dataProperty = entryClass.findProperty(kData);
-    const vrex::PropertyRef name = entryClass.findProperty(kName);
+    const SCMCategoryClasses::Category& category = categories_->of(identity->getType());
 
-    if (isValuePresent(identity)) {
-        outcome = updateValue(identity, data, diagnostics);
+    // The presence test reads a dictionary error as "absent", as isValuePresent does; the entry
+    // it finds is the one updateValue would find again.
+    auto lookup = tvdiag::util::diagnostics::getEmptyInstance();
+    const vrex::ObjectRef stored = findEntry(identity, lookup);
+    if (!stored.isNull()) {
+        outcome = mergeInto(stored, category.data, data, diagnostics);
         return;
     }
-    const vrex::ObjectRef entry = repository_.createObject(entryClass, diagnostics);
+    const vrex::ObjectRef entry = repository_.createObject(category.entryClass, diagnostics);
     if (!diagnostics.empty()) {
         outcome = IS_TRANSACTION_ERROR;
         return;
     }
-    repository_.setPropertyValue(entry, checksum, qaArray::fromText(identity->getChecksum()),
-                                 diagnostics);
-    if (diagnostics.empty() && !name.isNull()) {
-        repository_.setPropertyValue(entry, name, qaArray::fromText(data->getName()), diagnostics);
+    repository_.setPropertyValue(entry, category.checksum,
+                                 qaArray::fromText(identity->getChecksum()), diagnostics);
+    if (diagnostics.empty() && !category.name.isNull()) {
+        repository_.setPropertyValue(entry, category.name, qaArray::fromText(data->getName()),
+                                     diagnostics);
     }
     if (diagnostics.empty()) {
-        repository_.setPropertyValue(entry, identityProperty, identity->toScriptValue(), diagnostics);
+        repository_.setPropertyValue(entry, category.identity, identity->toScriptValue(),
+                                     diagnostics);
     }
     if (diagnostics.empty()) {
-        repository_.setPropertyValue(entry, dataProperty, data->toScriptValue(), diagnostics);
+        repository_.setPropertyValue(entry, category.data, data->toScriptValue(), diagnostics);
     }
     if (!diagnostics.empty()) outcome = IS_TRANSACTION_ERROR;
 }
@@ -143,7 +140,14 @@ SCMRegistry SCMVrexDataAdapter::updateValue(SCMIdentity* identity, SCMData* data
                                             tvdiag::util::diagnostics& diagnostics) {
     const vrex::ObjectRef entry = findEntry(identity, diagnostics);
     if (entry.isNull()) return IS_TRANSACTION_ERROR;
-    const vrex::PropertyRef dataProperty = entry.objectClass().findProperty(kData);
+    return mergeInto(entry, categories_->of(identity->getType()).data, data, diagnostics);
+}
+
+// Steps of updateValue once the entry's object is found: read its record, merge, write back
+// only on IS_PRESENT_UPDATE.
+SCMRegistry SCMVrexDataAdapter::mergeInto(const vrex::ObjectRef& entry,
+                                          const vrex::PropertyRef& dataProperty, SCMData* data,
+                                          tvdiag::util::diagnostics& diagnostics) {
     std::unique_ptr<SCMData> stored =
         takeStoredData(repository_.getPropertyValue(entry, dataProperty, diagnostics));
     if (!diagnostics.empty() || stored == nullptr) return IS_TRANSACTION_ERROR;
@@ -158,7 +162,8 @@ std::vector<vrex::ObjectRef> SCMVrexDataAdapter::getAllChildren(SCMTypes type) {
     std::vector<vrex::ObjectRef> objects;
     if (!doesExist()) return objects;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    repository_.findObjects(classOf(type), vrex::MatchConstraints(), objects, diagnostics);
+    repository_.findObjects(categories_->of(type).entryClass, vrex::MatchConstraints(), objects,
+                            diagnostics);
     if (!diagnostics.empty()) objects.clear();
     return objects;
 }
@@ -169,13 +174,12 @@ namespace {
 // the walk (keeping what was appended), a value that is not an object of the class is skipped.
 template <typename T>
 void appendStoredObjects(vrex::DataModelRepository& repository,
-                         const std::vector<vrex::ObjectRef>& objects, const char* property,
-                         const char* className, std::vector<T*>& out) {
+                         const std::vector<vrex::ObjectRef>& objects,
+                         const vrex::PropertyRef& property, const char* className,
+                         std::vector<T*>& out) {
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     for (const vrex::ObjectRef& object : objects) {
-        const qaArray value =
-            repository.getPropertyValue(object, object.objectClass().findProperty(property),
-                                        diagnostics);
+        const qaArray value = repository.getPropertyValue(object, property, diagnostics);
         if (!diagnostics.empty()) return;
         if (std::unique_ptr<T> stored = takeStoredObject<T>(value, className)) {
             out.push_back(stored.release());
@@ -186,12 +190,13 @@ void appendStoredObjects(vrex::DataModelRepository& repository,
 }  // namespace
 
 void SCMVrexDataAdapter::getAllIdentityValues(SCMTypes type, std::vector<SCMIdentity*>& out) {
-    appendStoredObjects(repository_, getAllChildren(type), kIdentity, "SharedCodeManager.Identity",
-                        out);
+    appendStoredObjects(repository_, getAllChildren(type), categories_->of(type).identity,
+                        "SharedCodeManager.Identity", out);
 }
 
 void SCMVrexDataAdapter::getAllDataValues(SCMTypes type, std::vector<SCMData*>& out) {
-    appendStoredObjects(repository_, getAllChildren(type), kData, "SharedCodeManager.Data", out);
+    appendStoredObjects(repository_, getAllChildren(type), categories_->of(type).data,
+                        "SharedCodeManager.Data", out);
 }
 
 bool SCMVrexDataAdapter::beginTransaction() {
@@ -234,11 +239,9 @@ SCMRegistry SCMVrexDataAdapter::insertValueInTransaction(SCMIdentity* identity, 
 SCMIdentity* SCMVrexDataAdapter::getIdentityFromName(SCMTypes type, const std::string& name) {
     if (!doesExist()) return nullptr;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ClassRef entryClass = classOf(type);
-    const vrex::ObjectRef entry = findFirstNamed(entryClass, name, diagnostics);
+    const vrex::ObjectRef entry = findFirstNamed(type, name, diagnostics);
     if (entry.isNull()) return nullptr;
-    const qaArray value =
-        repository_.getPropertyValue(entry, entryClass.findProperty(kIdentity), diagnostics);
+    const qaArray value = repository_.getPropertyValue(entry, categories_->of(type).identity, diagnostics);
     return diagnostics.empty() ? takeStoredIdentity(value).release() : nullptr;
 }
 
@@ -247,11 +250,9 @@ SCMData* SCMVrexDataAdapter::getDataFromName(SCMTypes type, const std::string& n
     if (!doesExist()) return nullptr;
     if (SCMData* cached = getCacheManager()->findByName(type, name).second) return cached;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ClassRef entryClass = classOf(type);
-    const vrex::ObjectRef entry = findFirstNamed(entryClass, name, diagnostics);
+    const vrex::ObjectRef entry = findFirstNamed(type, name, diagnostics);
     if (entry.isNull()) return nullptr;
-    const qaArray value =
-        repository_.getPropertyValue(entry, entryClass.findProperty(kData), diagnostics);
+    const qaArray value = repository_.getPropertyValue(entry, categories_->of(type).data, diagnostics);
     return diagnostics.empty() ? takeStoredData(value).release() : nullptr;
 }
 
@@ -261,13 +262,13 @@ SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type
     const SCMIdentityDataPair cached = getCacheManager()->findByName(type, name);
     if (cached.second != nullptr) return cached;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ClassRef entryClass = classOf(type);
-    const vrex::ObjectRef entry = findFirstNamed(entryClass, name, diagnostics);
+    const SCMCategoryClasses::Category& category = categories_->of(type);
+    const vrex::ObjectRef entry = findFirstNamed(type, name, diagnostics);
     if (entry.isNull()) return {nullptr, nullptr};
-    std::unique_ptr<SCMIdentity> identity = takeStoredIdentity(
-        repository_.getPropertyValue(entry, entryClass.findProperty(kIdentity), diagnostics));
-    std::unique_ptr<SCMData> data = takeStoredData(
-        repository_.getPropertyValue(entry, entryClass.findProperty(kData), diagnostics));
+    std::unique_ptr<SCMIdentity> identity =
+        takeStoredIdentity(repository_.getPropertyValue(entry, category.identity, diagnostics));
+    std::unique_ptr<SCMData> data =
+        takeStoredData(repository_.getPropertyValue(entry, category.data, diagnostics));
     if (!diagnostics.empty()) return {nullptr, nullptr};
     return {identity.release(), data.release()};
 }
