@@ -8,6 +8,16 @@ namespace kobj {
 
 namespace {
 
+// The bytes that stand for themselves inside a JSON string of the encoding: printable ASCII and
+// DEL, but for the quote and the backslash.
+struct PlainBytes {
+    bool isPlain[256] = {};
+    PlainBytes() {
+        for (int byte = 0x20; byte < 0x80; ++byte) isPlain[byte] = byte != '"' && byte != '\\';
+    }
+};
+const PlainBytes kPlainBytes;
+
 // Reads the encoding's JSON in one pass, with no tree and no recursion. It accepts exactly the
 // JSON texts (RFC 8259, an optional UTF-8 byte order mark first, anything after a NUL byte that
 // follows the object ignored) that have the encoding's shape,
@@ -22,6 +32,7 @@ public:
     bool read(EncodedObject& object) {
         skipByteOrderMark();
         if (!take('{')) return false;
+        object.properties.reserve(kUsualProperties);
         bool sawClass = false;
         if (!take('}')) {
             do {
@@ -77,6 +88,7 @@ private:
 
     bool readCells(qaArray& value) {
         std::vector<qaArray> cells;
+        cells.reserve(kUsualCells);
         if (!take(']')) {
             do {
                 std::string bytes;
@@ -117,8 +129,10 @@ private:
         bytes.clear();
         while (next_ != end_) {
             const char* run = next_;
-            while (next_ != end_ && isPlain(static_cast<unsigned char>(*next_))) ++next_;
-            bytes.append(run, next_);
+            const char* runEnd = run;
+            while (runEnd != end_ && kPlainBytes.isPlain[static_cast<unsigned char>(*runEnd)]) ++runEnd;
+            bytes.append(run, static_cast<std::size_t>(runEnd - run));
+            next_ = runEnd;
             if (next_ == end_) return false;
             const auto byte = static_cast<unsigned char>(*next_++);
             if (byte == '"') return true;
@@ -186,8 +200,6 @@ private:
     }
 
     static bool isDigit(char c) { return c >= '0' && c <= '9'; }
-    // Bytes that stand for themselves inside a string.
-    static bool isPlain(unsigned char byte) { return byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\'; }
     static int hexDigit(char c) {
         if (c >= '0' && c <= '9') return c - '0';
         if (c >= 'a' && c <= 'f') return c - 'a' + 10;
@@ -196,6 +208,9 @@ private:
     }
 
     static constexpr std::uint64_t kTooLarge = std::uint64_t(1) << 40;
+    // Room reserved up front: the library's classes have up to 12 properties, lists a few names.
+    static constexpr std::size_t kUsualProperties = 12;
+    static constexpr std::size_t kUsualCells = 4;
 
     const char* next_;
     const char* end_;
