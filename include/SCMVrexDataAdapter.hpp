@@ -59,6 +59,8 @@ private:
     vrex::ObjectRef findEntry(SCMIdentity* identity, tvdiag::util::diagnostics& diagnostics);
     vrex::ObjectRef findFirstNamed(SCMTypes type, const std::string& name,
                                    tvdiag::util::diagnostics& diagnostics);
+    qaArray readFirstNamed(SCMTypes type, const std::string& name, const vrex::PropertyRef& property,
+                           const vrex::PropertyRef* second = nullptr, qaArray* secondValue = nullptr);
     SCMRegistry mergeInto(const vrex::ObjectRef& entry, const vrex::PropertyRef& dataProperty,
                           SCMData* data, tvdiag::util::diagnostics& diagnostics);
 

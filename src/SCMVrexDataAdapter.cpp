@@ -77,6 +77,26 @@ vrex::ObjectRef SCMVrexDataAdapter::findFirstNamed(SCMTypes type, const std::str
     return found.front();
 }
 
+// In one read transaction: the value of `property` (and of `second`, into `secondValue`) of the
+// first object of the category named `name`. [] for every value when there is none or on error.
+qaArray SCMVrexDataAdapter::readFirstNamed(SCMTypes type, const std::string& name,
+                                           const vrex::PropertyRef& property,
+                                           const vrex::PropertyRef* second, qaArray* secondValue) {
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    qaArray value;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            const vrex::ObjectRef entry = findFirstNamed(type, name, reading);
+            if (entry.isNull()) return;
+            if (second != nullptr) *secondValue = repository_.getPropertyValue(entry, *second, reading);
+            value = repository_.getPropertyValue(entry, property, reading);
+        },
+        diagnostics);
+    if (diagnostics.empty()) return value;
+    if (secondValue != nullptr) *secondValue = qaArray();
+    return qaArray();
+}
+
 bool SCMVrexDataAdapter::isValuePresent(SCMIdentity* identity) {
     if (!doesExist() || identity == nullptr) return false;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
@@ -87,12 +107,15 @@ bool SCMVrexDataAdapter::isValuePresent(SCMIdentity* identity) {
 SCMData* SCMVrexDataAdapter::getValue(SCMIdentity* identity) {
     if (!doesExist() || identity == nullptr) return nullptr;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ObjectRef entry = findEntry(identity, diagnostics);
-    if (entry.isNull()) return nullptr;
-    const qaArray value =
-        repository_.getPropertyValue(entry, categories_->of(identity->getType()).data, diagnostics);
-    if (!diagnostics.empty()) return nullptr;
-    return takeStoredData(value).release();
+    const vrex::PropertyRef& data = categories_->of(identity->getType()).data;
+    qaArray value;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            const vrex::ObjectRef entry = findEntry(identity, reading);
+            if (!entry.isNull()) value = repository_.getPropertyValue(entry, data, reading);
+        },
+        diagnostics);
+    return diagnostics.empty() ? takeStoredData(value).release() : nullptr;
 }
 
 // Creates the entry's object, or merges into the one that exists. A failure after the object was
@@ -189,14 +212,25 @@ void appendStoredObjects(vrex::DataModelRepository& repository,
 
 }  // namespace
 
+// Both listings read in one read transaction; its own errors end nothing but the listing.
 void SCMVrexDataAdapter::getAllIdentityValues(SCMTypes type, std::vector<SCMIdentity*>& out) {
-    appendStoredObjects(repository_, getAllChildren(type), categories_->of(type).identity,
-                        "SharedCodeManager.Identity", out);
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics&) {
+            appendStoredObjects(repository_, getAllChildren(type), categories_->of(type).identity,
+                                "SharedCodeManager.Identity", out);
+        },
+        diagnostics);
 }
 
 void SCMVrexDataAdapter::getAllDataValues(SCMTypes type, std::vector<SCMData*>& out) {
-    appendStoredObjects(repository_, getAllChildren(type), categories_->of(type).data,
-                        "SharedCodeManager.Data", out);
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics&) {
+            appendStoredObjects(repository_, getAllChildren(type), categories_->of(type).data,
+                                "SharedCodeManager.Data", out);
+        },
+        diagnostics);
 }
 
 bool SCMVrexDataAdapter::beginTransaction() {
@@ -238,22 +272,16 @@ SCMRegistry SCMVrexDataAdapter::insertValueInTransaction(SCMIdentity* identity, 
 
 SCMIdentity* SCMVrexDataAdapter::getIdentityFromName(SCMTypes type, const std::string& name) {
     if (!doesExist()) return nullptr;
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ObjectRef entry = findFirstNamed(type, name, diagnostics);
-    if (entry.isNull()) return nullptr;
-    const qaArray value = repository_.getPropertyValue(entry, categories_->of(type).identity, diagnostics);
-    return diagnostics.empty() ? takeStoredIdentity(value).release() : nullptr;
+    const qaArray value = readFirstNamed(type, name, categories_->of(type).identity);
+    return takeStoredIdentity(value).release();
 }
 
 // The write cache first (its own copy is returned), then the dictionary.
 SCMData* SCMVrexDataAdapter::getDataFromName(SCMTypes type, const std::string& name) {
     if (!doesExist()) return nullptr;
     if (SCMData* cached = getCacheManager()->findByName(type, name).second) return cached;
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ObjectRef entry = findFirstNamed(type, name, diagnostics);
-    if (entry.isNull()) return nullptr;
-    const qaArray value = repository_.getPropertyValue(entry, categories_->of(type).data, diagnostics);
-    return diagnostics.empty() ? takeStoredData(value).release() : nullptr;
+    const qaArray value = readFirstNamed(type, name, categories_->of(type).data);
+    return takeStoredData(value).release();
 }
 
 SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type,
@@ -261,15 +289,12 @@ SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type
     if (!doesExist()) return {nullptr, nullptr};
     const SCMIdentityDataPair cached = getCacheManager()->findByName(type, name);
     if (cached.second != nullptr) return cached;
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     const SCMCategoryClasses::Category& category = categories_->of(type);
-    const vrex::ObjectRef entry = findFirstNamed(type, name, diagnostics);
-    if (entry.isNull()) return {nullptr, nullptr};
-    std::unique_ptr<SCMIdentity> identity =
-        takeStoredIdentity(repository_.getPropertyValue(entry, category.identity, diagnostics));
-    std::unique_ptr<SCMData> data =
-        takeStoredData(repository_.getPropertyValue(entry, category.data, diagnostics));
-    if (!diagnostics.empty()) return {nullptr, nullptr};
+    qaArray identityValue;
+    const qaArray dataValue = readFirstNamed(type, name, category.data, &category.identity, &identityValue);
+    std::unique_ptr<SCMIdentity> identity = takeStoredIdentity(identityValue);
+    std::unique_ptr<SCMData> data = takeStoredData(dataValue);
+    if (data == nullptr && identity == nullptr) return {nullptr, nullptr};
     return {identity.release(), data.release()};
 }
 

@@ -105,6 +105,14 @@ public:
     void performDictionaryFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn,
                                    tvdiag::util::diagnostics& diagnostics);
 
+    // Runs fn, which only reads, inside one read transaction: every read sees the same state of
+    // the file, and the file's locks are taken once instead of once per read. Inside an explicit
+    // transaction or a dictionary function fn simply runs. fn's records stay in `diagnostics`; fn
+    // is not run when the repository is closed or cannot begin reading. An exception from fn
+    // ends the read transaction and propagates.
+    void performDictionaryRead(const std::function<void(tvdiag::util::diagnostics&)>& fn,
+                               tvdiag::util::diagnostics& diagnostics);
+
     // A new object of `cls` with every property unset; null on error.
     ObjectRef createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
 

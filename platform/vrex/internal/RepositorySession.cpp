@@ -166,6 +166,23 @@ void RepositorySession::performDictionaryFunction(
     leaveFunction(nested, savepoint, diagnostics.empty(), diagnostics);
 }
 
+// A deferred BEGIN takes no lock; the first read takes the snapshot that every later read of
+// the transaction shares, and COMMIT ends it.
+void RepositorySession::performDictionaryRead(
+    const std::function<void(tvdiag::util::diagnostics&)>& fn, tvdiag::util::diagnostics& diagnostics) {
+    syncTransactionState();
+    if (connection_.isInTransaction()) return fn(diagnostics);
+    if (!run("BEGIN", "vrex:read:beginFailed", "cannot begin reading", diagnostics)) return;
+    tvdiag::util::diagnostics endErrors;  // ending a read loses nothing: its errors are not fn's
+    try {
+        fn(diagnostics);
+    } catch (...) {
+        if (connection_.isInTransaction()) run("COMMIT", "vrex:read:endFailed", "cannot end reading", endErrors);
+        throw;
+    }
+    if (connection_.isInTransaction()) run("COMMIT", "vrex:read:endFailed", "cannot end reading", endErrors);
+}
+
 // Ends a dictionary function: its work is kept (released or committed) or undone.
 void RepositorySession::leaveFunction(bool nested, const std::string& savepoint, bool keep,
                                       tvdiag::util::diagnostics& diagnostics) {

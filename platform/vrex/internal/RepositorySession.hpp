@@ -46,6 +46,9 @@ public:
     void performDictionaryFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn,
                                    tvdiag::util::diagnostics& diagnostics);
 
+    void performDictionaryRead(const std::function<void(tvdiag::util::diagnostics&)>& fn,
+                               tvdiag::util::diagnostics& diagnostics);
+
     ObjectRef createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
     void findObjects(const ClassRef& cls, const MatchConstraints& constraints,
                      std::vector<ObjectRef>& result, tvdiag::util::diagnostics& diagnostics);
