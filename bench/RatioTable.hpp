@@ -10,12 +10,14 @@
 namespace bench {
 
 // Shows every run as the console reporter does and keeps the rate (items per second) of each
-// repetition, by benchmark name ("library/direct_new/10000", "openssl/digest/16").
+// run, in order, by benchmark name ("library/direct_new/10000", "openssl/digest/16").
 class RateCollector : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override;
-    // The median rate of `name`'s repetitions; 0 when it did not run or failed.
+    // The median rate of `name`'s runs; 0 when it did not run or failed.
     double medianRate(const std::string& name) const;
+    // The rates of `name`'s runs in the order they ran.
+    std::vector<double> rates(const std::string& name) const;
     // Runs that failed (an unexpected outcome, a missing entry).
     int failures() const { return failures_; }
 
@@ -24,9 +26,10 @@ private:
     int failures_ = 0;
 };
 
-// The comparison table: each library line beside its baseline, the ratio, and the target the
-// ratio must reach; then, for the registration and retrieval lines, the slowdown from the
-// smallest to the largest store against raw SQLite's own slowdown. Returns the number of
+// The comparison table: each library line beside its baseline (median rates), the ratio (the
+// median of the ratios of the k-th library and baseline runs) and the target the ratio must
+// reach; then, for the registration and retrieval lines, the slowdown from the smallest to the
+// largest store against raw SQLite's own slowdown, paired the same way. Returns the number of
 // targets missed.
 int printRatioTable(const RateCollector& rates, const std::vector<std::uint64_t>& sizes);
 

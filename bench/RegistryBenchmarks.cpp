@@ -262,26 +262,21 @@ void rawSelectAll(benchmark::State& state, StoreTemplates& templates, std::uint6
     state.SetItemsProcessed(static_cast<std::int64_t>(listed));
 }
 
-void add(const std::string& name, std::uint64_t stored, int repetitions,
-         std::function<void(benchmark::State&)> run) {
+void add(const std::string& name, std::uint64_t stored, std::function<void(benchmark::State&)> run) {
     benchmark::RegisterBenchmark((name + "/" + std::to_string(stored)).c_str(),
                                  [run](benchmark::State& state) { run(state); })
         ->UseManualTime()
         ->Iterations(1)
-        ->Repetitions(repetitions)
+        ->Repetitions(1)
         ->Unit(benchmark::kMillisecond);
 }
 
-}  // namespace
-
-void registerRegistryBenchmarks(StoreTemplates& templates, std::uint64_t stored, const Scale& scale,
-                                int repetitions) {
+void registerRound(StoreTemplates& templates, std::uint64_t stored, const Scale& s) {
     StoreTemplates* t = &templates;
-    const Scale s = scale;
     auto pair = [&](const std::string& line, std::function<void(benchmark::State&)> library,
                     std::function<void(benchmark::State&)> baseline) {
-        add("library/" + line, stored, repetitions, std::move(library));
-        add("sqlite/" + line, stored, repetitions, std::move(baseline));
+        add("library/" + line, stored, std::move(library));
+        add("sqlite/" + line, stored, std::move(baseline));
     };
     pair("direct_new",
          [=](benchmark::State& st) { libraryRoad(st, *t, stored, s.directEntries, false, false); },
@@ -307,6 +302,15 @@ void registerRegistryBenchmarks(StoreTemplates& templates, std::uint64_t stored,
     pair("retrieveAllData",
          [=](benchmark::State& st) { libraryRetrieveAllData(st, *t, stored, s.listedRecords); },
          [=](benchmark::State& st) { rawSelectAll(st, *t, stored, s.listedRecords); });
+}
+
+}  // namespace
+
+void registerRegistryBenchmarks(StoreTemplates& templates, const std::vector<std::uint64_t>& sizes,
+                                const Scale& scale, int rounds) {
+    for (int round = 0; round < rounds; ++round) {
+        for (std::uint64_t stored : sizes) registerRound(templates, stored, scale);
+    }
 }
 
 }  // namespace bench

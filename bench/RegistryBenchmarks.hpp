@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "StoreTemplates.hpp"
 
@@ -16,10 +17,11 @@ struct Scale {
     std::uint64_t listedRecords = 20000;  // retrieveAllData: category listings until this many
 };
 
-// Registers, for a store of `storedEntries` entries, each library benchmark and its raw-SQLite
-// baseline, named "library/<line>/<entries>" and "sqlite/<line>/<entries>". `templates` must
-// outlive the benchmark run.
-void registerRegistryBenchmarks(StoreTemplates& templates, std::uint64_t storedEntries,
-                                const Scale& scale, int repetitions);
+// Registers each library benchmark and its raw-SQLite baseline for stores of each size, named
+// "library/<line>/<entries>" and "sqlite/<line>/<entries>", in `rounds` rounds: in every round
+// each library measurement runs right before its baseline, so that the k-th runs of the two make
+// a pair taken under the same load. `templates` must outlive the benchmark run.
+void registerRegistryBenchmarks(StoreTemplates& templates, const std::vector<std::uint64_t>& sizes,
+                                const Scale& scale, int rounds);
 
 }  // namespace bench

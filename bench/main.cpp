@@ -100,19 +100,17 @@ int main(int argc, char** argv) {
     } else {
         options.benchmarkArguments.push_back(minTime);
     }
-    // Every benchmark (the digest ones too) repeats; repetitions of different benchmarks are
-    // shuffled so that a change in the machine's load spreads over all of them.
+    // The digest benchmarks repeat through Google Benchmark; the store benchmarks run in rounds
+    // of library-then-baseline pairs (see registerRegistryBenchmarks).
     std::string repetitions = "--benchmark_repetitions=" + std::to_string(options.repetitions);
-    static char interleave[] = "--benchmark_enable_random_interleaving=true";
     options.benchmarkArguments.push_back(repetitions.data());
-    options.benchmarkArguments.push_back(interleave);
 
     bench::StoreTemplates templates(options.workDirectory);
     for (std::uint64_t size : options.sizes) {
         templates.libraryStore(size);
         templates.rawStore(size);
-        bench::registerRegistryBenchmarks(templates, size, scale, options.repetitions);
     }
+    bench::registerRegistryBenchmarks(templates, options.sizes, scale, options.repetitions);
 
     int benchmarkArgc = static_cast<int>(options.benchmarkArguments.size());
     benchmark::Initialize(&benchmarkArgc, options.benchmarkArguments.data());
