@@ -111,6 +111,7 @@ void RateCollector::ReportRuns(const std::vector<Run>& runs) {
         std::string name = run.run_name.function_name;
         if (!run.run_name.args.empty()) name += "/" + run.run_name.args;
         rates_[name].push_back(counter->second.value);
+        std::fprintf(stderr, "  %-45s %12.0f /s\n", name.c_str(), counter->second.value);
     }
 }
 

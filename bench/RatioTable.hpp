@@ -9,8 +9,9 @@
 
 namespace bench {
 
-// Shows every run as the console reporter does and keeps the rate (items per second) of each
-// run, in order, by benchmark name ("library/direct_new/10000", "openssl/digest/16").
+// Shows every run as the console reporter does (and its rate on stderr, as progress) and keeps
+// the rate (items per second) of each run, in order, by benchmark name
+// ("library/direct_new/10000", "openssl/digest/16").
 class RateCollector : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override;
