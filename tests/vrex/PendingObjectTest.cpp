@@ -132,6 +132,26 @@ TEST_F(PendingObjectTest, AnUndoneFunctionLeavesNoRowAndLaterObjectsTakeSQLitesI
     EXPECT_EQ(rows(), "1,text,a,null,-,null,-,null,-\n2,text,d,null,-,null,-,null,-\n");
 }
 
+TEST_F(PendingObjectTest, IdsFollowWhatOtherConnectionsAddedBetweenTransactions) {
+    vrex::DataModelRepository other;
+    ASSERT_EQ(openRepository(other, file_), "");
+    Category otherUtilities(other, "SCM_UTILITIES");
+    tvdiag::util::diagnostics diagnostics;
+    for (const char* checksum : {"a", "c"}) {
+        repository_.beginTransaction(diagnostics);
+        create(checksum, diagnostics);
+        create(std::string(checksum) + "2", diagnostics);
+        repository_.commitTransaction(diagnostics);
+        vrex::ObjectRef between = other.createObject(otherUtilities.cls, diagnostics);
+        other.setPropertyValue(between, otherUtilities.checksum, qaArray::fromText("b"), diagnostics);
+    }
+    EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
+    EXPECT_EQ(rows(),
+              "1,text,a,null,-,null,-,null,-\n2,text,a2,null,-,null,-,null,-\n"
+              "3,text,b,null,-,null,-,null,-\n4,text,c,null,-,null,-,null,-\n"
+              "5,text,c2,null,-,null,-,null,-\n6,text,b,null,-,null,-,null,-\n");
+}
+
 TEST_F(PendingObjectTest, ExplicitTransactionsWriteOrDropTheirNewObject) {
     tvdiag::util::diagnostics diagnostics;
     repository_.beginTransaction(diagnostics);

@@ -25,7 +25,7 @@ bool PendingObject::write(StatementCache& statements) {
     Statement::Use use(*insert);
     insert->bindInt64(1, id_);
     for (std::size_t i = 0; i < texts_.size(); ++i) {
-        if (texts_[i]) insert->bindText(static_cast<int>(i + 2), *texts_[i]);
+        if (texts_[i]) insert->bindBorrowedText(static_cast<int>(i + 2), *texts_[i]);
     }
     return insert->step() == SQLITE_DONE;
 }

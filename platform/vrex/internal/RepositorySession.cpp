@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <exception>
 #include <limits>
 
@@ -54,6 +55,7 @@ bool RepositorySession::connect(const std::string& file, bool create,
         return false;
     }
     statements_ = std::make_unique<StatementCache>(connection_, *metamodel_);
+    nextIds_.assign(metamodel_->classes().size(), 0);
     return true;
 }
 
@@ -84,6 +86,7 @@ void RepositorySession::close() {
     if (!connection_.isOpen()) return;
     if (connection_.isInTransaction()) connection_.exec("ROLLBACK");
     pending_.discard();
+    forgetNextIds();
     explicitTransaction_ = false;
     statements_.reset();
     connection_.close();
@@ -102,6 +105,7 @@ void RepositorySession::beginTransaction(tvdiag::util::diagnostics& diagnostics)
     const char* begin = readOnly_ ? "BEGIN" : "BEGIN IMMEDIATE";
     if (run(begin, "vrex:transaction:beginFailed", "cannot begin a transaction", diagnostics)) {
         explicitTransaction_ = true;
+        forgetNextIds();  // other processes may have written since the last transaction
     }
 }
 
@@ -124,6 +128,7 @@ void RepositorySession::endTransaction(bool commit, tvdiag::util::diagnostics& d
                                                         " on the registry \"" + file() + "\"");
         return;
     }
+    forgetNextIds();
     if (!commit) {
         pending_.discard();
     } else if (!writePendingObject(diagnostics, "vrex:transaction:commitFailed", "cannot commit")) {
@@ -150,6 +155,7 @@ void RepositorySession::performDictionaryFunction(
     if (!run(begin, "vrex:function:beginFailed", "cannot begin a dictionary function", diagnostics)) {
         return;
     }
+    if (!nested) forgetNextIds();
     ++functionDepth_;
     try {
         fn(diagnostics);
@@ -187,7 +193,10 @@ void RepositorySession::performDictionaryRead(
 void RepositorySession::leaveFunction(bool nested, const std::string& savepoint, bool keep,
                                       tvdiag::util::diagnostics& diagnostics) {
     if (keep && !writePendingObject(diagnostics)) keep = false;
-    if (!keep) pending_.discard();
+    if (!keep) {
+        pending_.discard();
+        forgetNextIds();  // undone rows give their ids back
+    }
     --functionDepth_;
     if (!connection_.isInTransaction()) {
         // SQLite rolled everything back itself after an I/O error, a full disk or the like.
@@ -213,7 +222,10 @@ void RepositorySession::leaveFunction(bool nested, const std::string& savepoint,
 
 void RepositorySession::syncTransactionState() {
     if (explicitTransaction_ && !connection_.isInTransaction()) explicitTransaction_ = false;
-    if (!connection_.isInTransaction()) pending_.discard();  // rolled back with its transaction
+    if (!connection_.isInTransaction()) {  // rolled back with its transaction
+        pending_.discard();
+        forgetNextIds();
+    }
 }
 
 bool RepositorySession::refuseInsideFunction(const char* action,
@@ -247,7 +259,7 @@ ObjectRef RepositorySession::createObject(const ClassRef& cls, tvdiag::util::dia
         return ObjectRef();
     }
     if (!writePendingObject(diagnostics)) return ObjectRef();
-    if (connection_.isInTransaction()) {
+    if (holdsWriteLock()) {
         std::int64_t id = 0;
         if (!nextObjectId(*info, id, diagnostics)) return ObjectRef();
         if (id > 0) {
@@ -270,6 +282,11 @@ ObjectRef RepositorySession::createObject(const ClassRef& cls, tvdiag::util::dia
 // is the largest possible): then the object is inserted at once.
 bool RepositorySession::nextObjectId(const ClassInfo& cls, std::int64_t& id,
                                      tvdiag::util::diagnostics& diagnostics) {
+    std::int64_t& known = nextIds_[cls.index];
+    if (known > 0) {
+        id = known++;
+        return true;
+    }
     Statement* query = statements_->largestId(cls, diagnostics);
     if (query == nullptr) return false;
     Statement::Use use(*query);
@@ -279,8 +296,18 @@ bool RepositorySession::nextObjectId(const ClassInfo& cls, std::int64_t& id,
     }
     const std::int64_t largest = query->columnIsNull(0) ? 0 : query->columnInt64(0);
     id = largest < std::numeric_limits<std::int64_t>::max() ? largest + 1 : 0;
+    if (id > 0 && id < std::numeric_limits<std::int64_t>::max()) known = id + 1;
     return true;
 }
+
+// The write lock is held from the begin of an explicit transaction or an outermost dictionary
+// function (BEGIN IMMEDIATE) to its end: only then can no other process add rows meanwhile.
+bool RepositorySession::holdsWriteLock() const {
+    return (explicitTransaction_ || functionDepth_ > 0) && connection_.isInTransaction();
+}
+
+// Next ids are known only within one write transaction in which nothing was undone.
+void RepositorySession::forgetNextIds() { std::fill(nextIds_.begin(), nextIds_.end(), 0); }
 
 // Inserts the pending object's row; false when SQLite refuses it, with a diagnostic under
 // `identifier` ("cannot create an object of <class>" unless `action` says otherwise).
@@ -289,6 +316,7 @@ bool RepositorySession::writePendingObject(tvdiag::util::diagnostics& diagnostic
     if (pending_.isEmpty()) return true;
     const ClassInfo* cls = pending_.objectClass();
     if (pending_.write(*statements_)) return true;
+    forgetNextIds();
     connection_.report(diagnostics, identifier,
                        action != nullptr ? std::string(action) : "cannot create an object of " + cls->name);
     return false;

@@ -82,6 +82,8 @@ private:
                                    const char* action, tvdiag::util::diagnostics& diagnostics) const;
     void reportReadOnly(const std::string& action, tvdiag::util::diagnostics& diagnostics) const;
     bool nextObjectId(const ClassInfo& cls, std::int64_t& id, tvdiag::util::diagnostics& diagnostics);
+    bool holdsWriteLock() const;
+    void forgetNextIds();
     bool writePendingObject(tvdiag::util::diagnostics& diagnostics,
                             const char* identifier = "vrex:object:createFailed",
                             const char* action = nullptr);
@@ -104,6 +106,7 @@ private:
     bool explicitTransaction_ = false;
     int functionDepth_ = 0;  // dictionary functions running, outermost first
     PendingObject pending_;  // a created object whose row is not written yet
+    std::vector<std::int64_t> nextIds_;  // by ClassInfo::index: the next new object's id, 0: unknown
 };
 
 }  // namespace vrex::internal
