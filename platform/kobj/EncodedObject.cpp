@@ -49,7 +49,7 @@ private:
     bool readMember(EncodedObject& object, bool& sawClass) {
         std::string name;
         if (!take('"') || !readString(name) || !take(':')) return false;
-        if (name == "class") {
+        if (name.size() == 5 && name == "class") {
             if (sawClass || !take('"') || !readString(object.className)) return false;
             sawClass = true;
             return !object.className.empty();
@@ -57,14 +57,12 @@ private:
         const bool repeated = std::any_of(object.properties.begin(), object.properties.end(),
                                           [&](const auto& property) { return property.first == name; });
         if (repeated) return false;
-        qaArray value;
-        if (!readValue(value)) return false;
-        object.properties.emplace_back(std::move(name), std::move(value));
-        return true;
+        return readValue(std::move(name), object.properties);
     }
 
-    // A property value: a string, true, false, an integer, or an array of strings.
-    bool readValue(qaArray& value) {
+    // A property value (a string, true, false, an integer, or an array of strings), appended to
+    // `properties` under `name`.
+    bool readValue(std::string name, std::vector<std::pair<std::string, qaArray>>& properties) {
         skipSpace();
         if (next_ == end_) return false;
         switch (*next_) {
@@ -72,17 +70,30 @@ private:
                 ++next_;
                 std::string bytes;
                 if (!readString(bytes)) return false;
-                value = qaArray::fromText(std::move(bytes));
+                properties.emplace_back(std::move(name), qaArray::fromText(std::move(bytes)));
                 return true;
             }
             case 't':
-                value = qaArray::fromLogical(true);
-                return readWord("true");
+                if (!readWord("true")) return false;
+                properties.emplace_back(std::move(name), qaArray::fromLogical(true));
+                return true;
             case 'f':
-                value = qaArray::fromLogical(false);
-                return readWord("false");
-            case '[': ++next_; return readCells(value);
-            default: return readInteger(value);
+                if (!readWord("false")) return false;
+                properties.emplace_back(std::move(name), qaArray::fromLogical(false));
+                return true;
+            case '[': {
+                ++next_;
+                qaArray cells;
+                if (!readCells(cells)) return false;
+                properties.emplace_back(std::move(name), std::move(cells));
+                return true;
+            }
+            default: {
+                qaArray number;
+                if (!readInteger(number)) return false;
+                properties.emplace_back(std::move(name), std::move(number));
+                return true;
+            }
         }
     }
 
