@@ -1,6 +1,8 @@
 #pragma once
 
 #include <array>
+#include <map>
+#include <string>
 
 #include "SCMTypes.hpp"
 #include "vrex/ClassRef.hpp"
@@ -28,9 +30,17 @@ public:
     // The class named scmTypeToString(type) and its properties: 4 and any value outside the
     // enumeration give "SCM_NUM".
     const Category& of(SCMTypes type) const;
+    // The class called `className` (an identity's getTypeString()) and its properties; a name
+    // that is no category's is looked up in the package on first use.
+    const Category& of(const std::string& className) const;
 
 private:
+    Category lookUp(const std::string& className) const;
+
+    vrex::PackageRef package_;
+    std::array<std::string, 7> names_;     // by enumeration value
     std::array<Category, 7> categories_;  // by enumeration value
+    mutable std::map<std::string, Category> others_;
 };
 
 }  // namespace SCM

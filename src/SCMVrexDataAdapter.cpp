@@ -56,7 +56,7 @@ SCMVrexDataAdapter::~SCMVrexDataAdapter() {
 // checksum; further matches are ignored. Null when there is none or on error.
 vrex::ObjectRef SCMVrexDataAdapter::findEntry(SCMIdentity* identity,
                                               tvdiag::util::diagnostics& diagnostics) {
-    const SCMCategoryClasses::Category& category = categories_->of(identity->getType());
+    const SCMCategoryClasses::Category& category = categories_->of(identity->getTypeString());
     vrex::MatchConstraints constraints;
     constraints.add(category.checksum, vrex::PropertyValueMatchRelation::Equals,
                     identity->getChecksum());
@@ -107,7 +107,7 @@ bool SCMVrexDataAdapter::isValuePresent(SCMIdentity* identity) {
 SCMData* SCMVrexDataAdapter::getValue(SCMIdentity* identity) {
     if (!doesExist() || identity == nullptr) return nullptr;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::PropertyRef& data = categories_->of(identity->getType()).data;
+    const vrex::PropertyRef& data = categories_->of(identity->getTypeString()).data;
     qaArray value;
     repository_.performDictionaryRead(
         [&](tvdiag::util::diagnostics& reading) {
@@ -128,7 +128,7 @@ void SCMVrexDataAdapter::insertValue(SCMIdentity* identity, SCMData* data, SCMRe
     }
     diagnostics.clear();
     outcome = IS_REGISTERED;
-    const SCMCategoryClasses::Category& category = categories_->of(identity->getType());
+    const SCMCategoryClasses::Category& category = categories_->of(identity->getTypeString());
 
     // The presence test reads a dictionary error as "absent", as isValuePresent does; the entry
     // it finds is the one updateValue would find again.
@@ -163,7 +163,7 @@ SCMRegistry SCMVrexDataAdapter::updateValue(SCMIdentity* identity, SCMData* data
                                             tvdiag::util::diagnostics& diagnostics) {
     const vrex::ObjectRef entry = findEntry(identity, diagnostics);
     if (entry.isNull()) return IS_TRANSACTION_ERROR;
-    return mergeInto(entry, categories_->of(identity->getType()).data, data, diagnostics);
+    return mergeInto(entry, categories_->of(identity->getTypeString()).data, data, diagnostics);
 }
 
 // Steps of updateValue once the entry's object is found: read its record, merge, write back

@@ -43,7 +43,7 @@ void SCMVrexDataCacheManager::writeBatch(tvdiag::util::diagnostics& diagnostics)
     const vrex::MetamodelRef metamodel = repository_->metamodel(diagnostics);
     const SCMCategoryClasses categories(metamodel.findPackage("SCM"));
     for (const auto& [identity, data] : *entries_) {
-        const SCMCategoryClasses::Category& category = categories.of(identity->getType());
+        const SCMCategoryClasses::Category& category = categories.of(identity->getTypeString());
 
         vrex::MatchConstraints constraints;
         constraints.add(category.checksum, vrex::PropertyValueMatchRelation::Equals,

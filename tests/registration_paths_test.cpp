@@ -147,6 +147,37 @@ TEST_F(RegistrationPaths, AClassWithoutNameTakesEntriesOnBothRoads) {
     EXPECT_NE(named, nullptr);
 }
 
+// An identity whose getTypeString() names another class than its category's.
+class RelabelledIdentity : public SCMBasicUtilityIdentity {
+public:
+    RelabelledIdentity(const std::string& identifier, std::string className)
+        : SCMBasicUtilityIdentity(identifier), className_(std::move(className)) {}
+    std::string getTypeString() const override { return className_; }
+    SCMIdentity* clone() const override { return new RelabelledIdentity(*this); }
+
+private:
+    std::string className_;
+};
+
+TEST_F(RegistrationPaths, EntriesGoToTheClassTheIdentityNames) {
+    SharedCodeManagerInterface registry(file("registry.scm"));
+    RelabelledIdentity direct("rt_direct", "SCM_OTHER");
+    RelabelledIdentity cached("rt_cached", "SCM_OTHER");
+    RelabelledIdentity nowhere("rt_nowhere", "NO_SUCH_CLASS");
+    SCMBasicUtilityData record = utilityRecord("model_a");
+    EXPECT_EQ(registry.registerDataInTransaction(&direct, &record), IS_REGISTERED);
+    EXPECT_EQ(registry.registerData(&cached, &record), WILL_BE_REGISTERED);
+    EXPECT_EQ(registry.finalize(), IS_REGISTERED);
+    EXPECT_EQ(registry.registerDataInTransaction(&nowhere, &record), IS_TRANSACTION_ERROR);
+
+    auto* adapter = static_cast<SCMVrexDataAdapter*>(registry.getDataAdapter());
+    EXPECT_EQ(adapter->getAllChildren(SCM_OTHER).size(), 2u);
+    EXPECT_EQ(adapter->getAllChildren(SCM_UTILITIES).size(), 0u);
+    std::unique_ptr<SCMData> stored(registry.retrieveData(&cached));
+    EXPECT_NE(stored, nullptr);
+    EXPECT_EQ(registry.retrieveData(&nowhere), nullptr);
+}
+
 TEST_F(RegistrationPaths, NameLookUpsReturnBothHalvesOfTheFirstMatch) {
     SharedCodeManagerInterface registry(file("registry.scm"));
     SCMBasicUtilityIdentity utility("rt_sat");
