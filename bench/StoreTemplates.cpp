@@ -44,6 +44,21 @@ void fillLibraryFunctions(SCM::SharedCodeManagerInterface& registry, std::uint64
     adapter->endTransaction();
 }
 
+// Registers utilities first..end-1 through the library into the registry `file`, in explicit
+// transactions of kFillTransaction entries.
+void fillLibraryStore(const std::string& file, std::uint64_t first, std::uint64_t end) {
+    SCM::SharedCodeManagerInterface registry(file);
+    SCM::SCMDataAdapter* adapter = registry.getDataAdapter();
+    for (std::uint64_t i = first; i < end; i += kFillTransaction) {
+        adapter->beginTransaction();
+        for (std::uint64_t j = i; j < end && j < i + kFillTransaction; ++j) {
+            registerEntry(registry, utilityIdentity(j), utilityData(j));
+            reportProgress("library store", j + 1, end);
+        }
+        adapter->endTransaction();
+    }
+}
+
 void fillRawStore(const std::string& file, std::uint64_t entries) {
     RawSqliteStore store(file);
     for (std::uint64_t i = 0; i < entries; i += kFillTransaction) {
@@ -62,19 +77,6 @@ void fillRawStore(const std::string& file, std::uint64_t entries) {
 }
 
 }  // namespace
-
-void fillLibraryStore(const std::string& file, std::uint64_t first, std::uint64_t end) {
-    SCM::SharedCodeManagerInterface registry(file);
-    SCM::SCMDataAdapter* adapter = registry.getDataAdapter();
-    for (std::uint64_t i = first; i < end; i += kFillTransaction) {
-        adapter->beginTransaction();
-        for (std::uint64_t j = i; j < end && j < i + kFillTransaction; ++j) {
-            registerEntry(registry, utilityIdentity(j), utilityData(j));
-            reportProgress("library store", j + 1, end);
-        }
-        adapter->endTransaction();
-    }
-}
 
 StoreTemplates::StoreTemplates(std::string workDirectory) : directory_(std::move(workDirectory)) {
     fs::create_directories(directory_);

@@ -27,8 +27,4 @@ private:
     std::string directory_;
 };
 
-// Registers utilities first..end-1 through the library into the registry `file`, in explicit
-// transactions of 10000 entries; prints progress to stderr for large counts.
-void fillLibraryStore(const std::string& file, std::uint64_t first, std::uint64_t end);
-
 }  // namespace bench

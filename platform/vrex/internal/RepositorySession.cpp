@@ -310,10 +310,15 @@ bool RepositorySession::holdsWriteLock() const {
 void RepositorySession::forgetNextIds() { std::fill(nextIds_.begin(), nextIds_.end(), 0); }
 
 // Inserts the pending object's row; false when SQLite refuses it, with a diagnostic under
-// `identifier` ("cannot create an object of <class>" unless `action` says otherwise).
+// `identifier` ("cannot create an object of <class>" unless `action` says otherwise). A pending
+// object whose transaction SQLite rolled back is gone with it.
 bool RepositorySession::writePendingObject(tvdiag::util::diagnostics& diagnostics,
                                            const char* identifier, const char* action) {
     if (pending_.isEmpty()) return true;
+    if (!connection_.isInTransaction()) {  // SQLite rolled its transaction back by itself
+        pending_.discard();
+        return true;
+    }
     const ClassInfo* cls = pending_.objectClass();
     if (pending_.write(*statements_)) return true;
     forgetNextIds();
