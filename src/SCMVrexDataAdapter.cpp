@@ -1,6 +1,7 @@
 #include "SCMVrexDataAdapter.hpp"
 
 #include <filesystem>
+#include <functional>
 
 #include "SCMCategoryClasses.hpp"
 #include "SCMModuleEntry.hpp"
@@ -193,44 +194,38 @@ std::vector<vrex::ObjectRef> SCMVrexDataAdapter::getAllChildren(SCMTypes type) {
 
 namespace {
 
-// Appends the objects stored in `property` of each dictionary object, in order: a read error ends
-// the walk (keeping what was appended), a value that is not an object of the class is skipped.
+// Appends the objects stored in `property` of each dictionary object that `listObjects` gives,
+// in order, all read in one read transaction: a read error ends the walk (keeping what was
+// appended), a value that is not an object of the class is skipped.
 template <typename T>
 void appendStoredObjects(vrex::DataModelRepository& repository,
-                         const std::vector<vrex::ObjectRef>& objects,
+                         const std::function<std::vector<vrex::ObjectRef>()>& listObjects,
                          const vrex::PropertyRef& property, const char* className,
                          std::vector<T*>& out) {
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    for (const vrex::ObjectRef& object : objects) {
-        const qaArray value = repository.getPropertyValue(object, property, diagnostics);
-        if (!diagnostics.empty()) return;
-        if (std::unique_ptr<T> stored = takeStoredObject<T>(value, className)) {
-            out.push_back(stored.release());
-        }
-    }
+    repository.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            for (const vrex::ObjectRef& object : listObjects()) {
+                const qaArray value = repository.getPropertyValue(object, property, reading);
+                if (!reading.empty()) return;
+                if (std::unique_ptr<T> stored = takeStoredObject<T>(value, className)) {
+                    out.push_back(stored.release());
+                }
+            }
+        },
+        diagnostics);
 }
 
 }  // namespace
 
-// Both listings read in one read transaction; its own errors end nothing but the listing.
 void SCMVrexDataAdapter::getAllIdentityValues(SCMTypes type, std::vector<SCMIdentity*>& out) {
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    repository_.performDictionaryRead(
-        [&](tvdiag::util::diagnostics&) {
-            appendStoredObjects(repository_, getAllChildren(type), categories_->of(type).identity,
-                                "SharedCodeManager.Identity", out);
-        },
-        diagnostics);
+    appendStoredObjects(repository_, [&] { return getAllChildren(type); },
+                        categories_->of(type).identity, "SharedCodeManager.Identity", out);
 }
 
 void SCMVrexDataAdapter::getAllDataValues(SCMTypes type, std::vector<SCMData*>& out) {
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    repository_.performDictionaryRead(
-        [&](tvdiag::util::diagnostics&) {
-            appendStoredObjects(repository_, getAllChildren(type), categories_->of(type).data,
-                                "SharedCodeManager.Data", out);
-        },
-        diagnostics);
+    appendStoredObjects(repository_, [&] { return getAllChildren(type); },
+                        categories_->of(type).data, "SharedCodeManager.Data", out);
 }
 
 bool SCMVrexDataAdapter::beginTransaction() {
