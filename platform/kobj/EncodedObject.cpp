@@ -19,11 +19,11 @@ struct PlainBytes {
 const PlainBytes kPlainBytes;
 
 // Reads the encoding's JSON in one pass, with no tree and no recursion. It accepts exactly the
-// JSON texts (RFC 8259, an optional UTF-8 byte order mark first, anything after a NUL byte that
-// follows the object ignored) that have the encoding's shape,
-// and maps strings to bytes as JsonText.hpp says: raw UTF-8 and \u escapes alike must stay within
-// U+0000..U+00FF. Member names go through the same mapping, so a name outside Latin-1 is refused
-// (no published property has one).
+// JSON texts that have the encoding's shape (RFC 8259; an optional UTF-8 byte order mark first;
+// anything after a NUL byte that follows the object ignored), and maps strings to bytes as
+// JsonText.hpp says: raw UTF-8 and \u escapes alike must stay within U+0000..U+00FF. Member
+// names go through the same mapping, so a name outside Latin-1 is refused (no published
+// property has one).
 class EncodedObjectReader {
 public:
     explicit EncodedObjectReader(const std::string& text)

@@ -113,7 +113,10 @@ public:
     void performDictionaryRead(const std::function<void(tvdiag::util::diagnostics&)>& fn,
                                tvdiag::util::diagnostics& diagnostics);
 
-    // A new object of `cls` with every property unset; null on error.
+    // A new object of `cls` with every property unset; null on error. Inside a write transaction
+    // (explicit or a dictionary function) its row is written, with the property values set
+    // meanwhile, when anything else needs the file; an error writing it is then reported by that
+    // operation, or by the end of the dictionary function or the commit, which fail with it.
     ObjectRef createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
 
     // Replaces `result` with the objects of `cls` that meet every constraint (all objects for no
