@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,8 @@
 #include "vrex/DataModelRepository.hpp"
 
 namespace SCM {
+
+class SCMCategoryClasses;
 
 // The path of the dictionary's metamodel: the installation root (svVelmorRoot) followed by
 // "toolbox", "qvd", "qvd", "shared_metamodel.xml".
@@ -84,19 +87,24 @@ public:
     std::size_t checkEntries(tvdiag::util::diagnostics& problems);
 
 private:
-    vrex::ClassRef classOf(SCMTypes type) const;
     vrex::ObjectRef findEntry(SCMIdentity* identity, tvdiag::util::diagnostics& diagnostics);
-    vrex::ObjectRef findByChecksum(const vrex::ClassRef& entryClass, const std::string& checksum,
+    vrex::ObjectRef findByChecksum(const vrex::ClassRef& entryClass,
+                                   const vrex::PropertyRef& checksumProperty,
+                                   const std::string& checksum,
                                    tvdiag::util::diagnostics& diagnostics);
     SCMIdentityDataPair readEntry(const vrex::ObjectRef& entry,
                                   tvdiag::util::diagnostics& diagnostics);
-    vrex::ObjectRef findFirstNamed(const vrex::ClassRef& entryClass, const std::string& name,
+    vrex::ObjectRef findFirstNamed(SCMTypes type, const std::string& name,
                                    tvdiag::util::diagnostics& diagnostics);
-    qaArray readFirstNamed(SCMTypes type, const std::string& name, const char* property);
+    qaArray readFirstNamed(SCMTypes type, const std::string& name, const vrex::PropertyRef& property,
+                           const vrex::PropertyRef* second = nullptr, qaArray* secondValue = nullptr);
+    SCMRegistry mergeInto(const vrex::ObjectRef& entry, const vrex::PropertyRef& dataProperty,
+                          SCMData* data, tvdiag::util::diagnostics& diagnostics);
 
     vrex::DataModelRepository repository_;
     vrex::MetamodelRef metamodel_;
     vrex::PackageRef package_;
+    std::unique_ptr<const SCMCategoryClasses> categories_;  // looked up once in package_
     std::string openError_;
 };
 

@@ -1,7 +1,9 @@
 #include "SCMVrexDataAdapter.hpp"
 
 #include <filesystem>
+#include <functional>
 
+#include "SCMCategoryClasses.hpp"
 #include "SCMEntryCheck.hpp"
 #include "SCMModuleEntry.hpp"
 #include "SCMVrexDataCacheManager.hpp"
@@ -34,7 +36,8 @@ SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
     : SCMVrexDataAdapter(dictionaryFile, metaModelFile, OpenMode::ReadWrite) {}
 
 SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
-                                       const std::string& metaModelFile, OpenMode mode) {
+                                       const std::string& metaModelFile, OpenMode mode)
+    : categories_(std::make_unique<SCMCategoryClasses>()) {
     // Entries are stored as class-system objects: the library's classes must be known to it.
     HxInitialize_shared_code_manager();
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
@@ -51,6 +54,7 @@ SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
     setExists(true);
     metamodel_ = repository_.metamodel(diagnostics);
     package_ = metamodel_.findPackage(kPackageName);
+    categories_ = std::make_unique<SCMCategoryClasses>(package_);
     setCacheManager(new SCMVrexDataCacheManager(&repository_, kCacheLimit));
     setTransactionInProgress(false);
 }
@@ -61,40 +65,56 @@ SCMVrexDataAdapter::~SCMVrexDataAdapter() {
     if (doesExist()) repository_.close();
 }
 
-vrex::ClassRef SCMVrexDataAdapter::classOf(SCMTypes type) const {
-    return package_.findClass(scmTypeToString(type));
-}
-
 // The first dictionary object of the identity's category whose "Checksum" equals the identity's
 // checksum; further matches are ignored. Null when there is none or on error.
 vrex::ObjectRef SCMVrexDataAdapter::findEntry(SCMIdentity* identity,
                                               tvdiag::util::diagnostics& diagnostics) {
-    return findByChecksum(package_.findClass(identity->getTypeString()), identity->getChecksum(),
+    const SCMCategoryClasses::Category& category = categories_->of(identity->getTypeString());
+    return findByChecksum(category.entryClass, category.checksum, identity->getChecksum(),
                           diagnostics);
 }
 
 vrex::ObjectRef SCMVrexDataAdapter::findByChecksum(const vrex::ClassRef& entryClass,
+                                                   const vrex::PropertyRef& checksumProperty,
                                                    const std::string& checksum,
                                                    tvdiag::util::diagnostics& diagnostics) {
     vrex::MatchConstraints constraints;
-    constraints.add(entryClass.findProperty(kChecksumProperty),
-                    vrex::PropertyValueMatchRelation::Equals, checksum);
+    constraints.add(checksumProperty, vrex::PropertyValueMatchRelation::Equals, checksum);
     std::vector<vrex::ObjectRef> found;
     repository_.findObjects(entryClass, constraints, found, diagnostics);
     if (!diagnostics.empty() || found.empty()) return vrex::ObjectRef();
     return found.front();
 }
 
-vrex::ObjectRef SCMVrexDataAdapter::findFirstNamed(const vrex::ClassRef& entryClass,
-                                                   const std::string& name,
+vrex::ObjectRef SCMVrexDataAdapter::findFirstNamed(SCMTypes type, const std::string& name,
                                                    tvdiag::util::diagnostics& diagnostics) {
+    const SCMCategoryClasses::Category& category = categories_->of(type);
     vrex::MatchConstraints constraints;
-    constraints.add(entryClass.findProperty(kNameProperty), vrex::PropertyValueMatchRelation::Equals,
-                    name);
+    constraints.add(category.name, vrex::PropertyValueMatchRelation::Equals, name);
     std::vector<vrex::ObjectRef> found;
-    repository_.findObjects(entryClass, constraints, found, diagnostics);
+    repository_.findObjects(category.entryClass, constraints, found, diagnostics);
     if (!diagnostics.empty() || found.empty()) return vrex::ObjectRef();
     return found.front();
+}
+
+// In one read transaction: the value of `property` (and of `second`, into `secondValue`) of the
+// first object of the category named `name`. [] for every value when there is none or on error.
+qaArray SCMVrexDataAdapter::readFirstNamed(SCMTypes type, const std::string& name,
+                                           const vrex::PropertyRef& property,
+                                           const vrex::PropertyRef* second, qaArray* secondValue) {
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    qaArray value;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            const vrex::ObjectRef entry = findFirstNamed(type, name, reading);
+            if (entry.isNull()) return;
+            if (second != nullptr) *secondValue = repository_.getPropertyValue(entry, *second, reading);
+            value = repository_.getPropertyValue(entry, property, reading);
+        },
+        diagnostics);
+    if (diagnostics.empty()) return value;
+    if (secondValue != nullptr) *secondValue = qaArray();
+    return qaArray();
 }
 
 bool SCMVrexDataAdapter::isValuePresent(SCMIdentity* identity) {
@@ -107,12 +127,15 @@ bool SCMVrexDataAdapter::isValuePresent(SCMIdentity* identity) {
 SCMData* SCMVrexDataAdapter::getValue(SCMIdentity* identity) {
     if (!doesExist() || identity == nullptr) return nullptr;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ObjectRef entry = findEntry(identity, diagnostics);
-    if (entry.isNull()) return nullptr;
-    const vrex::PropertyRef data = entry.objectClass().findProperty(kDataProperty);
-    const qaArray value = repository_.getPropertyValue(entry, data, diagnostics);
-    if (!diagnostics.empty()) return nullptr;
-    return takeStoredData(value).release();
+    const vrex::PropertyRef& data = categories_->of(identity->getTypeString()).data;
+    qaArray value;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            const vrex::ObjectRef entry = findEntry(identity, reading);
+            if (!entry.isNull()) value = repository_.getPropertyValue(entry, data, reading);
+        },
+        diagnostics);
+    return diagnostics.empty() ? takeStoredData(value).release() : nullptr;
 }
 
 // Creates the entry's object, or merges into the one that exists. A failure after the object was
@@ -125,31 +148,33 @@ void SCMVrexDataAdapter::insertValue(SCMIdentity* identity, SCMData* data, SCMRe
     }
     diagnostics.clear();
     outcome = IS_REGISTERED;
-    const vrex::ClassRef entryClass = package_.findClass(identity->getTypeString());
-    const vrex::PropertyRef checksum = entryClass.findProperty(kChecksumProperty);
-    const vrex::PropertyRef identityProperty = entryClass.findProperty(kIdentityProperty);
-    const vrex::PropertyRef dataProperty = entryClass.findProperty(kDataProperty);
-    const vrex::PropertyRef name = entryClass.findProperty(kNameProperty);
+    const SCMCategoryClasses::Category& category = categories_->of(identity->getTypeString());
 
-    if (isValuePresent(identity)) {
-        outcome = updateValue(identity, data, diagnostics);
+    // The presence test reads a dictionary error as "absent", as isValuePresent does; the entry
+    // it finds is the one updateValue would find again.
+    auto lookup = tvdiag::util::diagnostics::getEmptyInstance();
+    const vrex::ObjectRef stored = findEntry(identity, lookup);
+    if (!stored.isNull()) {
+        outcome = mergeInto(stored, category.data, data, diagnostics);
         return;
     }
-    const vrex::ObjectRef entry = repository_.createObject(entryClass, diagnostics);
+    const vrex::ObjectRef entry = repository_.createObject(category.entryClass, diagnostics);
     if (!diagnostics.empty()) {
         outcome = IS_TRANSACTION_ERROR;
         return;
     }
-    repository_.setPropertyValue(entry, checksum, qaArray::fromText(identity->getChecksum()),
-                                 diagnostics);
-    if (diagnostics.empty() && !name.isNull()) {
-        repository_.setPropertyValue(entry, name, qaArray::fromText(data->getName()), diagnostics);
+    repository_.setPropertyValue(entry, category.checksum,
+                                 qaArray::fromText(identity->getChecksum()), diagnostics);
+    if (diagnostics.empty() && !category.name.isNull()) {
+        repository_.setPropertyValue(entry, category.name, qaArray::fromText(data->getName()),
+                                     diagnostics);
     }
     if (diagnostics.empty()) {
-        repository_.setPropertyValue(entry, identityProperty, identity->toScriptValue(), diagnostics);
+        repository_.setPropertyValue(entry, category.identity, identity->toScriptValue(),
+                                     diagnostics);
     }
     if (diagnostics.empty()) {
-        repository_.setPropertyValue(entry, dataProperty, data->toScriptValue(), diagnostics);
+        repository_.setPropertyValue(entry, category.data, data->toScriptValue(), diagnostics);
     }
     if (!diagnostics.empty()) outcome = IS_TRANSACTION_ERROR;
 }
@@ -158,7 +183,14 @@ SCMRegistry SCMVrexDataAdapter::updateValue(SCMIdentity* identity, SCMData* data
                                             tvdiag::util::diagnostics& diagnostics) {
     const vrex::ObjectRef entry = findEntry(identity, diagnostics);
     if (entry.isNull()) return IS_TRANSACTION_ERROR;
-    const vrex::PropertyRef dataProperty = entry.objectClass().findProperty(kDataProperty);
+    return mergeInto(entry, categories_->of(identity->getTypeString()).data, data, diagnostics);
+}
+
+// Steps of updateValue once the entry's object is found: read its record, merge, write back
+// only on IS_PRESENT_UPDATE.
+SCMRegistry SCMVrexDataAdapter::mergeInto(const vrex::ObjectRef& entry,
+                                          const vrex::PropertyRef& dataProperty, SCMData* data,
+                                          tvdiag::util::diagnostics& diagnostics) {
     std::unique_ptr<SCMData> stored =
         takeStoredData(repository_.getPropertyValue(entry, dataProperty, diagnostics));
     if (!diagnostics.empty() || stored == nullptr) return IS_TRANSACTION_ERROR;
@@ -173,41 +205,46 @@ std::vector<vrex::ObjectRef> SCMVrexDataAdapter::getAllChildren(SCMTypes type) {
     std::vector<vrex::ObjectRef> objects;
     if (!doesExist()) return objects;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    repository_.findObjects(classOf(type), vrex::MatchConstraints(), objects, diagnostics);
+    repository_.findObjects(categories_->of(type).entryClass, vrex::MatchConstraints(), objects,
+                            diagnostics);
     if (!diagnostics.empty()) objects.clear();
     return objects;
 }
 
 namespace {
 
-// Appends the objects stored in `property` of each dictionary object, in order: a read error ends
-// the walk (keeping what was appended), a value that is not an object of the class is skipped.
+// Appends the objects stored in `property` of each dictionary object that `listObjects` gives,
+// in order, all read in one read transaction: a read error ends the walk (keeping what was
+// appended), a value that is not an object of the class is skipped.
 template <typename T>
 void appendStoredObjects(vrex::DataModelRepository& repository,
-                         const std::vector<vrex::ObjectRef>& objects, const char* property,
-                         const char* className, std::vector<T*>& out) {
+                         const std::function<std::vector<vrex::ObjectRef>()>& listObjects,
+                         const vrex::PropertyRef& property, const char* className,
+                         std::vector<T*>& out) {
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    for (const vrex::ObjectRef& object : objects) {
-        const qaArray value =
-            repository.getPropertyValue(object, object.objectClass().findProperty(property),
-                                        diagnostics);
-        if (!diagnostics.empty()) return;
-        if (std::unique_ptr<T> stored = takeStoredObject<T>(value, className)) {
-            out.push_back(stored.release());
-        }
-    }
+    repository.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            for (const vrex::ObjectRef& object : listObjects()) {
+                const qaArray value = repository.getPropertyValue(object, property, reading);
+                if (!reading.empty()) return;
+                if (std::unique_ptr<T> stored = takeStoredObject<T>(value, className)) {
+                    out.push_back(stored.release());
+                }
+            }
+        },
+        diagnostics);
 }
 
 }  // namespace
 
 void SCMVrexDataAdapter::getAllIdentityValues(SCMTypes type, std::vector<SCMIdentity*>& out) {
-    appendStoredObjects(repository_, getAllChildren(type), kIdentityProperty,
-                        "SharedCodeManager.Identity", out);
+    appendStoredObjects(repository_, [&] { return getAllChildren(type); },
+                        categories_->of(type).identity, "SharedCodeManager.Identity", out);
 }
 
 void SCMVrexDataAdapter::getAllDataValues(SCMTypes type, std::vector<SCMData*>& out) {
-    appendStoredObjects(repository_, getAllChildren(type), kDataProperty, "SharedCodeManager.Data",
-                        out);
+    appendStoredObjects(repository_, [&] { return getAllChildren(type); },
+                        categories_->of(type).data, "SharedCodeManager.Data", out);
 }
 
 bool SCMVrexDataAdapter::beginTransaction() {
@@ -247,29 +284,18 @@ SCMRegistry SCMVrexDataAdapter::insertValueInTransaction(SCMIdentity* identity, 
     return diagnostics.empty() ? outcome : IS_TRANSACTION_ERROR;
 }
 
-// The value stored in `property` of the first entry of the category named `name`, read from the
-// dictionary only; [] when there is none or on error.
-qaArray SCMVrexDataAdapter::readFirstNamed(SCMTypes type, const std::string& name,
-                                           const char* property) {
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ClassRef entryClass = classOf(type);
-    const vrex::ObjectRef entry = findFirstNamed(entryClass, name, diagnostics);
-    if (entry.isNull()) return qaArray();
-    qaArray value = repository_.getPropertyValue(entry, entryClass.findProperty(property),
-                                                 diagnostics);
-    return diagnostics.empty() ? value : qaArray();
-}
-
 SCMIdentity* SCMVrexDataAdapter::getIdentityFromName(SCMTypes type, const std::string& name) {
     if (!doesExist()) return nullptr;
-    return takeStoredIdentity(readFirstNamed(type, name, kIdentityProperty)).release();
+    const qaArray value = readFirstNamed(type, name, categories_->of(type).identity);
+    return takeStoredIdentity(value).release();
 }
 
 // The write cache first (its own copy is returned), then the dictionary.
 SCMData* SCMVrexDataAdapter::getDataFromName(SCMTypes type, const std::string& name) {
     if (!doesExist()) return nullptr;
     if (SCMData* cached = getCacheManager()->findByName(type, name).second) return cached;
-    return takeStoredData(readFirstNamed(type, name, kDataProperty)).release();
+    const qaArray value = readFirstNamed(type, name, categories_->of(type).data);
+    return takeStoredData(value).release();
 }
 
 SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type,
@@ -277,21 +303,24 @@ SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type
     if (!doesExist()) return {nullptr, nullptr};
     const SCMIdentityDataPair cached = getCacheManager()->findByName(type, name);
     if (cached.second != nullptr) return cached;
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ObjectRef entry = findFirstNamed(classOf(type), name, diagnostics);
-    if (entry.isNull()) return {nullptr, nullptr};
-    return readEntry(entry, diagnostics);
+    const SCMCategoryClasses::Category& category = categories_->of(type);
+    qaArray identityValue;
+    const qaArray dataValue = readFirstNamed(type, name, category.data, &category.identity, &identityValue);
+    std::unique_ptr<SCMIdentity> identity = takeStoredIdentity(identityValue);
+    std::unique_ptr<SCMData> data = takeStoredData(dataValue);
+    if (data == nullptr && identity == nullptr) return {nullptr, nullptr};
+    return {identity.release(), data.release()};
 }
 
 // The decoded "Identity" and "Data" of one dictionary object, owned by the caller; either is
 // null when it does not decode, both on a read error.
 SCMIdentityDataPair SCMVrexDataAdapter::readEntry(const vrex::ObjectRef& entry,
                                                   tvdiag::util::diagnostics& diagnostics) {
-    const vrex::ClassRef entryClass = entry.objectClass();
-    std::unique_ptr<SCMIdentity> identity = takeStoredIdentity(
-        repository_.getPropertyValue(entry, entryClass.findProperty(kIdentityProperty), diagnostics));
-    std::unique_ptr<SCMData> data = takeStoredData(
-        repository_.getPropertyValue(entry, entryClass.findProperty(kDataProperty), diagnostics));
+    const SCMCategoryClasses::Category& category = categories_->of(entry.objectClass().name());
+    std::unique_ptr<SCMIdentity> identity =
+        takeStoredIdentity(repository_.getPropertyValue(entry, category.identity, diagnostics));
+    std::unique_ptr<SCMData> data =
+        takeStoredData(repository_.getPropertyValue(entry, category.data, diagnostics));
     if (!diagnostics.empty()) return {nullptr, nullptr};
     return {identity.release(), data.release()};
 }
@@ -326,7 +355,9 @@ SCMIdentityDataPair SCMVrexDataAdapter::getEntryForChecksum(SCMTypes type,
                                                             const std::string& checksum) {
     if (!doesExist()) return {nullptr, nullptr};
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::ObjectRef entry = findByChecksum(classOf(type), checksum, diagnostics);
+    const SCMCategoryClasses::Category& category = categories_->of(type);
+    const vrex::ObjectRef entry =
+        findByChecksum(category.entryClass, category.checksum, checksum, diagnostics);
     if (entry.isNull()) return {nullptr, nullptr};
     return wholeOrNothing(readEntry(entry, diagnostics));
 }
@@ -338,7 +369,7 @@ std::size_t SCMVrexDataAdapter::checkEntries(tvdiag::util::diagnostics& problems
     std::size_t entries = 0;
     for (SCMTypes type : {SCM_UTILITIES, SCM_SHARED_FUNCTIONS, SCM_SHARED_TYPES, SCM_OTHER,
                           SCM_NUM, SCM_SHARED_DATA, SCM_SHARED_CONSTANTS}) {
-        entries += check.checkCategory(classOf(type), getAllChildren(type));
+        entries += check.checkCategory(categories_->of(type).entryClass, getAllChildren(type));
     }
     return entries;
 }

@@ -1,5 +1,6 @@
 #include "SCMVrexDataCacheManager.hpp"
 
+#include "SCMCategoryClasses.hpp"
 #include "StoredObjects.hpp"
 #include "vrex/DataModelRepository.hpp"
 
@@ -40,39 +41,35 @@ void SCMVrexDataCacheManager::flush() {
 // branch, and the failed batch is rolled back as a whole by the dictionary function.
 void SCMVrexDataCacheManager::writeBatch(tvdiag::util::diagnostics& diagnostics) {
     const vrex::MetamodelRef metamodel = repository_->metamodel(diagnostics);
-    const vrex::PackageRef package = metamodel.findPackage("SCM");
+    const SCMCategoryClasses categories(metamodel.findPackage("SCM"));
     for (const auto& [identity, data] : *entries_) {
-        const vrex::ClassRef entryClass = package.findClass(identity->getTypeString());
-        const vrex::PropertyRef checksum = entryClass.findProperty("Checksum");
-        const vrex::PropertyRef identityProperty = entryClass.findProperty("Identity");
-        const vrex::PropertyRef dataProperty = entryClass.findProperty("Data");
-        const vrex::PropertyRef name = entryClass.findProperty("Name");
+        const SCMCategoryClasses::Category& category = categories.of(identity->getTypeString());
 
         vrex::MatchConstraints constraints;
-        constraints.add(checksum, vrex::PropertyValueMatchRelation::Equals,
+        constraints.add(category.checksum, vrex::PropertyValueMatchRelation::Equals,
                         identity->getChecksum());
         std::vector<vrex::ObjectRef> found;
-        repository_->findObjects(entryClass, constraints, found, diagnostics);
+        repository_->findObjects(category.entryClass, constraints, found, diagnostics);
 
         if (diagnostics.empty() && !found.empty()) {
             std::unique_ptr<SCMData> stored = takeStoredData(
-                repository_->getPropertyValue(found.front(), dataProperty, diagnostics));
+                repository_->getPropertyValue(found.front(), category.data, diagnostics));
             if (stored != nullptr && stored->update(data.get()) == IS_PRESENT_UPDATE) {
-                repository_->setPropertyValue(found.front(), dataProperty, stored->toScriptValue(),
+                repository_->setPropertyValue(found.front(), category.data, stored->toScriptValue(),
                                               diagnostics);
             }
             continue;
         }
-        const vrex::ObjectRef entry = repository_->createObject(entryClass, diagnostics);
-        repository_->setPropertyValue(entry, checksum, qaArray::fromText(identity->getChecksum()),
-                                      diagnostics);
-        if (!name.isNull()) {
-            repository_->setPropertyValue(entry, name, qaArray::fromText(data->getName()),
+        const vrex::ObjectRef entry = repository_->createObject(category.entryClass, diagnostics);
+        repository_->setPropertyValue(entry, category.checksum,
+                                      qaArray::fromText(identity->getChecksum()), diagnostics);
+        if (!category.name.isNull()) {
+            repository_->setPropertyValue(entry, category.name, qaArray::fromText(data->getName()),
                                           diagnostics);
         }
-        repository_->setPropertyValue(entry, identityProperty, identity->toScriptValue(),
+        repository_->setPropertyValue(entry, category.identity, identity->toScriptValue(),
                                       diagnostics);
-        repository_->setPropertyValue(entry, dataProperty, data->toScriptValue(), diagnostics);
+        repository_->setPropertyValue(entry, category.data, data->toScriptValue(), diagnostics);
     }
 }
 

@@ -4,125 +4,234 @@
 #include <cstdint>
 #include <limits>
 
-#include <nlohmann/json.hpp>
-
-#include "kobj/JsonText.hpp"
-
 namespace kobj {
 
 namespace {
 
-using Json = nlohmann::json;
+// The bytes that stand for themselves inside a JSON string of the encoding: printable ASCII and
+// DEL, but for the quote and the backslash.
+struct PlainBytes {
+    bool isPlain[256] = {};
+    PlainBytes() {
+        for (int byte = 0x20; byte < 0x80; ++byte) isPlain[byte] = byte != '"' && byte != '\\';
+    }
+};
+const PlainBytes kPlainBytes;
 
-// Builds an EncodedObject from the parser's events. Every event that does not fit the encoding's
-// shape answers false, which stops the parser at once.
-class EncodedObjectHandler {
+// Reads the encoding's JSON in one pass, with no tree and no recursion. It accepts exactly the
+// JSON texts that have the encoding's shape (RFC 8259; an optional UTF-8 byte order mark first;
+// anything after a NUL byte that follows the object ignored), and maps strings to bytes as
+// JsonText.hpp says: raw UTF-8 and \u escapes alike must stay within U+0000..U+00FF. Member
+// names go through the same mapping, so a name outside Latin-1 is refused (no published
+// property has one).
+class EncodedObjectReader {
 public:
-    explicit EncodedObjectHandler(EncodedObject& object) : object_(object) {}
+    explicit EncodedObjectReader(const std::string& text)
+        : next_(text.data()), end_(text.data() + text.size()) {}
 
-    bool complete() const { return depth_ == 0 && sawObject_ && !object_.className.empty(); }
-
-    bool null() { return false; }
-    bool boolean(bool value) { return addValue(qaArray::fromLogical(value)); }
-    bool number_integer(Json::number_integer_t value) {
-        if (value < std::numeric_limits<std::int32_t>::min() ||
-            value > std::numeric_limits<std::int32_t>::max()) {
-            return false;
+    bool read(EncodedObject& object) {
+        skipByteOrderMark();
+        if (!take('{')) return false;
+        object.properties.reserve(kUsualProperties);
+        bool sawClass = false;
+        if (!take('}')) {
+            do {
+                if (!readMember(object, sawClass)) return false;
+            } while (take(','));
+            if (!take('}')) return false;
         }
-        return addValue(qaArray::fromInt32(static_cast<std::int32_t>(value)));
-    }
-    bool number_unsigned(Json::number_unsigned_t value) {
-        if (value > std::numeric_limits<std::uint32_t>::max()) return false;
-        return addValue(qaArray::fromUInt32(static_cast<std::uint32_t>(value)));
-    }
-    bool number_float(Json::number_float_t, const Json::string_t&) { return false; }
-    bool binary(Json::binary_t&) { return false; }
-
-    bool string(Json::string_t& value) {
-        std::string bytes;
-        if (!json::bytesFromUtf8(value, bytes)) return false;
-        if (depth_ == 2) {
-            cells_.push_back(qaArray::fromText(std::move(bytes)));
-            return true;
-        }
-        if (depth_ == 1 && readingClass_) {
-            object_.className = std::move(bytes);
-            readingClass_ = false;
-            return !object_.className.empty();
-        }
-        return addValue(qaArray::fromText(std::move(bytes)));
-    }
-
-    bool start_object(std::size_t) {
-        if (depth_ != 0 || sawObject_) return false;
-        sawObject_ = true;
-        depth_ = 1;
-        return true;
-    }
-    bool end_object() {
-        if (depth_ != 1) return false;
-        depth_ = 0;
-        return true;
-    }
-    bool key(Json::string_t& name) {
-        if (depth_ != 1 || isRepeated(name)) return false;
-        readingClass_ = name == "class";
-        if (readingClass_) {
-            sawClassKey_ = true;
-        } else {
-            key_ = std::move(name);
-        }
-        return true;
-    }
-    bool start_array(std::size_t) {
-        if (depth_ != 1 || readingClass_) return false;
-        depth_ = 2;
-        cells_.clear();
-        return true;
-    }
-    bool end_array() {
-        if (depth_ != 2) return false;
-        depth_ = 1;
-        return addValue(qaArray::cellColumn(std::move(cells_)));
-    }
-
-    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) {
-        return false;
+        skipSpace();
+        // A NUL byte after the object ends the text, as general JSON parsers read it.
+        return (next_ == end_ || *next_ == '\0') && sawClass;
     }
 
 private:
-    // A property value directly inside the top object (not the class name).
-    bool addValue(qaArray value) {
-        if (depth_ != 1 || readingClass_) return false;
-        object_.properties.emplace_back(std::move(key_), std::move(value));
+    bool readMember(EncodedObject& object, bool& sawClass) {
+        std::string name;
+        if (!take('"') || !readString(name) || !take(':')) return false;
+        if (name.size() == 5 && name == "class") {
+            if (sawClass || !take('"') || !readString(object.className)) return false;
+            sawClass = true;
+            return !object.className.empty();
+        }
+        const bool repeated = std::any_of(object.properties.begin(), object.properties.end(),
+                                          [&](const auto& property) { return property.first == name; });
+        if (repeated) return false;
+        return readValue(std::move(name), object.properties);
+    }
+
+    // A property value (a string, true, false, an integer, or an array of strings), appended to
+    // `properties` under `name`.
+    bool readValue(std::string name, std::vector<std::pair<std::string, qaArray>>& properties) {
+        skipSpace();
+        if (next_ == end_) return false;
+        switch (*next_) {
+            case '"': {
+                ++next_;
+                std::string bytes;
+                if (!readString(bytes)) return false;
+                properties.emplace_back(std::move(name), qaArray::fromText(std::move(bytes)));
+                return true;
+            }
+            case 't':
+                if (!readWord("true")) return false;
+                properties.emplace_back(std::move(name), qaArray::fromLogical(true));
+                return true;
+            case 'f':
+                if (!readWord("false")) return false;
+                properties.emplace_back(std::move(name), qaArray::fromLogical(false));
+                return true;
+            case '[': {
+                ++next_;
+                qaArray cells;
+                if (!readCells(cells)) return false;
+                properties.emplace_back(std::move(name), std::move(cells));
+                return true;
+            }
+            default: {
+                qaArray number;
+                if (!readInteger(number)) return false;
+                properties.emplace_back(std::move(name), std::move(number));
+                return true;
+            }
+        }
+    }
+
+    bool readCells(qaArray& value) {
+        std::vector<qaArray> cells;
+        cells.reserve(kUsualCells);
+        if (!take(']')) {
+            do {
+                std::string bytes;
+                if (!take('"') || !readString(bytes)) return false;
+                cells.push_back(qaArray::fromText(std::move(bytes)));
+            } while (take(','));
+            if (!take(']')) return false;
+        }
+        value = qaArray::cellColumn(std::move(cells));
         return true;
     }
 
-    bool isRepeated(const std::string& name) const {
-        if (name == "class") return sawClassKey_;
-        return std::any_of(object_.properties.begin(), object_.properties.end(),
-                           [&](const auto& property) { return property.first == name; });
+    // -?(0|[1-9][0-9]*): negative values as int32, the others as uint32. A fraction or an
+    // exponent makes a JSON number that is no integer: refused, like values out of range.
+    bool readInteger(qaArray& value) {
+        const bool negative = next_ != end_ && *next_ == '-';
+        if (negative) ++next_;
+        if (next_ == end_ || !isDigit(*next_)) return false;
+        std::uint64_t magnitude = 0;
+        const bool leadingZero = *next_ == '0';
+        do {
+            magnitude = std::min<std::uint64_t>(magnitude * 10 + (*next_ - '0'), kTooLarge);
+            ++next_;
+        } while (!leadingZero && next_ != end_ && isDigit(*next_));
+        if (next_ != end_ && (*next_ == '.' || *next_ == 'e' || *next_ == 'E')) return false;
+        if (negative) {
+            if (magnitude > std::uint64_t(std::numeric_limits<std::int32_t>::max()) + 1) return false;
+            value = qaArray::fromInt32(static_cast<std::int32_t>(-static_cast<std::int64_t>(magnitude)));
+            return true;
+        }
+        if (magnitude > std::numeric_limits<std::uint32_t>::max()) return false;
+        value = qaArray::fromUInt32(static_cast<std::uint32_t>(magnitude));
+        return true;
     }
 
-    EncodedObject& object_;
-    int depth_ = 0;  // 0 outside, 1 in the top object, 2 in an array value
-    bool sawObject_ = false;
-    bool sawClassKey_ = false;
-    bool readingClass_ = false;
-    std::string key_;
-    std::vector<qaArray> cells_;
+    // The rest of a string whose opening quote was taken, as bytes.
+    bool readString(std::string& bytes) {
+        bytes.clear();
+        while (next_ != end_) {
+            const char* run = next_;
+            const char* runEnd = run;
+            while (runEnd != end_ && kPlainBytes.isPlain[static_cast<unsigned char>(*runEnd)]) ++runEnd;
+            bytes.append(run, static_cast<std::size_t>(runEnd - run));
+            next_ = runEnd;
+            if (next_ == end_) return false;
+            const auto byte = static_cast<unsigned char>(*next_++);
+            if (byte == '"') return true;
+            if (byte == '\\') {
+                if (!readEscape(bytes)) return false;
+            } else if ((byte == 0xc2 || byte == 0xc3) && next_ != end_ &&
+                       (static_cast<unsigned char>(*next_) & 0xc0) == 0x80) {
+                bytes += static_cast<char>(((byte & 0x03) << 6) | (*next_++ & 0x3f));
+            } else {
+                return false;  // a control character, invalid UTF-8, or a code point above U+00FF
+            }
+        }
+        return false;
+    }
+
+    bool readEscape(std::string& bytes) {
+        if (next_ == end_) return false;
+        switch (*next_++) {
+            case '"': bytes += '"'; return true;
+            case '\\': bytes += '\\'; return true;
+            case '/': bytes += '/'; return true;
+            case 'b': bytes += '\b'; return true;
+            case 'f': bytes += '\f'; return true;
+            case 'n': bytes += '\n'; return true;
+            case 'r': bytes += '\r'; return true;
+            case 't': bytes += '\t'; return true;
+            case 'u': break;
+            default: return false;
+        }
+        if (end_ - next_ < 4) return false;
+        unsigned codeUnit = 0;
+        for (int i = 0; i < 4; ++i) {
+            const int digit = hexDigit(*next_++);
+            if (digit < 0) return false;
+            codeUnit = codeUnit * 16 + static_cast<unsigned>(digit);
+        }
+        if (codeUnit > 0xff) return false;  // beyond Latin-1, surrogates included
+        bytes += static_cast<char>(codeUnit);
+        return true;
+    }
+
+    bool readWord(const char* word) {
+        for (; *word != '\0'; ++word, ++next_) {
+            if (next_ == end_ || *next_ != *word) return false;
+        }
+        return true;
+    }
+
+    // Skips white space, then takes `c` when it comes next.
+    bool take(char c) {
+        skipSpace();
+        if (next_ == end_ || *next_ != c) return false;
+        ++next_;
+        return true;
+    }
+
+    void skipSpace() {
+        while (next_ != end_ && (*next_ == ' ' || *next_ == '\n' || *next_ == '\r' || *next_ == '\t')) {
+            ++next_;
+        }
+    }
+
+    void skipByteOrderMark() {
+        if (end_ - next_ >= 3 && std::string(next_, 3) == "\xef\xbb\xbf") next_ += 3;
+    }
+
+    static bool isDigit(char c) { return c >= '0' && c <= '9'; }
+    static int hexDigit(char c) {
+        if (c >= '0' && c <= '9') return c - '0';
+        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+        if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+        return -1;
+    }
+
+    static constexpr std::uint64_t kTooLarge = std::uint64_t(1) << 40;
+    // Room reserved up front: the library's classes have up to 12 properties, lists a few names.
+    static constexpr std::size_t kUsualProperties = 12;
+    static constexpr std::size_t kUsualCells = 4;
+
+    const char* next_;
+    const char* end_;
 };
 
 }  // namespace
 
 bool readEncodedObject(const std::string& text, EncodedObject& object) {
     object = EncodedObject();
-    EncodedObjectHandler handler(object);
-    try {
-        return Json::sax_parse(text, &handler) && handler.complete();
-    } catch (const nlohmann::json::exception&) {
-        return false;
-    }
+    return EncodedObjectReader(text).read(object);
 }
 
 }  // namespace kobj

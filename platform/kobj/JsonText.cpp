@@ -6,9 +6,14 @@ namespace {
 
 const char kHexDigits[] = "0123456789abcdef";
 
-bool isPlain(unsigned char byte) {
-    return byte >= 0x20 && byte < 0x7f && byte != '"' && byte != '\\';
-}
+// The bytes written as they are: printable ASCII but for the quote and the backslash.
+struct PlainBytes {
+    bool isPlain[256] = {};
+    PlainBytes() {
+        for (int byte = 0x20; byte < 0x7f; ++byte) isPlain[byte] = byte != '"' && byte != '\\';
+    }
+};
+const PlainBytes kPlainBytes;
 
 void appendEscape(std::string& out, unsigned char byte) {
     switch (byte) {
@@ -30,15 +35,14 @@ void appendEscape(std::string& out, unsigned char byte) {
 
 void appendString(std::string& out, const std::string& bytes) {
     out += '"';
-    std::size_t runStart = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(bytes[i]);
-        if (isPlain(byte)) continue;
-        out.append(bytes, runStart, i - runStart);
-        appendEscape(out, byte);
-        runStart = i + 1;
+    const char* next = bytes.data();
+    const char* const end = next + bytes.size();
+    while (next != end) {
+        const char* run = next;
+        while (next != end && kPlainBytes.isPlain[static_cast<unsigned char>(*next)]) ++next;
+        out.append(run, static_cast<std::size_t>(next - run));
+        if (next != end) appendEscape(out, static_cast<unsigned char>(*next++));
     }
-    out.append(bytes, runStart, std::string::npos);
     out += '"';
 }
 

@@ -116,7 +116,7 @@ std::string encodeObject(const qaArray& value) {
         throw notEncodable(record, "it has no published constructor or no settable property");
     }
     std::string text;
-    text.reserve(256);
+    text.reserve(512);  // a data record takes a few hundred bytes
     text += "{\"class\":";
     json::appendString(text, record.name());
     for (const COSPropInfo* property : record.allProperties()) {

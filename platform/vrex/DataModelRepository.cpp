@@ -113,6 +113,13 @@ void DataModelRepository::performDictionaryFunction(
     session->performDictionaryFunction(fn, diagnostics);
 }
 
+void DataModelRepository::performDictionaryRead(
+    const std::function<void(tvdiag::util::diagnostics&)>& fn, tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) return reportClosed(diagnostics, "read the dictionary");
+    std::shared_ptr<internal::RepositorySession> session = session_;  // fn may close the repository
+    session->performDictionaryRead(fn, diagnostics);
+}
+
 ObjectRef DataModelRepository::createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics) {
     if (!session_) {
         reportClosed(diagnostics, "create an object");

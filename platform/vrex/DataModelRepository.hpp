@@ -106,7 +106,18 @@ public:
     void performDictionaryFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn,
                                    tvdiag::util::diagnostics& diagnostics);
 
-    // A new object of `cls` with every property unset; null on error.
+    // Runs fn, which only reads, inside one read transaction: every read sees the same state of
+    // the file, and the file's locks are taken once instead of once per read. Inside an explicit
+    // transaction or a dictionary function fn simply runs. fn's records stay in `diagnostics`; fn
+    // is not run when the repository is closed or cannot begin reading. An exception from fn
+    // ends the read transaction and propagates.
+    void performDictionaryRead(const std::function<void(tvdiag::util::diagnostics&)>& fn,
+                               tvdiag::util::diagnostics& diagnostics);
+
+    // A new object of `cls` with every property unset; null on error. Inside a write transaction
+    // (explicit or a dictionary function) its row is written, with the property values set
+    // meanwhile, when anything else needs the file; an error writing it is then reported by that
+    // operation, or by the end of the dictionary function or the commit, which fail with it.
     ObjectRef createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
 
     // Replaces `result` with the objects of `cls` that meet every constraint (all objects for no

@@ -36,6 +36,53 @@ inline void storeLittleEndian(std::uint32_t value, unsigned char* p) {
 #define MD5_H(x, y, z) ((x) ^ (y) ^ (z))
 #define MD5_I(x, y, z) ((y) ^ ((x) | ~(z)))
 
+// Writes the digits of `number` in base `radix` to `digits`, least significant first, and
+// returns how many. As many digits as fit in 64 bits are split off per 128-bit division; the
+// rest is done in 64 bits.
+std::size_t writeDigits(unsigned __int128 number, std::uint64_t radix, const char* alphabet,
+                        char* digits) {
+    std::uint64_t chunkBase = 1;
+    int chunkDigits = 0;
+    while (chunkBase <= std::numeric_limits<std::uint64_t>::max() / radix) {
+        chunkBase *= radix;
+        ++chunkDigits;
+    }
+    std::size_t count = 0;
+    while (number > std::numeric_limits<std::uint64_t>::max()) {
+        auto chunk = static_cast<std::uint64_t>(number % chunkBase);
+        number /= chunkBase;
+        for (int i = 0; i < chunkDigits; ++i, chunk /= radix) digits[count++] = alphabet[chunk % radix];
+    }
+    for (auto rest = static_cast<std::uint64_t>(number); rest > 0; rest /= radix) {
+        digits[count++] = alphabet[rest % radix];
+    }
+    return count;
+}
+
+// The same for radix 62, the checksum's: the number is cut into three chunks of ten digits
+// (62^10 < 2^64, 62^22 > 2^128), whose digits are then taken side by side with divisions by the
+// constant 62, which compile to multiplications.
+std::size_t writeBase62Digits(unsigned __int128 number, const char* alphabet, char* digits) {
+    constexpr std::uint64_t kChunkBase = 839299365868340224ull;  // 62^10
+    std::uint64_t low = static_cast<std::uint64_t>(number % kChunkBase);
+    number /= kChunkBase;
+    std::uint64_t middle = static_cast<std::uint64_t>(number % kChunkBase);
+    std::uint64_t high = static_cast<std::uint64_t>(number / kChunkBase);
+    unsigned char values[30];
+    for (int i = 0; i < 10; ++i) {
+        values[i] = static_cast<unsigned char>(low % 62);
+        values[10 + i] = static_cast<unsigned char>(middle % 62);
+        values[20 + i] = static_cast<unsigned char>(high % 62);
+        low /= 62;
+        middle /= 62;
+        high /= 62;
+    }
+    std::size_t count = 30;
+    while (count > 0 && values[count - 1] == 0) --count;  // no leading zeros
+    for (std::size_t i = 0; i < count; ++i) digits[i] = alphabet[values[i]];
+    return count;
+}
+
 }  // namespace
 
 SCMChecksumDigest::SCMChecksumDigest() : buffer_(), digest_() { init(); }
@@ -122,21 +169,10 @@ void SCMChecksumDigest::appendText(std::string& out, const char* alphabet) {
     unsigned __int128 number = 0;
     for (unsigned char byte : digest) number = (number << 8) | byte;
 
-    // Peel off as many digits as fit in 64 bits per 128-bit division, then finish in 64 bits.
-    std::uint64_t chunkBase = 1;
-    int chunkDigits = 0;
-    while (chunkBase <= std::numeric_limits<std::uint64_t>::max() / radix) {
-        chunkBase *= radix;
-        ++chunkDigits;
-    }
-    while (number > std::numeric_limits<std::uint64_t>::max()) {
-        auto chunk = static_cast<std::uint64_t>(number % chunkBase);
-        number /= chunkBase;
-        for (int i = 0; i < chunkDigits; ++i, chunk /= radix) out += alphabet[chunk % radix];
-    }
-    for (auto rest = static_cast<std::uint64_t>(number); rest > 0; rest /= radix) {
-        out += alphabet[rest % radix];
-    }
+    char digits[128];  // 2^128 has at most 128 digits, in base 2
+    const std::size_t count = radix == 62 ? writeBase62Digits(number, alphabet, digits)
+                                          : writeDigits(number, radix, alphabet, digits);
+    out.append(digits, count);
 }
 
 void SCMChecksumDigest::appendText(std::string& out) { appendText(out, checksumAlphabet); }

@@ -200,6 +200,64 @@ TEST_F(TransactionTest, AFailedCommitIsReportedAndRolledBack) {
     EXPECT_EQ(committed(), "committed ");
 }
 
+TEST_F(TransactionTest, AReadFunctionSeesOneStateOfTheFile) {
+    tvdiag::util::diagnostics diagnostics;
+    create("first", diagnostics);
+    vrex::DataModelRepository writer;
+    ASSERT_EQ(openRepository(writer, file_), "");
+    Category utilities(writer, "SCM_UTILITIES");
+    std::size_t before = 0;
+    std::size_t after = 0;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics&) {
+            before = allObjects(repository_, *category_).size();
+            tvdiag::util::diagnostics writing;
+            writer.createObject(utilities.cls, writing);  // another connection commits meanwhile
+            EXPECT_TRUE(writing.empty()) << writing.toString();
+            after = allObjects(repository_, *category_).size();
+        },
+        diagnostics);
+    EXPECT_EQ(before, 1u);
+    EXPECT_EQ(after, 1u) << "the second read sees the snapshot of the first";
+    EXPECT_EQ(allObjects(repository_, *category_).size(), 2u) << "the read transaction ended";
+    EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
+}
+
+TEST_F(TransactionTest, AReadFunctionInsideATransactionJustRuns) {
+    tvdiag::util::diagnostics diagnostics;
+    repository_.beginTransaction(diagnostics);
+    create("uncommitted", diagnostics);
+    std::size_t seen = 0;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics&) { seen = allObjects(repository_, *category_).size(); },
+        diagnostics);
+    EXPECT_EQ(seen, 1u);
+    EXPECT_TRUE(repository_.isTransactionOpen());
+    repository_.commitTransaction(diagnostics);
+    EXPECT_EQ(committed(), "uncommitted ");
+    EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
+}
+
+TEST_F(TransactionTest, AReadFunctionEndsOnAnExceptionAndIsRefusedWhenClosed) {
+    tvdiag::util::diagnostics diagnostics;
+    EXPECT_THROW(repository_.performDictionaryRead(
+                     [&](tvdiag::util::diagnostics&) {
+                         allObjects(repository_, *category_);
+                         throw std::runtime_error("thrown");
+                     },
+                     diagnostics),
+                 std::runtime_error);
+    repository_.beginTransaction(diagnostics);  // no read transaction is left behind
+    repository_.rollbackTransaction(diagnostics);
+    EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
+
+    repository_.close();
+    bool ran = false;
+    repository_.performDictionaryRead([&](tvdiag::util::diagnostics&) { ran = true; }, diagnostics);
+    EXPECT_FALSE(ran);
+    EXPECT_EQ(identifiers(diagnostics), "vrex:notOpen ");
+}
+
 // Two processes register overlapping keys at once, each "look up, then create or merge" in one
 // dictionary function: every key ends up in exactly one object holding both contributions.
 TEST(ConcurrentProcesses, LookUpThenCreateOrMergeIsAtomic) {

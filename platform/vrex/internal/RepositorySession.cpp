@@ -3,7 +3,9 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <exception>
+#include <limits>
 
 #include "vrex/internal/RefAccess.hpp"
 #include "vrex/internal/RegistrySchema.hpp"
@@ -53,6 +55,7 @@ bool RepositorySession::connect(const std::string& file, bool create,
         return false;
     }
     statements_ = std::make_unique<StatementCache>(connection_, *metamodel_);
+    nextIds_.assign(metamodel_->classes().size(), 0);
     return true;
 }
 
@@ -82,6 +85,8 @@ bool RepositorySession::configure(tvdiag::util::diagnostics& diagnostics) {
 void RepositorySession::close() {
     if (!connection_.isOpen()) return;
     if (connection_.isInTransaction()) connection_.exec("ROLLBACK");
+    pending_.discard();
+    forgetNextIds();
     explicitTransaction_ = false;
     statements_.reset();
     connection_.close();
@@ -100,21 +105,22 @@ void RepositorySession::beginTransaction(tvdiag::util::diagnostics& diagnostics)
     const char* begin = readOnly_ ? "BEGIN" : "BEGIN IMMEDIATE";
     if (run(begin, "vrex:transaction:beginFailed", "cannot begin a transaction", diagnostics)) {
         explicitTransaction_ = true;
+        forgetNextIds();  // other processes may have written since the last transaction
     }
 }
 
 void RepositorySession::commitTransaction(tvdiag::util::diagnostics& diagnostics) {
-    endTransaction("COMMIT", "commit", "vrex:transaction:commitFailed", diagnostics);
+    endTransaction(true, diagnostics);
 }
 
 void RepositorySession::rollbackTransaction(tvdiag::util::diagnostics& diagnostics) {
-    endTransaction("ROLLBACK", "roll back", "vrex:transaction:rollbackFailed", diagnostics);
+    endTransaction(false, diagnostics);
 }
 
 // Commits or rolls back the explicit transaction. After a failure it stays open only if SQLite
-// kept it.
-void RepositorySession::endTransaction(const char* sql, const char* action, const char* failure,
-                                       tvdiag::util::diagnostics& diagnostics) {
+// kept it; a pending object that cannot be written fails the commit before it is tried.
+void RepositorySession::endTransaction(bool commit, tvdiag::util::diagnostics& diagnostics) {
+    const char* action = commit ? "commit" : "roll back";
     if (refuseInsideFunction(action, diagnostics)) return;
     syncTransactionState();
     if (!explicitTransaction_) {
@@ -122,7 +128,16 @@ void RepositorySession::endTransaction(const char* sql, const char* action, cons
                                                         " on the registry \"" + file() + "\"");
         return;
     }
-    run(sql, failure, std::string("cannot ") + action, diagnostics);
+    forgetNextIds();
+    if (!commit) {
+        pending_.discard();
+    } else if (!writePendingObject(diagnostics, "vrex:transaction:commitFailed", "cannot commit")) {
+        explicitTransaction_ = connection_.isInTransaction();
+        return;
+    }
+    run(commit ? "COMMIT" : "ROLLBACK",
+        commit ? "vrex:transaction:commitFailed" : "vrex:transaction:rollbackFailed",
+        std::string("cannot ") + action, diagnostics);
     explicitTransaction_ = connection_.isInTransaction();
 }
 
@@ -133,12 +148,14 @@ bool RepositorySession::isTransactionOpen() const {
 void RepositorySession::performDictionaryFunction(
     const std::function<void(tvdiag::util::diagnostics&)>& fn, tvdiag::util::diagnostics& diagnostics) {
     syncTransactionState();
+    if (!writePendingObject(diagnostics)) return;  // it belongs to the enclosing transaction
     const bool nested = explicitTransaction_ || functionDepth_ > 0;
     const std::string savepoint = savepointName(functionDepth_ + 1);
     const std::string begin = nested ? "SAVEPOINT " + savepoint : readOnly_ ? "BEGIN" : "BEGIN IMMEDIATE";
     if (!run(begin, "vrex:function:beginFailed", "cannot begin a dictionary function", diagnostics)) {
         return;
     }
+    if (!nested) forgetNextIds();
     ++functionDepth_;
     try {
         fn(diagnostics);
@@ -155,9 +172,31 @@ void RepositorySession::performDictionaryFunction(
     leaveFunction(nested, savepoint, diagnostics.empty(), diagnostics);
 }
 
+// A deferred BEGIN takes no lock; the first read takes the snapshot that every later read of
+// the transaction shares, and COMMIT ends it.
+void RepositorySession::performDictionaryRead(
+    const std::function<void(tvdiag::util::diagnostics&)>& fn, tvdiag::util::diagnostics& diagnostics) {
+    syncTransactionState();
+    if (connection_.isInTransaction()) return fn(diagnostics);
+    if (!run("BEGIN", "vrex:read:beginFailed", "cannot begin reading", diagnostics)) return;
+    tvdiag::util::diagnostics endErrors;  // ending a read loses nothing: its errors are not fn's
+    try {
+        fn(diagnostics);
+    } catch (...) {
+        if (connection_.isInTransaction()) run("COMMIT", "vrex:read:endFailed", "cannot end reading", endErrors);
+        throw;
+    }
+    if (connection_.isInTransaction()) run("COMMIT", "vrex:read:endFailed", "cannot end reading", endErrors);
+}
+
 // Ends a dictionary function: its work is kept (released or committed) or undone.
 void RepositorySession::leaveFunction(bool nested, const std::string& savepoint, bool keep,
                                       tvdiag::util::diagnostics& diagnostics) {
+    if (keep && !writePendingObject(diagnostics)) keep = false;
+    if (!keep) {
+        pending_.discard();
+        forgetNextIds();  // undone rows give their ids back
+    }
     --functionDepth_;
     if (!connection_.isInTransaction()) {
         // SQLite rolled everything back itself after an I/O error, a full disk or the like.
@@ -183,6 +222,10 @@ void RepositorySession::leaveFunction(bool nested, const std::string& savepoint,
 
 void RepositorySession::syncTransactionState() {
     if (explicitTransaction_ && !connection_.isInTransaction()) explicitTransaction_ = false;
+    if (!connection_.isInTransaction()) {  // rolled back with its transaction
+        pending_.discard();
+        forgetNextIds();
+    }
 }
 
 bool RepositorySession::refuseInsideFunction(const char* action,
@@ -206,10 +249,23 @@ bool RepositorySession::run(const std::string& sql, const char* identifier,
 
 // --- objects --------------------------------------------------------------------------------
 
+// Inside a transaction the new object stays pending (see PendingObject): its row is written
+// with all its properties when anything else needs the file.
 ObjectRef RepositorySession::createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics) {
     const ClassInfo* info = classOf(cls, "create an object", diagnostics);
-    if (info == nullptr || !requireWritable("create an object of " + info->name, diagnostics)) {
+    if (info == nullptr) return ObjectRef();
+    if (readOnly_) {
+        reportReadOnly("create an object of " + info->name, diagnostics);
         return ObjectRef();
+    }
+    if (!writePendingObject(diagnostics)) return ObjectRef();
+    if (holdsWriteLock()) {
+        std::int64_t id = 0;
+        if (!nextObjectId(*info, id, diagnostics)) return ObjectRef();
+        if (id > 0) {
+            pending_.start(*info, id);
+            return RefAccess::object(cls, id);
+        }
     }
     Statement* insert = statements_->insertObject(*info, diagnostics);
     if (insert == nullptr) return ObjectRef();
@@ -221,12 +277,62 @@ ObjectRef RepositorySession::createObject(const ClassRef& cls, tvdiag::util::dia
     return RefAccess::object(cls, connection_.lastInsertId());
 }
 
+// The id SQLite gives the next row of `cls` while this connection holds the write lock: the
+// largest id plus one (1 for an empty table). 0 when SQLite would pick another (the largest id
+// is the largest possible): then the object is inserted at once.
+bool RepositorySession::nextObjectId(const ClassInfo& cls, std::int64_t& id,
+                                     tvdiag::util::diagnostics& diagnostics) {
+    std::int64_t& known = nextIds_[cls.index];
+    if (known > 0) {
+        id = known++;
+        return true;
+    }
+    Statement* query = statements_->largestId(cls, diagnostics);
+    if (query == nullptr) return false;
+    Statement::Use use(*query);
+    if (query->step() != SQLITE_ROW) {
+        connection_.report(diagnostics, "vrex:object:createFailed", "cannot create an object of " + cls.name);
+        return false;
+    }
+    const std::int64_t largest = query->columnIsNull(0) ? 0 : query->columnInt64(0);
+    id = largest < std::numeric_limits<std::int64_t>::max() ? largest + 1 : 0;
+    if (id > 0 && id < std::numeric_limits<std::int64_t>::max()) known = id + 1;
+    return true;
+}
+
+// The write lock is held from the begin of an explicit transaction or an outermost dictionary
+// function (BEGIN IMMEDIATE) to its end: only then can no other process add rows meanwhile.
+bool RepositorySession::holdsWriteLock() const {
+    return (explicitTransaction_ || functionDepth_ > 0) && connection_.isInTransaction();
+}
+
+// Next ids are known only within one write transaction in which nothing was undone.
+void RepositorySession::forgetNextIds() { std::fill(nextIds_.begin(), nextIds_.end(), 0); }
+
+// Inserts the pending object's row; false when SQLite refuses it, with a diagnostic under
+// `identifier` ("cannot create an object of <class>" unless `action` says otherwise). A pending
+// object whose transaction SQLite rolled back is gone with it.
+bool RepositorySession::writePendingObject(tvdiag::util::diagnostics& diagnostics,
+                                           const char* identifier, const char* action) {
+    if (pending_.isEmpty()) return true;
+    if (!connection_.isInTransaction()) {  // SQLite rolled its transaction back by itself
+        pending_.discard();
+        return true;
+    }
+    const ClassInfo* cls = pending_.objectClass();
+    if (pending_.write(*statements_)) return true;
+    forgetNextIds();
+    connection_.report(diagnostics, identifier,
+                       action != nullptr ? std::string(action) : "cannot create an object of " + cls->name);
+    return false;
+}
+
 void RepositorySession::findObjects(const ClassRef& cls, const MatchConstraints& constraints,
                                     std::vector<ObjectRef>& result,
                                     tvdiag::util::diagnostics& diagnostics) {
     result.clear();
     const ClassInfo* info = classOf(cls, "find objects", diagnostics);
-    if (info == nullptr) return;
+    if (info == nullptr || !writePendingObject(diagnostics)) return;
     Statement* query = findStatement(*info, constraints, diagnostics);
     if (query == nullptr) return;
     Statement::Use use(*query);
@@ -285,9 +391,12 @@ bool RepositorySession::checkConstraints(const ClassInfo& cls, const MatchConstr
 void RepositorySession::setPropertyValue(const ObjectRef& object, const PropertyRef& property,
                                          const qaArray& value, tvdiag::util::diagnostics& diagnostics) {
     const PropertyInfo* info = propertyOf(object, property, "write", diagnostics);
-    if (info == nullptr || !requireWritable("write " + describe(object, *info), diagnostics)) return;
+    if (info == nullptr) return;
+    if (readOnly_) return reportReadOnly("write " + describe(object, *info), diagnostics);
     std::optional<std::string> text;
     if (!storedText(*info, value, text, diagnostics)) return;
+    if (pending_.is(*info->owner, object.id())) return pending_.set(*info, std::move(text));
+    if (!writePendingObject(diagnostics)) return;
     Statement* write = statements_->writeProperty(*info, diagnostics);
     if (write == nullptr) return;
     Statement::Use use(*write);
@@ -326,6 +435,7 @@ std::optional<std::string> RepositorySession::getStoredText(const ObjectRef& obj
 bool RepositorySession::readStoredText(const ObjectRef& object, const PropertyInfo& property,
                                        std::optional<std::string>& text,
                                        tvdiag::util::diagnostics& diagnostics) {
+    if (!writePendingObject(diagnostics)) return false;
     Statement* read = statements_->readProperty(property, diagnostics);
     if (read == nullptr) return false;
     Statement::Use use(*read);
@@ -364,13 +474,16 @@ void RepositorySession::checkIntegrity(tvdiag::util::diagnostics& diagnostics) {
 
 // --- checks and conversions -----------------------------------------------------------------
 
-const ClassInfo* RepositorySession::classOf(const ClassRef& cls, const std::string& action,
-                                            tvdiag::util::diagnostics& diagnostics) const {
+const ClassInfo* RepositorySession::classOf(const ClassRef& cls, const char* action,
+                                            tvdiag::util::diagnostics& diagnostics,
+                                            const char* actionObject) const {
     const ClassInfo* info = RefAccess::info(cls);
     if (info == nullptr) {
-        diagnostics.add("vrex:object:nullClass", "cannot " + action + ": the class is null");
+        diagnostics.add("vrex:object:nullClass",
+                        std::string("cannot ") + action + actionObject + ": the class is null");
     } else if (info->metamodel != metamodel_.get()) {
-        diagnostics.add("vrex:object:foreignClass", "cannot " + action + ": the class " + info->name +
+        diagnostics.add("vrex:object:foreignClass", std::string("cannot ") + action + actionObject +
+                                                        ": the class " + info->name +
                                                         " is not of the registry \"" + file() + "\"");
         info = nullptr;
     }
@@ -378,53 +491,52 @@ const ClassInfo* RepositorySession::classOf(const ClassRef& cls, const std::stri
 }
 
 const PropertyInfo* RepositorySession::propertyOf(const ObjectRef& object, const PropertyRef& property,
-                                                  const std::string& action,
+                                                  const char* action,
                                                   tvdiag::util::diagnostics& diagnostics) const {
-    const ClassInfo* cls = classOf(object.objectClass(), action + " a property", diagnostics);
+    const ClassInfo* cls = classOf(object.objectClass(), action, diagnostics, " a property");
     if (cls == nullptr) return nullptr;
     const PropertyInfo* info = RefAccess::info(property);
     if (info == nullptr) {
-        diagnostics.add("vrex:property:null", "cannot " + action + " a property of " + cls->name +
-                                                  ": the property is null");
+        diagnostics.add("vrex:property:null", std::string("cannot ") + action + " a property of " +
+                                                  cls->name + ": the property is null");
     } else if (info->owner != cls) {
-        diagnostics.add("vrex:property:notOfClass", "cannot " + action + " " + info->owner->name + "." +
+        diagnostics.add("vrex:property:notOfClass", std::string("cannot ") + action + " " +
+                                                        info->owner->name + "." +
                                                         info->name + " of an object of " + cls->name);
         info = nullptr;
     }
     return info;
 }
 
-bool RepositorySession::requireWritable(const std::string& action,
-                                        tvdiag::util::diagnostics& diagnostics) const {
-    if (!readOnly_) return true;
+void RepositorySession::reportReadOnly(const std::string& action,
+                                       tvdiag::util::diagnostics& diagnostics) const {
     diagnostics.add("vrex:readOnly",
                     "cannot " + action + ": the registry \"" + file() + "\" is open for reading only");
-    return false;
 }
 
 bool RepositorySession::storedText(const PropertyInfo& property, const qaArray& value,
                                    std::optional<std::string>& text,
                                    tvdiag::util::diagnostics& diagnostics) const {
-    const std::string where = property.owner->name + "." + property.name;
+    const auto where = [&property] { return property.owner->name + "." + property.name; };
     if (value.kind() == qaArray::Kind::Empty) return true;  // unsets the property
     if (property.kind == PropertyKind::Text) {
         if (value.kind() == qaArray::Kind::Char) {
             text = value.text();
             return true;
         }
-        diagnostics.add("vrex:property:wrongValue", "cannot write " + where +
+        diagnostics.add("vrex:property:wrongValue", "cannot write " + where() +
                                                         ": a text property takes a character value, not " +
                                                         value.className());
         return false;
     }
     if (value.kind() != qaArray::Kind::Object || value.numel() != 1 || value.object(0) == nullptr) {
         diagnostics.add("vrex:property:wrongValue",
-                        "cannot write " + where + ": an object property takes one object");
+                        "cannot write " + where() + ": an object property takes one object");
         return false;
     }
     if (!options_.objectCodec) {
         diagnostics.add("vrex:property:noObjectCodec",
-                        "cannot write " + where + ": no object codec is installed");
+                        "cannot write " + where() + ": no object codec is installed");
         return false;
     }
     try {
@@ -432,7 +544,7 @@ bool RepositorySession::storedText(const PropertyInfo& property, const qaArray& 
         return true;
     } catch (const std::exception& error) {
         diagnostics.add("vrex:property:encodeFailed",
-                        "cannot write " + where + ": cannot encode the " + value.className() +
+                        "cannot write " + where() + ": cannot encode the " + value.className() +
                             " object: " + error.what());
         return false;
     }
@@ -440,16 +552,16 @@ bool RepositorySession::storedText(const PropertyInfo& property, const qaArray& 
 
 qaArray RepositorySession::decodeObject(const PropertyInfo& property, const std::string& text,
                                         tvdiag::util::diagnostics& diagnostics) const {
-    const std::string where = property.owner->name + "." + property.name;
+    const auto where = [&property] { return property.owner->name + "." + property.name; };
     if (!options_.objectCodec) {
-        diagnostics.add("vrex:property:noObjectCodec", "cannot read " + where + ": no object codec is installed");
+        diagnostics.add("vrex:property:noObjectCodec", "cannot read " + where() + ": no object codec is installed");
         return qaArray();
     }
     try {
         return options_.objectCodec->decode(text);
     } catch (const std::exception& error) {
         diagnostics.add("vrex:property:decodeFailed",
-                        "cannot read " + where + ": cannot decode the stored object: " + error.what());
+                        "cannot read " + where() + ": cannot decode the stored object: " + error.what());
         return qaArray();
     }
 }

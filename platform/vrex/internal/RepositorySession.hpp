@@ -11,6 +11,7 @@
 #include "vrex/DataModelRepository.hpp"
 #include "vrex/internal/Connection.hpp"
 #include "vrex/internal/Metamodel.hpp"
+#include "vrex/internal/PendingObject.hpp"
 #include "vrex/internal/StatementCache.hpp"
 
 namespace vrex::internal {
@@ -45,6 +46,9 @@ public:
     void performDictionaryFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn,
                                    tvdiag::util::diagnostics& diagnostics);
 
+    void performDictionaryRead(const std::function<void(tvdiag::util::diagnostics&)>& fn,
+                               tvdiag::util::diagnostics& diagnostics);
+
     ObjectRef createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
     void findObjects(const ClassRef& cls, const MatchConstraints& constraints,
                      std::vector<ObjectRef>& result, tvdiag::util::diagnostics& diagnostics);
@@ -66,8 +70,7 @@ private:
     // Runs one cached statement that returns no rows; false with a diagnostic on failure.
     bool run(const std::string& sql, const char* identifier, const std::string& action,
              tvdiag::util::diagnostics& diagnostics);
-    void endTransaction(const char* sql, const char* action, const char* failure,
-                        tvdiag::util::diagnostics& diagnostics);
+    void endTransaction(bool commit, tvdiag::util::diagnostics& diagnostics);
     void leaveFunction(bool nested, const std::string& savepoint, bool keep,
                        tvdiag::util::diagnostics& diagnostics);
     // Forgets an explicit transaction that SQLite has rolled back by itself.
@@ -75,13 +78,18 @@ private:
     bool refuseInsideFunction(const char* action, tvdiag::util::diagnostics& diagnostics) const;
 
     // The metamodel part a ref stands for, or null with a diagnostic when the ref is null or
-    // belongs to another metamodel.
-    const ClassInfo* classOf(const ClassRef& cls, const std::string& action,
-                             tvdiag::util::diagnostics& diagnostics) const;
+    // belongs to another metamodel; the message says "cannot <action><actionObject>: ...".
+    const ClassInfo* classOf(const ClassRef& cls, const char* action,
+                             tvdiag::util::diagnostics& diagnostics, const char* actionObject = "") const;
     const PropertyInfo* propertyOf(const ObjectRef& object, const PropertyRef& property,
-                                   const std::string& action,
-                                   tvdiag::util::diagnostics& diagnostics) const;
-    bool requireWritable(const std::string& action, tvdiag::util::diagnostics& diagnostics) const;
+                                   const char* action, tvdiag::util::diagnostics& diagnostics) const;
+    void reportReadOnly(const std::string& action, tvdiag::util::diagnostics& diagnostics) const;
+    bool nextObjectId(const ClassInfo& cls, std::int64_t& id, tvdiag::util::diagnostics& diagnostics);
+    bool holdsWriteLock() const;
+    void forgetNextIds();
+    bool writePendingObject(tvdiag::util::diagnostics& diagnostics,
+                            const char* identifier = "vrex:object:createFailed",
+                            const char* action = nullptr);
     Statement* findStatement(const ClassInfo& cls, const MatchConstraints& constraints,
                              tvdiag::util::diagnostics& diagnostics);
     bool checkConstraints(const ClassInfo& cls, const MatchConstraints& constraints,
@@ -103,6 +111,8 @@ private:
     std::unique_ptr<StatementCache> statements_;
     bool explicitTransaction_ = false;
     int functionDepth_ = 0;  // dictionary functions running, outermost first
+    PendingObject pending_;  // a created object whose row is not written yet
+    std::vector<std::int64_t> nextIds_;  // by ClassInfo::index: the next new object's id, 0: unknown
 };
 
 }  // namespace vrex::internal

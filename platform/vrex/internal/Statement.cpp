@@ -30,6 +30,10 @@ void Statement::bindText(int index, const std::string& text) {
     sqlite3_bind_text64(statement_, index, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 
+void Statement::bindBorrowedText(int index, const std::string& text) {
+    sqlite3_bind_text64(statement_, index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
+}
+
 void Statement::bindNull(int index) { sqlite3_bind_null(statement_, index); }
 
 void Statement::bindInt64(int index, std::int64_t value) {

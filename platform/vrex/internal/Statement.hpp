@@ -26,6 +26,8 @@ public:
 
     // Parameters are numbered from 1. Text is copied by SQLite, byte for byte.
     void bindText(int index, const std::string& text);
+    // Binds `text` without a copy: it must stay unchanged until the statement is reset.
+    void bindBorrowedText(int index, const std::string& text);
     void bindNull(int index);
     void bindInt64(int index, std::int64_t value);
 

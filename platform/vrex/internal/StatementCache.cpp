@@ -19,6 +19,26 @@ Statement* StatementCache::insertObject(const ClassInfo& cls, tvdiag::util::diag
     return ready(slot, "INSERT INTO " + tableName(cls) + " DEFAULT VALUES", diagnostics);
 }
 
+Statement* StatementCache::insertWholeObject(const ClassInfo& cls,
+                                             tvdiag::util::diagnostics& diagnostics) {
+    Statement& slot = classes_[cls.index].insertWhole;
+    if (slot.isPrepared()) return &slot;
+    std::string columns = "\"_id\"";
+    std::string values = "?1";
+    for (const auto& property : cls.properties) {
+        columns += ", " + columnName(*property);
+        values += ", ?" + std::to_string(property->position + 2);
+    }
+    return ready(slot, "INSERT INTO " + tableName(cls) + " (" + columns + ") VALUES (" + values + ")",
+                 diagnostics);
+}
+
+Statement* StatementCache::largestId(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) {
+    Statement& slot = classes_[cls.index].largestId;
+    if (slot.isPrepared()) return &slot;
+    return ready(slot, "SELECT max(\"_id\") FROM " + tableName(cls), diagnostics);
+}
+
 Statement* StatementCache::listObjects(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) {
     Statement& slot = classes_[cls.index].list;
     if (slot.isPrepared()) return &slot;

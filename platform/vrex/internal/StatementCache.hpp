@@ -23,6 +23,10 @@ public:
 
     // INSERT INTO class DEFAULT VALUES
     Statement* insertObject(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics);
+    // INSERT INTO class (_id, every property in order) VALUES (?1, ?2, ...)
+    Statement* insertWholeObject(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics);
+    // SELECT max(_id) FROM class
+    Statement* largestId(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics);
     // SELECT _id FROM class ORDER BY _id
     Statement* listObjects(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics);
     // SELECT property FROM class WHERE _id = ?1
@@ -42,6 +46,8 @@ private:
     };
     struct ClassStatements {
         Statement insert;
+        Statement insertWhole;
+        Statement largestId;
         Statement list;
         std::vector<PropertyStatements> properties;
     };

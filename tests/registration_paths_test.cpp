@@ -1,0 +1,198 @@
+// The registration and look-up paths as code generators drive them, checked by their outcomes and
+// by what the dictionary file holds afterwards: one explicit transaction around many direct
+// registrations, refused merges, a dictionary class without "Name", and look-ups inside a
+// transaction.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+
+#include "shared_code_manager.hpp"
+#include "tv/TvFeature.hpp"
+
+namespace {
+
+using namespace SCM;
+namespace fs = std::filesystem;
+
+class RegistrationPaths : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string pattern = (fs::temp_directory_path() / "scm_paths_XXXXXX").string();
+        directory_ = mkdtemp(pattern.data());
+        TvFeature::setValue("UseVrexCache", 1);
+    }
+    void TearDown() override { fs::remove_all(directory_); }
+
+    std::string file(const std::string& name) const { return (directory_ / name).string(); }
+
+    // The "Data" texts of a dictionary class as the file holds them, in creation order.
+    std::string storedData(const std::string& className) const {
+        sqlite3* db = nullptr;
+        EXPECT_EQ(sqlite3_open_v2(file("registry.scm").c_str(), &db, SQLITE_OPEN_READONLY, nullptr),
+                  SQLITE_OK);
+        sqlite3_stmt* query = nullptr;
+        const std::string sql = "SELECT Data FROM \"" + className + "\" ORDER BY _id";
+        sqlite3_prepare_v2(db, sql.c_str(), -1, &query, nullptr);
+        std::string text;
+        while (sqlite3_step(query) == SQLITE_ROW) {
+            text += reinterpret_cast<const char*>(sqlite3_column_text(query, 0));
+            text += "\n";
+        }
+        sqlite3_finalize(query);
+        sqlite3_close(db);
+        return text;
+    }
+
+    // The shipped metamodel without the "Name" property of SCM_UTILITIES.
+    std::string metamodelWithoutUtilityNames() const {
+        std::ifstream shipped(getMetaModelFile());
+        std::stringstream text;
+        text << shipped.rdbuf();
+        std::string xml = text.str();
+        const std::string utilities = "<class name=\"SCM_UTILITIES\">";
+        const std::string name = "<property name=\"Name\" kind=\"text\" indexed=\"true\"/>";
+        const std::size_t at = xml.find(name, xml.find(utilities));
+        EXPECT_NE(at, std::string::npos);
+        xml.erase(at, name.size());
+        const std::string path = file("no_names.xml");
+        std::ofstream(path) << xml;
+        return path;
+    }
+
+    fs::path directory_;
+};
+
+SCMBasicUtilityData utilityRecord(const std::string& model) {
+    SCMBasicUtilityData record("rt_sat_enc", "rt_sat");
+    record.setName("rt_sat");
+    record.addModelName(model);
+    return record;
+}
+
+TEST_F(RegistrationPaths, OneTransactionRegistersMergesAndRefuses) {
+    SCMBasicUtilityIdentity utility("rt_sat");
+    SCMSharedFunctionIdentity function(1, 2, 3, 4);
+    {
+        SharedCodeManagerInterface registry(file("registry.scm"));
+        SCMDataAdapter* adapter = registry.getDataAdapter();
+        ASSERT_TRUE(adapter->beginTransaction());
+        SCMBasicUtilityData first = utilityRecord("model_a");
+        SCMBasicUtilityData second = utilityRecord("model_b");
+        SCMSharedFunctionData add("add", "add.c");
+        SCMSharedFunctionData other("other", "other.c");
+        EXPECT_EQ(registry.registerDataInTransaction(&utility, &first), IS_REGISTERED);
+        EXPECT_EQ(registry.registerDataInTransaction(&utility, &second), IS_PRESENT_UPDATE);
+        EXPECT_EQ(registry.registerDataInTransaction(&function, &add), IS_REGISTERED);
+        EXPECT_EQ(registry.registerDataInTransaction(&function, &other), IS_PRESENT_ERROR);
+        std::unique_ptr<SCMData> seen(registry.retrieveData(&utility));  // inside the transaction
+        ASSERT_NE(seen, nullptr);
+        EXPECT_EQ(static_cast<SCMBasicUtilityData&>(*seen).getModelNames().size(), 2u);
+        EXPECT_TRUE(adapter->endTransaction());
+    }
+    SharedCodeManagerInterface reopened(file("registry.scm"));
+    std::unique_ptr<SCMData> merged(reopened.retrieveData(&utility));
+    ASSERT_NE(merged, nullptr);
+    EXPECT_EQ(static_cast<SCMBasicUtilityData&>(*merged).getModelNames(),
+              (std::vector<std::string>{"model_a", "model_b"}));
+    std::unique_ptr<SCMData> kept(reopened.retrieveData(&function));
+    ASSERT_NE(kept, nullptr);
+    EXPECT_EQ(static_cast<SCMSharedFunctionData&>(*kept).getFunctionName(), "add");
+    std::vector<SCMData*> all = reopened.retrieveAllData(SCM_UTILITIES);
+    EXPECT_EQ(all.size(), 1u);
+    for (SCMData* record : all) delete record;
+}
+
+TEST_F(RegistrationPaths, ARefusedMergeLeavesTheStoredTextAsItWas) {
+    SCMSharedFunctionIdentity function(5, 6, 7, 8);
+    SCMSharedFunctionData add("add", "add.c");
+    SCMSharedFunctionData other("other", "other.c");
+    SharedCodeManagerInterface registry(file("registry.scm"));
+    ASSERT_EQ(registry.registerDataInTransaction(&function, &add), IS_REGISTERED);
+    const std::string before = storedData("SCM_SHARED_FUNCTIONS");
+    EXPECT_EQ(registry.registerDataInTransaction(&function, &other), IS_PRESENT_ERROR);
+    EXPECT_EQ(registry.registerData(&function, &other), WILL_BE_REGISTERED);
+    EXPECT_EQ(registry.finalize(), IS_REGISTERED);
+    EXPECT_EQ(storedData("SCM_SHARED_FUNCTIONS"), before);
+}
+
+TEST_F(RegistrationPaths, AClassWithoutNameTakesEntriesOnBothRoads) {
+    SharedCodeManagerInterface registry;
+    registry.setDataAdapter(new SCMVrexDataAdapter(file("registry.scm"), metamodelWithoutUtilityNames()));
+    ASSERT_TRUE(registry.getDataAdapter()->doesExist());
+    SCMBasicUtilityIdentity direct("rt_direct");
+    SCMBasicUtilityIdentity cached("rt_cached");
+    SCMBasicUtilityData record = utilityRecord("model_a");
+    EXPECT_EQ(registry.registerDataInTransaction(&direct, &record), IS_REGISTERED);
+    EXPECT_EQ(registry.registerData(&cached, &record), WILL_BE_REGISTERED);
+    EXPECT_EQ(registry.finalize(), IS_REGISTERED);
+
+    std::unique_ptr<SCMData> stored(registry.retrieveData(&cached));
+    EXPECT_NE(stored, nullptr);
+    EXPECT_EQ(registry.retrieveDataForName(SCM_UTILITIES, "rt_sat"), nullptr) << "no names stored";
+    EXPECT_EQ(registry.retrieveIdentityForName(SCM_UTILITIES, "rt_sat"), nullptr);
+    std::vector<SCMData*> all = registry.retrieveAllData(SCM_UTILITIES);
+    EXPECT_EQ(all.size(), 2u);
+    for (SCMData* record : all) delete record;
+    // The other categories keep their names.
+    SCMSharedFunctionIdentity function(1, 1, 1, 1);
+    SCMSharedFunctionData add("add", "add.c");
+    add.setName("add");
+    EXPECT_EQ(registry.registerDataInTransaction(&function, &add), IS_REGISTERED);
+    std::unique_ptr<SCMData> named(registry.retrieveDataForName(SCM_SHARED_FUNCTIONS, "add"));
+    EXPECT_NE(named, nullptr);
+}
+
+// An identity whose getTypeString() names another class than its category's.
+class RelabelledIdentity : public SCMBasicUtilityIdentity {
+public:
+    RelabelledIdentity(const std::string& identifier, std::string className)
+        : SCMBasicUtilityIdentity(identifier), className_(std::move(className)) {}
+    std::string getTypeString() const override { return className_; }
+    SCMIdentity* clone() const override { return new RelabelledIdentity(*this); }
+
+private:
+    std::string className_;
+};
+
+TEST_F(RegistrationPaths, EntriesGoToTheClassTheIdentityNames) {
+    SharedCodeManagerInterface registry(file("registry.scm"));
+    RelabelledIdentity direct("rt_direct", "SCM_OTHER");
+    RelabelledIdentity cached("rt_cached", "SCM_OTHER");
+    RelabelledIdentity nowhere("rt_nowhere", "NO_SUCH_CLASS");
+    SCMBasicUtilityData record = utilityRecord("model_a");
+    EXPECT_EQ(registry.registerDataInTransaction(&direct, &record), IS_REGISTERED);
+    EXPECT_EQ(registry.registerData(&cached, &record), WILL_BE_REGISTERED);
+    EXPECT_EQ(registry.finalize(), IS_REGISTERED);
+    EXPECT_EQ(registry.registerDataInTransaction(&nowhere, &record), IS_TRANSACTION_ERROR);
+
+    auto* adapter = static_cast<SCMVrexDataAdapter*>(registry.getDataAdapter());
+    EXPECT_EQ(adapter->getAllChildren(SCM_OTHER).size(), 2u);
+    EXPECT_EQ(adapter->getAllChildren(SCM_UTILITIES).size(), 0u);
+    std::unique_ptr<SCMData> stored(registry.retrieveData(&cached));
+    EXPECT_NE(stored, nullptr);
+    EXPECT_EQ(registry.retrieveData(&nowhere), nullptr);
+}
+
+TEST_F(RegistrationPaths, NameLookUpsReturnBothHalvesOfTheFirstMatch) {
+    SharedCodeManagerInterface registry(file("registry.scm"));
+    SCMBasicUtilityIdentity utility("rt_sat");
+    SCMBasicUtilityData record = utilityRecord("model_a");
+    ASSERT_EQ(registry.registerDataInTransaction(&utility, &record), IS_REGISTERED);
+    const SCMIdentityDataPair found = registry.retrieveIdentityAndDataForName(SCM_UTILITIES, "rt_sat");
+    std::unique_ptr<SCMIdentity> identity(found.first);
+    std::unique_ptr<SCMData> data(found.second);
+    ASSERT_NE(identity, nullptr);
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ(identity->getChecksum(), utility.getChecksum());
+    EXPECT_EQ(data->getName(), "rt_sat");
+    const SCMIdentityDataPair none = registry.retrieveIdentityAndDataForName(SCM_UTILITIES, "none");
+    EXPECT_EQ(none.first, nullptr);
+    EXPECT_EQ(none.second, nullptr);
+}
+
+}  // namespace
