@@ -1,5 +1,6 @@
 #include "reliability/RegistryCheck.hpp"
 
+#include "StoredObjects.hpp"
 #include "vrex/DataModelRepository.hpp"
 #include "vrex/Utf16.hpp"
 
@@ -8,15 +9,6 @@ namespace reliability {
 using namespace SCM;
 
 namespace {
-
-// The object a stored value holds when it is a T; null otherwise. The caller owns it.
-template <typename T>
-std::unique_ptr<T> take(const qaArray& value, const char* className) {
-    std::unique_ptr<tv::mi::Handle> handle(tv::mi::Handle::releaseFromScriptValue(value, className));
-    T* object = dynamic_cast<T*>(handle.get());
-    if (object != nullptr) handle.release();
-    return std::unique_ptr<T>(object);
-}
 
 class Checker {
 public:
@@ -54,12 +46,10 @@ private:
         const qaArray checksum =
             repository.getPropertyValue(object, entryClass.findProperty("Checksum"), diagnostics);
         if (checksum.kind() == qaArray::Kind::Char) entry.checksum = checksum.text();
-        entry.identity = take<SCMIdentity>(
-            repository.getPropertyValue(object, entryClass.findProperty("Identity"), diagnostics),
-            "SharedCodeManager.Identity");
-        entry.data = take<SCMData>(
-            repository.getPropertyValue(object, entryClass.findProperty("Data"), diagnostics),
-            "SharedCodeManager.Data");
+        entry.identity = takeStoredIdentity(
+            repository.getPropertyValue(object, entryClass.findProperty("Identity"), diagnostics));
+        entry.data =
+            takeStoredData(repository.getPropertyValue(object, entryClass.findProperty("Data"), diagnostics));
         const qaArray name = repository.getPropertyValue(object, entryClass.findProperty("Name"), diagnostics);
         name_ = name.kind() == qaArray::Kind::Char ? name.text() : std::string();
         return entry;
