@@ -3,7 +3,8 @@
 // it returns. After each kill the registry must open, pass the integrity check, and hold every
 // acknowledged direct-road registration with its merged content; of the registration that was
 // running at the kill, all or nothing. Cached registrations count only once a batch write has
-// returned (the 51st entry); a batch is written whole or not at all.
+// returned (the 51st entry); a batch is written whole or not at all. Before that, children are
+// killed while they make the registry file, which must then open all the same.
 //
 //   crash_registry [--kills K] [--seed S] [--keys M] [--file PATH]
 //
@@ -208,6 +209,34 @@ RoundResult runRound(const Settings& settings, unsigned round, unsigned delayMic
     return result;
 }
 
+// Kills a child while it makes a new registry, `rounds` times: each time the registry that was
+// cut short must open and check sound. The number of failures.
+unsigned killWhileCreating(const std::string& file, unsigned rounds, std::mt19937& random) {
+    std::uniform_int_distribution<unsigned> delay(0, 25000);  // microseconds: making takes some ms
+    unsigned failures = 0, killed = 0;
+    for (unsigned round = 0; round < rounds; ++round) {
+        for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(file + suffix);
+        const pid_t child = fork();
+        if (child == 0) {
+            { SharedCodeManagerInterface registry(file); }
+            _exit(0);
+        }
+        usleep(delay(random));
+        kill(child, SIGKILL);
+        int status = 0;
+        waitpid(child, &status, 0);
+        killed += WIFSIGNALED(status);
+        const bool opens = SharedCodeManagerInterface(file).getDataAdapter()->doesExist();
+        const RegistryContents contents = checkRegistry(file);
+        if (!opens || !contents.sound()) {
+            std::cout << "creation round " << round << ": the registry cut short does not open sound\n";
+            ++failures;
+        }
+    }
+    std::printf("kills while making a new registry: %u of %u rounds\n", killed, rounds);
+    return failures;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -223,12 +252,12 @@ int main(int argc, char** argv) {
     }
     std::cout << "crash: " << settings.kills << " kills, seed " << settings.seed << ", " << settings.file
               << std::endl;
-    { SharedCodeManagerInterface create(settings.file); }
-
     std::mt19937 random(settings.seed);
+    unsigned failures = killWhileCreating(settings.file, settings.kills / 4 + 1, random);
+
     std::uniform_int_distribution<unsigned> delay(0, 40000);  // microseconds after the fork
     Expectation expectation(settings);
-    unsigned kills = 0, failures = 0, reports = 0, earlyKills = 0;
+    unsigned kills = 0, reports = 0, earlyKills = 0;
     const auto started = Clock::now();
     for (unsigned round = 0; kills < settings.kills && round < 2 * settings.kills + 10; ++round) {
         const RoundResult result = runRound(settings, round, delay(random), expectation);
