@@ -271,7 +271,9 @@ int main(int argc, char** argv) {
             break;
         }
         const RegistryContents contents = checkRegistry(settings.file);
-        for (const std::string& problem : contents.problems) std::cout << "round " << round << ": " << problem << '\n';
+        for (const std::string& problem : contents.problems) {
+            std::cout << "round " << round << ": " << problem << '\n';
+        }
         failures += !contents.sound() + expectation.verify(round, contents);
     }
     const double seconds = std::chrono::duration<double>(Clock::now() - started).count();

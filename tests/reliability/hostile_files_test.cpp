@@ -4,7 +4,6 @@
 // child process, which drops its privileges where permissions must bind.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sqlite3.h>
 #include <sys/wait.h>

@@ -157,13 +157,20 @@ bool runPart(const char* title, const std::function<bool(const std::string&)>& p
 }  // namespace
 
 int main(int argc, char** argv) {
-    const auto entries = static_cast<unsigned>(reliability::optionNumber(argc, argv, "--entries", 1000000));
-    const auto traces = static_cast<unsigned>(reliability::optionNumber(argc, argv, "--traces", 100000));
-    const auto mebibytes = static_cast<unsigned>(reliability::optionNumber(argc, argv, "--definition-mib", 10));
-    const auto growth = static_cast<long>(reliability::optionNumber(argc, argv, "--growth-mib", 64));
-    bool held = runPart("definition text", [&](const std::string& f) { return largeDefinition(f, mebibytes); });
-    held = runPart("traceability entries", [&](const std::string& f) { return manyTraces(f, traces); }) && held;
-    held = runPart("entries in one category", [&](const std::string& f) { return millionEntries(f, entries, growth); }) && held;
+    using reliability::optionNumber;
+    const auto entries = static_cast<unsigned>(optionNumber(argc, argv, "--entries", 1000000));
+    const auto traces = static_cast<unsigned>(optionNumber(argc, argv, "--traces", 100000));
+    const auto mebibytes = static_cast<unsigned>(optionNumber(argc, argv, "--definition-mib", 10));
+    const auto growth = static_cast<long>(optionNumber(argc, argv, "--growth-mib", 64));
+    bool held = runPart("definition text", [&](const std::string& file) {
+        return largeDefinition(file, mebibytes);
+    });
+    held = runPart("traceability entries", [&](const std::string& file) {
+        return manyTraces(file, traces);
+    }) && held;
+    held = runPart("entries in one category", [&](const std::string& file) {
+        return millionEntries(file, entries, growth);
+    }) && held;
     std::cout << (held ? "large inputs: everything held" : "large inputs: FAILED") << std::endl;
     return held ? 0 : 1;
 }
