@@ -212,7 +212,7 @@ RoundResult runRound(const Settings& settings, unsigned round, unsigned delayMic
 // Kills a child while it makes a new registry, `rounds` times: each time the registry that was
 // cut short must open and check sound. The number of failures.
 unsigned killWhileCreating(const std::string& file, unsigned rounds, std::mt19937& random) {
-    std::uniform_int_distribution<unsigned> delay(0, 25000);  // microseconds: making takes some ms
+    std::uniform_int_distribution<unsigned> delay(0, 10000);  // microseconds: making takes a few ms
     unsigned failures = 0, killed = 0;
     for (unsigned round = 0; round < rounds; ++round) {
         for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(file + suffix);
@@ -229,7 +229,9 @@ unsigned killWhileCreating(const std::string& file, unsigned rounds, std::mt1993
         const bool opens = SharedCodeManagerInterface(file).getDataAdapter()->doesExist();
         const RegistryContents contents = checkRegistry(file);
         if (!opens || !contents.sound()) {
-            std::cout << "creation round " << round << ": the registry cut short does not open sound\n";
+            std::cout << "creation round " << round << ": the registry cut short does not open sound"
+                      << (opens ? "" : " (the facade cannot open it)") << '\n';
+            for (const std::string& problem : contents.problems) std::cout << "  " << problem << '\n';
             ++failures;
         }
     }

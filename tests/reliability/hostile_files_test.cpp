@@ -17,7 +17,9 @@
 #include <random>
 #include <sstream>
 
+#include "reliability/RegistryCheck.hpp"
 #include "reliability/Workload.hpp"
+#include "vrex/internal/RegistryFileProbe.hpp"
 
 namespace {
 
@@ -330,6 +332,39 @@ TEST(HostileFileRegression, TablesAndIndexesDroppedBehindTheRegistrysBackAreMade
     }
     EXPECT_GT(rootPage(file, "SCM_UTILITIES"), 0);
     EXPECT_GT(rootPage(file, "index:SCM_SHARED_FUNCTIONS.Checksum"), 0);
+    fs::remove_all(directory);
+}
+
+// The state a process killed while it stamped a new registry leaves: the stamp is in the file,
+// but a hot rollback journal says the file was empty before. A rollback journal header for an
+// empty database with no page records: magic, record count, nonce, pages before, sector and
+// page size, padded to one sector.
+void writeJournalOfAnEmptyFile(const std::string& file) {
+    std::string header(512, '\0');
+    const unsigned char start[28] = {0xd9, 0xd5, 0x05, 0xf9, 0x20, 0xa1, 0x63, 0xd7, 0, 0, 0, 0, 0, 0,
+                                     0, 1,    0,    0,    0,    0,    0,    0,    2, 0, 0, 0, 16, 0};
+    header.replace(0, sizeof start, reinterpret_cast<const char*>(start), sizeof start);
+    writeBytes(file + "-journal", header);
+}
+
+// A kill while a new registry was stamped left it stamped in the file but empty once SQLite rolled
+// the stamp back; the next open made the tables without the stamp, and every later open refused
+// the file as another program's database.
+TEST(HostileFileRegression, ARegistryWhoseStampWasRolledBackIsStampedWithItsTables) {
+    std::string pattern = (fs::temp_directory_path() / "scm_stamp_XXXXXX").string();
+    const std::string directory = mkdtemp(pattern.data());
+    const std::string file = directory + "/registry.scm";
+    runSql(file, "PRAGMA page_size = 4096; PRAGMA application_id = " +
+                     std::to_string(vrex::internal::RegistryFileProbe::kApplicationId));
+    ASSERT_EQ(fs::file_size(file), 4096u);
+    writeJournalOfAnEmptyFile(file);
+
+    for (int open = 0; open < 2; ++open) {
+        SharedCodeManagerInterface registry(file);
+        EXPECT_TRUE(registry.getDataAdapter()->doesExist()) << "open " << open;
+    }
+    const RegistryContents contents = checkRegistry(file);
+    EXPECT_TRUE(contents.sound()) << (contents.problems.empty() ? "" : contents.problems[0]);
     fs::remove_all(directory);
 }
 

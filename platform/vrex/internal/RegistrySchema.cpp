@@ -262,8 +262,12 @@ bool RegistrySchema::apply(const Plan& plan, tvdiag::util::diagnostics& diagnost
     return true;
 }
 
+// Stamps the file again in the same transaction: a kill while a new file was stamped may have
+// left the stamp to be rolled back when the file is next opened.
 bool RegistrySchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
-    if (!run("CREATE TABLE \"_vrex_registry\" (key TEXT PRIMARY KEY, value TEXT NOT NULL)",
+    if (!run("PRAGMA application_id = " + std::to_string(RegistryFileProbe::kApplicationId),
+             "cannot stamp the registry", diagnostics) ||
+        !run("CREATE TABLE \"_vrex_registry\" (key TEXT PRIMARY KEY, value TEXT NOT NULL)",
              "cannot create the registry header", diagnostics) ||
         !run("CREATE TABLE \"_vrex_catalogue\" (class TEXT NOT NULL COLLATE NOCASE, "
              "property TEXT NOT NULL COLLATE NOCASE, kind TEXT NOT NULL, indexed INTEGER NOT NULL, "
