@@ -160,6 +160,9 @@ struct FourElementCase {
     std::function<void(SCMIdentity&, unsigned)> setElement1;
 };
 
+// Printed by name: GoogleTest would otherwise dump the bytes, padding included.
+std::ostream& operator<<(std::ostream& out, const FourElementCase& c) { return out << c.publishedName; }
+
 template <typename T>
 FourElementCase fourElementCase(const char* name, SCMTypes category) {
     return {name, category, [] { return new T(); },

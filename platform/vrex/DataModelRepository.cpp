@@ -1,5 +1,9 @@
 #include "vrex/DataModelRepository.hpp"
 
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
 #include "vrex/Utf16.hpp"
 #include "vrex/internal/MetamodelReader.hpp"
 #include "vrex/internal/RefAccess.hpp"
@@ -28,6 +32,17 @@ std::string plainFileName(const std::string& file) {
     return file;
 }
 
+// The milliseconds in SCM_BUSY_TIMEOUT_MS, or `fallback` when it is unset or not a number.
+int busyTimeoutFromEnvironment(int fallback) {
+    const char* text = std::getenv("SCM_BUSY_TIMEOUT_MS");
+    if (text == nullptr || *text == '\0') return fallback;
+    char* end = nullptr;
+    errno = 0;
+    const long value = std::strtol(text, &end, 10);
+    if (*end != '\0' || errno != 0 || value < 0 || value > INT_MAX) return fallback;
+    return static_cast<int>(value);
+}
+
 void reportClosed(tvdiag::util::diagnostics& diagnostics, const char* action) {
     diagnostics.add("vrex:notOpen", std::string("cannot ") + action + ": the repository is not open");
 }
@@ -37,6 +52,7 @@ void reportClosed(tvdiag::util::diagnostics& diagnostics, const char* action) {
 DataModelRepository::Options DataModelRepository::defaultOptions() {
     Options options;
     options.objectCodec = defaultObjectCodec();
+    options.busyTimeoutMs = busyTimeoutFromEnvironment(options.busyTimeoutMs);
     return options;
 }
 

@@ -54,6 +54,8 @@ public:
     struct Options {
         // How long an operation waits for another process's lock before it fails with
         // "database is locked". Default 60 s: parallel code generation holds locks briefly.
+        // defaultOptions() takes it from the environment variable SCM_BUSY_TIMEOUT_MS when that
+        // holds a number of milliseconds.
         int busyTimeoutMs = 60000;
         Durability durability = Durability::Normal;
         // Open for reading only: writes and metamodel additions fail with diagnostics. A file the
@@ -63,7 +65,8 @@ public:
         std::shared_ptr<const ObjectCodec> objectCodec;
     };
 
-    // The options above with objectCodec = defaultObjectCodec().
+    // The options above with objectCodec = defaultObjectCodec() and the busy timeout of
+    // SCM_BUSY_TIMEOUT_MS, when set.
     static Options defaultOptions();
 
     DataModelRepository();

@@ -2,6 +2,9 @@
 
 #include <sqlite3.h>
 
+#include <iterator>
+#include <set>
+
 #include "vrex/internal/RegistryFileProbe.hpp"
 #include "vrex/internal/SqlNames.hpp"
 #include "vrex/internal/Statement.hpp"
@@ -172,6 +175,47 @@ bool RegistrySchema::readCatalogue(Catalogue& catalogue, tvdiag::util::diagnosti
         reportFailure(rc, "cannot read the registry catalogue", diagnostics);
         return false;
     }
+    return keepWhatExists(catalogue, diagnostics);
+}
+
+// Drops from `catalogue` the tables and columns the file does not hold, and marks as unindexed
+// the properties whose index is gone, so that what was removed behind the registry's back is
+// made again like any part the file lacks.
+bool RegistrySchema::keepWhatExists(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) {
+    std::map<std::string, std::set<std::string>> columns;
+    std::set<std::string> indexes;
+    Statement statement;
+    int rc = statement.prepare(connection_.handle(),
+                               "SELECT m.type, m.name, p.name FROM sqlite_master AS m "
+                               "LEFT JOIN pragma_table_info(m.name) AS p ON m.type = 'table' "
+                               "WHERE m.type IN ('table', 'index')");
+    while (rc == SQLITE_OK || rc == SQLITE_ROW) {
+        rc = statement.step();
+        if (rc != SQLITE_ROW) break;
+        const std::string name = asciiLowercase(statement.columnText(1));
+        if (statement.columnText(0) == "index") {
+            indexes.insert(name);
+        } else {
+            columns[name].insert(asciiLowercase(statement.columnText(2)));
+        }
+    }
+    if (rc != SQLITE_DONE) {
+        reportFailure(rc, "cannot read the registry's tables", diagnostics);
+        return false;
+    }
+    for (auto cls = catalogue.begin(); cls != catalogue.end();) {
+        const auto& held = columns[cls->first];
+        for (auto property = cls->second.begin(); property != cls->second.end();) {
+            if (held.count(property->first) == 0) {
+                property = cls->second.erase(property);
+                continue;
+            }
+            const std::string index = "index:" + cls->first + "." + property->first;
+            property->second.indexed = property->second.indexed && indexes.count(index) != 0;
+            ++property;
+        }
+        cls = cls->second.empty() ? catalogue.erase(cls) : std::next(cls);
+    }
     return true;
 }
 
@@ -218,8 +262,12 @@ bool RegistrySchema::apply(const Plan& plan, tvdiag::util::diagnostics& diagnost
     return true;
 }
 
+// Stamps the file again in the same transaction: a kill while a new file was stamped may have
+// left the stamp to be rolled back when the file is next opened.
 bool RegistrySchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
-    if (!run("CREATE TABLE \"_vrex_registry\" (key TEXT PRIMARY KEY, value TEXT NOT NULL)",
+    if (!run("PRAGMA application_id = " + std::to_string(RegistryFileProbe::kApplicationId),
+             "cannot stamp the registry", diagnostics) ||
+        !run("CREATE TABLE \"_vrex_registry\" (key TEXT PRIMARY KEY, value TEXT NOT NULL)",
              "cannot create the registry header", diagnostics) ||
         !run("CREATE TABLE \"_vrex_catalogue\" (class TEXT NOT NULL COLLATE NOCASE, "
              "property TEXT NOT NULL COLLATE NOCASE, kind TEXT NOT NULL, indexed INTEGER NOT NULL, "

@@ -18,7 +18,8 @@ namespace vrex::internal {
 //                     description, "metamodelFile" its path then);
 //   "_vrex_catalogue" (class, property, kind, indexed): every class and property the file holds.
 // On a file made with another metamodel, missing classes, properties and indexes are added;
-// others are kept; a property whose kind differs is refused.
+// others are kept; a property whose kind differs is refused. A table, column or index that the
+// catalogue lists but the file lacks (dropped by another program) counts as missing too.
 class RegistrySchema {
 public:
     // Stored in files: never change.
@@ -58,6 +59,7 @@ private:
     bool inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics);
     bool inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagnostics);
     bool readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
+    bool keepWhatExists(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
     bool compare(const Catalogue& catalogue, Plan& plan, tvdiag::util::diagnostics& diagnostics);
     bool apply(const Plan& plan, tvdiag::util::diagnostics& diagnostics);
     bool createHeader(tvdiag::util::diagnostics& diagnostics);
