@@ -86,6 +86,14 @@ TEST_F(ManifestLineTest, EachWayALineCanBeWrongSaysWhat) {
               0u);
 }
 
+// A number too large for any integer made the JSON parser throw an error of another kind than a
+// syntax error, which escaped the reader and ended `scm register` (found by fuzzing).
+TEST_F(ManifestLineTest, RegressionNumberOutOfRangeIsAProblemNotACrash) {
+    const std::string problem = problemOf(
+        "{\"identity\": {\"class\": \"SharedConstantsIdentity\", \"ChecksumElement2\": 21e999}}");
+    EXPECT_EQ(problem.rfind("not valid JSON", 0), 0u) << problem;
+}
+
 // The examples of docs/manifest.md, each joined into one line, are entries.
 TEST_F(ManifestLineTest, TheDocumentedExamplesAreEntries) {
     std::ifstream document(SCM_MANIFEST_DOCUMENT);

@@ -61,7 +61,7 @@ bool parseManifestLine(const std::string& line, OwnedEntry& entry, std::string& 
     Json parsed;
     try {
         parsed = Json::parse(line);
-    } catch (const Json::parse_error& error) {
+    } catch (const Json::exception& error) {  // a syntax error, or a number out of range
         problem = "not valid JSON " + parseProblem(error.what());
         return false;
     }
