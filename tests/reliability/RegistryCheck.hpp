@@ -1,8 +1,9 @@
 #pragma once
 
-// The integrity check of a registry file: every object decodes, every stored checksum equals the
-// one its identity computes, no two objects of a class share a checksum, and each object's "Name"
-// is its record's name.
+// The integrity check of a registry file, the one `scm check` runs (SCMVrexDataAdapter::
+// checkEntries: the file's structure, every object decodes, every stored checksum equals the one
+// its identity computes, no two objects of a class share a checksum, each "Name" is its record's
+// name), and the entries the file holds, for comparing with what was acknowledged.
 
 #include <map>
 #include <memory>
@@ -33,8 +34,8 @@ struct RegistryContents {
     const SCM::SCMData* find(SCM::SCMIdentity& identity) const;
 };
 
-// Opens `file` with the installed metamodel and reads and checks every object of the package
-// "SCM". Never throws for a bad file: an open that fails gives opened = false.
+// Opens `file` with the installed metamodel, checks it and reads every entry. Never throws for a
+// bad file: an open that fails gives opened = false.
 RegistryContents checkRegistry(const std::string& file);
 
 }  // namespace reliability
