@@ -9,6 +9,7 @@
 #include "vrex/internal/RefAccess.hpp"
 #include "vrex/internal/RegistryFileProbe.hpp"
 #include "vrex/internal/RepositorySession.hpp"
+#include "vrex/internal/SqliteDriver.hpp"
 
 namespace vrex {
 
@@ -87,7 +88,9 @@ void DataModelRepository::open(const std::u16string& dictionaryFile, const std::
                         "cannot open \"" + file + "\" for reading: it is not a registry yet");
         return;
     }
-    session_ = internal::RepositorySession::open(path, std::move(metamodel), options, create, diagnostics);
+    auto driver = internal::SqliteDriver::open(path, *metamodel, options, create, diagnostics);
+    if (!driver) return;
+    session_ = std::make_shared<internal::RepositorySession>(std::move(driver), std::move(metamodel), options);
 }
 
 bool DataModelRepository::isOpen() const { return session_ != nullptr; }

@@ -1,8 +1,6 @@
 #include "vrex/internal/PendingObject.hpp"
 
-#include <sqlite3.h>
-
-#include "vrex/internal/StatementCache.hpp"
+#include "vrex/internal/Driver.hpp"
 
 namespace vrex::internal {
 
@@ -16,18 +14,10 @@ void PendingObject::set(const PropertyInfo& property, std::optional<std::string>
     texts_[property.position] = std::move(text);
 }
 
-bool PendingObject::write(StatementCache& statements) {
+bool PendingObject::write(Driver& driver) {
     const ClassInfo& cls = *cls_;
     cls_ = nullptr;
-    tvdiag::util::diagnostics ignored;  // a failed prepare leaves its error on the connection
-    Statement* insert = statements.insertWholeObject(cls, ignored);
-    if (insert == nullptr) return false;
-    Statement::Use use(*insert);
-    insert->bindInt64(1, id_);
-    for (std::size_t i = 0; i < texts_.size(); ++i) {
-        if (texts_[i]) insert->bindBorrowedText(static_cast<int>(i + 2), *texts_[i]);
-    }
-    return insert->step() == SQLITE_DONE;
+    return driver.insertWholeObject(cls, id_, texts_);
 }
 
 void PendingObject::discard() { cls_ = nullptr; }

@@ -9,11 +9,11 @@
 
 namespace vrex::internal {
 
-class StatementCache;
+class Driver;
 
 // A new object whose row is not written yet. Inside a write transaction, creating an object and
 // then writing its properties one by one would cost an INSERT and an UPDATE per property; the
-// repository instead keeps the object's id (the one SQLite would give it: the class's largest id
+// repository instead keeps the object's id (the one the engine would give it: the class's largest id
 // plus one, read under the write lock) and its property texts here, and inserts the whole row at
 // once when anything else needs the file (RepositorySession says when). At most one object is
 // pending at a time.
@@ -27,9 +27,9 @@ public:
     void start(const ClassInfo& cls, std::int64_t id);
     // The stored text of one property; nullopt unsets it.
     void set(const PropertyInfo& property, std::optional<std::string> text);
-    // Inserts the row and forgets the object. False when SQLite refused (the object is forgotten
-    // all the same; the connection's error says why).
-    bool write(StatementCache& statements);
+    // Inserts the row and forgets the object. False when the engine refused (the object is
+    // forgotten all the same; the driver's report says why).
+    bool write(Driver& driver);
     // Forgets the object without writing it (its transaction is being rolled back).
     void discard();
 

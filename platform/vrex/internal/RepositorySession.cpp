@@ -1,15 +1,10 @@
 #include "vrex/internal/RepositorySession.hpp"
 
-#include <sqlite3.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <exception>
 #include <limits>
 
 #include "vrex/internal/RefAccess.hpp"
-#include "vrex/internal/RegistrySchema.hpp"
-#include "vrex/internal/SqlNames.hpp"
 
 namespace vrex::internal {
 
@@ -19,77 +14,22 @@ std::string savepointName(int depth) { return "vrex_function_" + std::to_string(
 
 }  // namespace
 
-std::shared_ptr<RepositorySession> RepositorySession::open(const std::string& file,
-                                                           std::shared_ptr<const Metamodel> metamodel,
-                                                           const Options& options, bool create,
-                                                           tvdiag::util::diagnostics& diagnostics) {
-    // A file this process may not write opens for reading.
-    bool readOnly = options.readOnly || (!create && ::access(file.c_str(), W_OK) != 0);
-    std::shared_ptr<RepositorySession> session(
-        new RepositorySession(std::move(metamodel), options, readOnly));
-    if (!session->connect(file, create, diagnostics)) return nullptr;
-    return session;
-}
-
-RepositorySession::RepositorySession(std::shared_ptr<const Metamodel> metamodel,
-                                     const Options& options, bool readOnly)
-    : metamodel_(std::move(metamodel)), options_(options), readOnly_(readOnly) {}
+RepositorySession::RepositorySession(std::unique_ptr<Driver> driver,
+                                     std::shared_ptr<const Metamodel> metamodel, const Options& options)
+    : driver_(std::move(driver)),
+      metamodel_(std::move(metamodel)),
+      options_(options),
+      readOnly_(driver_->isReadOnly()),
+      nextIds_(metamodel_->classes().size(), 0) {}
 
 RepositorySession::~RepositorySession() { close(); }
 
-bool RepositorySession::connect(const std::string& file, bool create,
-                                tvdiag::util::diagnostics& diagnostics) {
-    int flags = SQLITE_OPEN_NOMUTEX |
-                (readOnly_ ? SQLITE_OPEN_READONLY
-                           : SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0));
-    if (connection_.open(file, flags) != SQLITE_OK) {
-        connection_.report(diagnostics, create ? "vrex:open:cannotCreate" : "vrex:open:sqliteError",
-                           create ? "cannot create the file" : "cannot open the file");
-        return false;
-    }
-    connection_.setBusyTimeout(options_.busyTimeoutMs);
-    RegistrySchema schema(connection_, *metamodel_);
-    if ((create && !schema.stampNewFile(diagnostics)) || !configure(diagnostics) ||
-        !schema.prepare(readOnly_, diagnostics)) {
-        connection_.close();
-        return false;
-    }
-    statements_ = std::make_unique<StatementCache>(connection_, *metamodel_);
-    nextIds_.assign(metamodel_->classes().size(), 0);
-    return true;
-}
-
-// Write-ahead logging lets readers go on while one process writes. With it, synchronous=NORMAL
-// keeps every committed transaction across a crash of the process (the log is written before
-// the commit returns); only a power loss or operating-system crash can lose the last commits,
-// and never corrupts the file. FULL also syncs the log at each commit.
-bool RepositorySession::configure(tvdiag::util::diagnostics& diagnostics) {
-    std::string mode;
-    if (!readOnly_) {
-        int rc = connection_.queryText("PRAGMA journal_mode = WAL", mode);
-        if (rc != SQLITE_OK || mode != "wal") {
-            connection_.report(diagnostics, "vrex:open:sqliteError", "cannot switch to write-ahead logging");
-            return false;
-        }
-    }
-    const char* synchronous = options_.durability == DataModelRepository::Durability::Full
-                                  ? "PRAGMA synchronous = FULL"
-                                  : "PRAGMA synchronous = NORMAL";
-    if (connection_.exec(synchronous) != SQLITE_OK) {
-        connection_.report(diagnostics, "vrex:open:sqliteError", "cannot set the durability");
-        return false;
-    }
-    return true;
-}
-
 void RepositorySession::close() {
-    if (!connection_.isOpen()) return;
-    if (connection_.isInTransaction()) connection_.exec("ROLLBACK");
+    if (!driver_->isOpen()) return;
     pending_.discard();
     forgetNextIds();
     explicitTransaction_ = false;
-    statements_.reset();
-    connection_.close();
+    driver_->close();
 }
 
 // --- transactions ---------------------------------------------------------------------------
@@ -102,8 +42,8 @@ void RepositorySession::beginTransaction(tvdiag::util::diagnostics& diagnostics)
                         "a transaction is already open on the registry \"" + file() + "\"");
         return;
     }
-    const char* begin = readOnly_ ? "BEGIN" : "BEGIN IMMEDIATE";
-    if (run(begin, "vrex:transaction:beginFailed", "cannot begin a transaction", diagnostics)) {
+    if (check(driver_->beginWrite(), "vrex:transaction:beginFailed", "cannot begin a transaction",
+              diagnostics)) {
         explicitTransaction_ = true;
         forgetNextIds();  // other processes may have written since the last transaction
     }
@@ -117,7 +57,7 @@ void RepositorySession::rollbackTransaction(tvdiag::util::diagnostics& diagnosti
     endTransaction(false, diagnostics);
 }
 
-// Commits or rolls back the explicit transaction. After a failure it stays open only if SQLite
+// Commits or rolls back the explicit transaction. After a failure it stays open only if the engine
 // kept it; a pending object that cannot be written fails the commit before it is tried.
 void RepositorySession::endTransaction(bool commit, tvdiag::util::diagnostics& diagnostics) {
     const char* action = commit ? "commit" : "roll back";
@@ -132,17 +72,17 @@ void RepositorySession::endTransaction(bool commit, tvdiag::util::diagnostics& d
     if (!commit) {
         pending_.discard();
     } else if (!writePendingObject(diagnostics, "vrex:transaction:commitFailed", "cannot commit")) {
-        explicitTransaction_ = connection_.isInTransaction();
+        explicitTransaction_ = driver_->isInTransaction();
         return;
     }
-    run(commit ? "COMMIT" : "ROLLBACK",
-        commit ? "vrex:transaction:commitFailed" : "vrex:transaction:rollbackFailed",
-        std::string("cannot ") + action, diagnostics);
-    explicitTransaction_ = connection_.isInTransaction();
+    check(commit ? driver_->commit() : driver_->rollback(),
+          commit ? "vrex:transaction:commitFailed" : "vrex:transaction:rollbackFailed",
+          std::string("cannot ") + action, diagnostics);
+    explicitTransaction_ = driver_->isInTransaction();
 }
 
 bool RepositorySession::isTransactionOpen() const {
-    return explicitTransaction_ && connection_.isInTransaction();
+    return explicitTransaction_ && driver_->isInTransaction();
 }
 
 void RepositorySession::performDictionaryFunction(
@@ -151,8 +91,8 @@ void RepositorySession::performDictionaryFunction(
     if (!writePendingObject(diagnostics)) return;  // it belongs to the enclosing transaction
     const bool nested = explicitTransaction_ || functionDepth_ > 0;
     const std::string savepoint = savepointName(functionDepth_ + 1);
-    const std::string begin = nested ? "SAVEPOINT " + savepoint : readOnly_ ? "BEGIN" : "BEGIN IMMEDIATE";
-    if (!run(begin, "vrex:function:beginFailed", "cannot begin a dictionary function", diagnostics)) {
+    const bool begun = nested ? driver_->savepoint(savepoint) : driver_->beginWrite();
+    if (!check(begun, "vrex:function:beginFailed", "cannot begin a dictionary function", diagnostics)) {
         return;
     }
     if (!nested) forgetNextIds();
@@ -172,21 +112,19 @@ void RepositorySession::performDictionaryFunction(
     leaveFunction(nested, savepoint, diagnostics.empty(), diagnostics);
 }
 
-// A deferred BEGIN takes no lock; the first read takes the snapshot that every later read of
-// the transaction shares, and COMMIT ends it.
+// Ending a read loses nothing, so its errors are not fn's and go unreported.
 void RepositorySession::performDictionaryRead(
     const std::function<void(tvdiag::util::diagnostics&)>& fn, tvdiag::util::diagnostics& diagnostics) {
     syncTransactionState();
-    if (connection_.isInTransaction()) return fn(diagnostics);
-    if (!run("BEGIN", "vrex:read:beginFailed", "cannot begin reading", diagnostics)) return;
-    tvdiag::util::diagnostics endErrors;  // ending a read loses nothing: its errors are not fn's
+    if (driver_->isInTransaction()) return fn(diagnostics);
+    if (!check(driver_->beginRead(), "vrex:read:beginFailed", "cannot begin reading", diagnostics)) return;
     try {
         fn(diagnostics);
     } catch (...) {
-        if (connection_.isInTransaction()) run("COMMIT", "vrex:read:endFailed", "cannot end reading", endErrors);
+        if (!isClosed() && driver_->isInTransaction()) driver_->commit();
         throw;
     }
-    if (connection_.isInTransaction()) run("COMMIT", "vrex:read:endFailed", "cannot end reading", endErrors);
+    if (!isClosed() && driver_->isInTransaction()) driver_->commit();
 }
 
 // Ends a dictionary function: its work is kept (released or committed) or undone.
@@ -198,8 +136,9 @@ void RepositorySession::leaveFunction(bool nested, const std::string& savepoint,
         forgetNextIds();  // undone rows give their ids back
     }
     --functionDepth_;
-    if (!connection_.isInTransaction()) {
-        // SQLite rolled everything back itself after an I/O error, a full disk or the like.
+    if (!driver_->isInTransaction()) {
+        // The engine rolled everything back itself after an I/O error, a full disk, a lost
+        // connection or the like.
         explicitTransaction_ = false;
         if (keep) {
             diagnostics.add("vrex:function:rolledBack",
@@ -209,20 +148,23 @@ void RepositorySession::leaveFunction(bool nested, const std::string& savepoint,
     }
     tvdiag::util::diagnostics undoErrors;  // a failed undo leaves the caller's errors as they are
     if (nested) {
-        if (!keep) run("ROLLBACK TO " + savepoint, "vrex:function:rollbackFailed", "cannot undo", undoErrors);
-        run("RELEASE " + savepoint, "vrex:function:commitFailed", "cannot end a savepoint",
-            keep ? diagnostics : undoErrors);
+        if (!keep) {
+            check(driver_->rollbackToSavepoint(savepoint), "vrex:function:rollbackFailed", "cannot undo",
+                  undoErrors);
+        }
+        check(driver_->releaseSavepoint(savepoint), "vrex:function:commitFailed", "cannot end a savepoint",
+              keep ? diagnostics : undoErrors);
     } else if (!keep) {
-        run("ROLLBACK", "vrex:function:rollbackFailed", "cannot roll back", undoErrors);
-    } else if (!run("COMMIT", "vrex:function:commitFailed", "cannot commit", diagnostics) &&
-               connection_.isInTransaction()) {
-        run("ROLLBACK", "vrex:function:rollbackFailed", "cannot roll back", undoErrors);
+        check(driver_->rollback(), "vrex:function:rollbackFailed", "cannot roll back", undoErrors);
+    } else if (!check(driver_->commit(), "vrex:function:commitFailed", "cannot commit", diagnostics) &&
+               driver_->isInTransaction()) {
+        check(driver_->rollback(), "vrex:function:rollbackFailed", "cannot roll back", undoErrors);
     }
 }
 
 void RepositorySession::syncTransactionState() {
-    if (explicitTransaction_ && !connection_.isInTransaction()) explicitTransaction_ = false;
-    if (!connection_.isInTransaction()) {  // rolled back with its transaction
+    if (explicitTransaction_ && !driver_->isInTransaction()) explicitTransaction_ = false;
+    if (!driver_->isInTransaction()) {  // rolled back with its transaction
         pending_.discard();
         forgetNextIds();
     }
@@ -237,14 +179,10 @@ bool RepositorySession::refuseInsideFunction(const char* action,
     return true;
 }
 
-bool RepositorySession::run(const std::string& sql, const char* identifier,
-                            const std::string& action, tvdiag::util::diagnostics& diagnostics) {
-    Statement* statement = statements_->bySql(sql, diagnostics);
-    if (statement == nullptr) return false;
-    Statement::Use use(*statement);
-    if (statement->step() == SQLITE_DONE) return true;
-    connection_.report(diagnostics, identifier, action);
-    return false;
+bool RepositorySession::check(bool succeeded, const char* identifier, const std::string& action,
+                              tvdiag::util::diagnostics& diagnostics) const {
+    if (!succeeded) driver_->report(diagnostics, identifier, action);
+    return succeeded;
 }
 
 // --- objects --------------------------------------------------------------------------------
@@ -267,19 +205,17 @@ ObjectRef RepositorySession::createObject(const ClassRef& cls, tvdiag::util::dia
             return RefAccess::object(cls, id);
         }
     }
-    Statement* insert = statements_->insertObject(*info, diagnostics);
-    if (insert == nullptr) return ObjectRef();
-    Statement::Use use(*insert);
-    if (insert->step() != SQLITE_DONE) {
-        connection_.report(diagnostics, "vrex:object:createFailed", "cannot create an object of " + info->name);
+    std::int64_t id = 0;
+    if (!check(driver_->insertObject(*info, id), "vrex:object:createFailed",
+               "cannot create an object of " + info->name, diagnostics)) {
         return ObjectRef();
     }
-    return RefAccess::object(cls, connection_.lastInsertId());
+    return RefAccess::object(cls, id);
 }
 
-// The id SQLite gives the next row of `cls` while this connection holds the write lock: the
-// largest id plus one (1 for an empty table). 0 when SQLite would pick another (the largest id
-// is the largest possible): then the object is inserted at once.
+// The id the next row of `cls` gets while this connection holds the write lock: the largest id
+// plus one (1 for an empty table). 0 when the engine would pick another (the largest id is the
+// largest possible): then the object is inserted at once.
 bool RepositorySession::nextObjectId(const ClassInfo& cls, std::int64_t& id,
                                      tvdiag::util::diagnostics& diagnostics) {
     std::int64_t& known = nextIds_[cls.index];
@@ -287,43 +223,40 @@ bool RepositorySession::nextObjectId(const ClassInfo& cls, std::int64_t& id,
         id = known++;
         return true;
     }
-    Statement* query = statements_->largestId(cls, diagnostics);
-    if (query == nullptr) return false;
-    Statement::Use use(*query);
-    if (query->step() != SQLITE_ROW) {
-        connection_.report(diagnostics, "vrex:object:createFailed", "cannot create an object of " + cls.name);
+    std::int64_t largest = 0;
+    if (!check(driver_->largestId(cls, largest), "vrex:object:createFailed",
+               "cannot create an object of " + cls.name, diagnostics)) {
         return false;
     }
-    const std::int64_t largest = query->columnIsNull(0) ? 0 : query->columnInt64(0);
     id = largest < std::numeric_limits<std::int64_t>::max() ? largest + 1 : 0;
     if (id > 0 && id < std::numeric_limits<std::int64_t>::max()) known = id + 1;
     return true;
 }
 
 // The write lock is held from the begin of an explicit transaction or an outermost dictionary
-// function (BEGIN IMMEDIATE) to its end: only then can no other process add rows meanwhile.
+// function to its end: only then can no other process add rows meanwhile.
 bool RepositorySession::holdsWriteLock() const {
-    return (explicitTransaction_ || functionDepth_ > 0) && connection_.isInTransaction();
+    return (explicitTransaction_ || functionDepth_ > 0) && driver_->isInTransaction();
 }
 
 // Next ids are known only within one write transaction in which nothing was undone.
 void RepositorySession::forgetNextIds() { std::fill(nextIds_.begin(), nextIds_.end(), 0); }
 
-// Inserts the pending object's row; false when SQLite refuses it, with a diagnostic under
+// Inserts the pending object's row; false when the engine refuses it, with a diagnostic under
 // `identifier` ("cannot create an object of <class>" unless `action` says otherwise). A pending
-// object whose transaction SQLite rolled back is gone with it.
+// object whose transaction the engine rolled back is gone with it.
 bool RepositorySession::writePendingObject(tvdiag::util::diagnostics& diagnostics,
                                            const char* identifier, const char* action) {
     if (pending_.isEmpty()) return true;
-    if (!connection_.isInTransaction()) {  // SQLite rolled its transaction back by itself
+    if (!driver_->isInTransaction()) {  // the engine rolled its transaction back by itself
         pending_.discard();
         return true;
     }
     const ClassInfo* cls = pending_.objectClass();
-    if (pending_.write(*statements_)) return true;
+    if (pending_.write(*driver_)) return true;
     forgetNextIds();
-    connection_.report(diagnostics, identifier,
-                       action != nullptr ? std::string(action) : "cannot create an object of " + cls->name);
+    driver_->report(diagnostics, identifier,
+                    action != nullptr ? std::string(action) : "cannot create an object of " + cls->name);
     return false;
 }
 
@@ -332,39 +265,17 @@ void RepositorySession::findObjects(const ClassRef& cls, const MatchConstraints&
                                     tvdiag::util::diagnostics& diagnostics) {
     result.clear();
     const ClassInfo* info = classOf(cls, "find objects", diagnostics);
-    if (info == nullptr || !writePendingObject(diagnostics)) return;
-    Statement* query = findStatement(*info, constraints, diagnostics);
-    if (query == nullptr) return;
-    Statement::Use use(*query);
-    int rc;
-    while ((rc = query->step()) == SQLITE_ROW) result.push_back(RefAccess::object(cls, query->columnInt64(0)));
-    if (rc != SQLITE_DONE) {
-        result.clear();
-        connection_.report(diagnostics, "vrex:find:failed", "cannot search the objects of " + info->name);
+    if (info == nullptr || !writePendingObject(diagnostics) ||
+        !checkConstraints(*info, constraints, diagnostics)) {
+        return;
     }
-}
-
-// The prepared query for `constraints`, its parameters bound; null with a diagnostic.
-Statement* RepositorySession::findStatement(const ClassInfo& cls, const MatchConstraints& constraints,
-                                            tvdiag::util::diagnostics& diagnostics) {
-    if (!checkConstraints(cls, constraints, diagnostics)) return nullptr;
-    const auto& all = constraints.constraints();
-    if (all.empty()) return statements_->listObjects(cls, diagnostics);
-    Statement* query = nullptr;
-    if (all.size() == 1 && all[0].relation == PropertyValueMatchRelation::Equals) {
-        query = statements_->findEqual(*RefAccess::info(all[0].property), diagnostics);
-    } else {
-        std::string sql = "SELECT \"_id\" FROM " + tableName(cls) + " WHERE ";
-        for (std::size_t i = 0; i < all.size(); ++i) {
-            bool equals = all[i].relation == PropertyValueMatchRelation::Equals;
-            sql += (i > 0 ? " AND " : "") + columnName(*RefAccess::info(all[i].property)) +
-                   (equals ? " = ?" : " IS NOT ?") + std::to_string(i + 1);
-        }
-        query = statements_->bySql(sql + " ORDER BY \"_id\"", diagnostics);
+    std::vector<std::int64_t> ids;
+    if (!check(driver_->findObjects(*info, constraints, ids), "vrex:find:failed",
+               "cannot search the objects of " + info->name, diagnostics)) {
+        return;
     }
-    if (query == nullptr) return nullptr;
-    for (std::size_t i = 0; i < all.size(); ++i) query->bindText(static_cast<int>(i + 1), all[i].value);
-    return query;
+    result.reserve(ids.size());
+    for (std::int64_t id : ids) result.push_back(RefAccess::object(cls, id));
 }
 
 bool RepositorySession::checkConstraints(const ClassInfo& cls, const MatchConstraints& constraints,
@@ -397,18 +308,10 @@ void RepositorySession::setPropertyValue(const ObjectRef& object, const Property
     if (!storedText(*info, value, text, diagnostics)) return;
     if (pending_.is(*info->owner, object.id())) return pending_.set(*info, std::move(text));
     if (!writePendingObject(diagnostics)) return;
-    Statement* write = statements_->writeProperty(*info, diagnostics);
-    if (write == nullptr) return;
-    Statement::Use use(*write);
-    if (text) {
-        write->bindText(1, *text);
-    } else {
-        write->bindNull(1);
-    }
-    write->bindInt64(2, object.id());
-    if (write->step() != SQLITE_DONE) {
-        connection_.report(diagnostics, "vrex:property:writeFailed", "cannot write " + describe(object, *info));
-    } else if (connection_.changes() == 0) {
+    const Driver::RowResult written = driver_->writeProperty(*info, object.id(), text);
+    if (written == Driver::RowResult::Failed) {
+        driver_->report(diagnostics, "vrex:property:writeFailed", "cannot write " + describe(object, *info));
+    } else if (written == Driver::RowResult::NoSuchObject) {
         diagnostics.add("vrex:object:notFound", "cannot write " + describe(object, *info) +
                                                     ": the registry \"" + file() + "\" has no such object");
     }
@@ -436,39 +339,27 @@ bool RepositorySession::readStoredText(const ObjectRef& object, const PropertyIn
                                        std::optional<std::string>& text,
                                        tvdiag::util::diagnostics& diagnostics) {
     if (!writePendingObject(diagnostics)) return false;
-    Statement* read = statements_->readProperty(property, diagnostics);
-    if (read == nullptr) return false;
-    Statement::Use use(*read);
-    read->bindInt64(1, object.id());
-    int rc = read->step();
-    if (rc == SQLITE_DONE) {
+    const Driver::RowResult read = driver_->readProperty(property, object.id(), text);
+    if (read == Driver::RowResult::NoSuchObject) {
         diagnostics.add("vrex:object:notFound", "cannot read " + describe(object, property) +
                                                     ": the registry \"" + file() + "\" has no such object");
         return false;
     }
-    if (rc != SQLITE_ROW) {
-        connection_.report(diagnostics, "vrex:property:readFailed", "cannot read " + describe(object, property));
+    if (read == Driver::RowResult::Failed) {
+        driver_->report(diagnostics, "vrex:property:readFailed", "cannot read " + describe(object, property));
         return false;
     }
-    if (!read->columnIsNull(0)) text = read->columnText(0);
     return true;
 }
 
-// SQLite answers a single row "ok" for a sound file, otherwise one row per problem.
 void RepositorySession::checkIntegrity(tvdiag::util::diagnostics& diagnostics) {
-    Statement* check = statements_->bySql("PRAGMA integrity_check", diagnostics);
-    if (check == nullptr) return;
-    Statement::Use use(*check);
-    int rc;
-    while ((rc = check->step()) == SQLITE_ROW) {
-        const std::string finding = check->columnText(0);
-        if (finding != "ok") {
-            diagnostics.add("vrex:integrity:damaged",
-                            "the registry \"" + file() + "\" is damaged: " + finding);
-        }
+    std::vector<std::string> findings;
+    if (!check(driver_->checkIntegrity(findings), "vrex:integrity:damaged", "cannot check the registry",
+               diagnostics)) {
+        return;
     }
-    if (rc != SQLITE_DONE) {
-        connection_.report(diagnostics, "vrex:integrity:damaged", "cannot check the file");
+    for (const std::string& finding : findings) {
+        diagnostics.add("vrex:integrity:damaged", "the registry \"" + file() + "\" is damaged: " + finding);
     }
 }
 

@@ -9,33 +9,29 @@
 #include "kobj/qaArray.hpp"
 #include "tvdiag/diagnostics.hpp"
 #include "vrex/DataModelRepository.hpp"
-#include "vrex/internal/Connection.hpp"
+#include "vrex/internal/Driver.hpp"
 #include "vrex/internal/Metamodel.hpp"
 #include "vrex/internal/PendingObject.hpp"
-#include "vrex/internal/StatementCache.hpp"
 
 namespace vrex::internal {
 
-// An open repository: the connection to its file, its metamodel, its prepared statements and
-// its transaction state. DataModelRepository holds one while open; the operations below are
-// DataModelRepository's, with the same contracts, on an open file.
+// An open repository: its storage driver, its metamodel and its transaction state.
+// DataModelRepository holds one while open; the operations below are DataModelRepository's, with
+// the same contracts, on an open registry. The rules live here; the driver runs the statements.
 class RepositorySession {
 public:
     using Options = DataModelRepository::Options;
 
-    // Connects to `file`, which RegistryFileProbe found absent or empty (`create`) or a registry,
-    // and readies its schema. Null with diagnostics when that fails.
-    static std::shared_ptr<RepositorySession> open(const std::string& file,
-                                                   std::shared_ptr<const Metamodel> metamodel,
-                                                   const Options& options, bool create,
-                                                   tvdiag::util::diagnostics& diagnostics);
+    // Takes over `driver`, open on a registry made ready for `metamodel`.
+    RepositorySession(std::unique_ptr<Driver> driver, std::shared_ptr<const Metamodel> metamodel,
+                      const Options& options);
     ~RepositorySession();
     RepositorySession(const RepositorySession&) = delete;
     RepositorySession& operator=(const RepositorySession&) = delete;
 
-    const std::string& file() const { return connection_.file(); }
+    const std::string& file() const { return driver_->location(); }
     const std::shared_ptr<const Metamodel>& metamodel() const { return metamodel_; }
-    bool isClosed() const { return !connection_.isOpen(); }
+    bool isClosed() const { return !driver_->isOpen(); }
     // Rolls back what is open and closes the file.
     void close();
 
@@ -61,19 +57,13 @@ public:
     void checkIntegrity(tvdiag::util::diagnostics& diagnostics);
 
 private:
-    RepositorySession(std::shared_ptr<const Metamodel> metamodel, const Options& options,
-                      bool readOnly);
-
-    bool connect(const std::string& file, bool create, tvdiag::util::diagnostics& diagnostics);
-    bool configure(tvdiag::util::diagnostics& diagnostics);
-
-    // Runs one cached statement that returns no rows; false with a diagnostic on failure.
-    bool run(const std::string& sql, const char* identifier, const std::string& action,
-             tvdiag::util::diagnostics& diagnostics);
+    // Reports a failed driver call under `identifier` unless it succeeded; returns `succeeded`.
+    bool check(bool succeeded, const char* identifier, const std::string& action,
+               tvdiag::util::diagnostics& diagnostics) const;
     void endTransaction(bool commit, tvdiag::util::diagnostics& diagnostics);
     void leaveFunction(bool nested, const std::string& savepoint, bool keep,
                        tvdiag::util::diagnostics& diagnostics);
-    // Forgets an explicit transaction that SQLite has rolled back by itself.
+    // Forgets an explicit transaction that the engine has rolled back by itself.
     void syncTransactionState();
     bool refuseInsideFunction(const char* action, tvdiag::util::diagnostics& diagnostics) const;
 
@@ -90,8 +80,6 @@ private:
     bool writePendingObject(tvdiag::util::diagnostics& diagnostics,
                             const char* identifier = "vrex:object:createFailed",
                             const char* action = nullptr);
-    Statement* findStatement(const ClassInfo& cls, const MatchConstraints& constraints,
-                             tvdiag::util::diagnostics& diagnostics);
     bool checkConstraints(const ClassInfo& cls, const MatchConstraints& constraints,
                           tvdiag::util::diagnostics& diagnostics) const;
     // The text to store for `value` (nullopt: unset), or false with a diagnostic.
@@ -104,11 +92,10 @@ private:
                          tvdiag::util::diagnostics& diagnostics) const;
     std::string describe(const ObjectRef& object, const PropertyInfo& property) const;
 
+    std::unique_ptr<Driver> driver_;
     std::shared_ptr<const Metamodel> metamodel_;
     Options options_;
     bool readOnly_;
-    Connection connection_;
-    std::unique_ptr<StatementCache> statements_;
     bool explicitTransaction_ = false;
     int functionDepth_ = 0;  // dictionary functions running, outermost first
     PendingObject pending_;  // a created object whose row is not written yet

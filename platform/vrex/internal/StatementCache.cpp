@@ -13,14 +13,13 @@ StatementCache::StatementCache(Connection& connection, const Metamodel& metamode
     }
 }
 
-Statement* StatementCache::insertObject(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) {
+Statement* StatementCache::insertObject(const ClassInfo& cls) {
     Statement& slot = classes_[cls.index].insert;
     if (slot.isPrepared()) return &slot;
-    return ready(slot, "INSERT INTO " + tableName(cls) + " DEFAULT VALUES", diagnostics);
+    return ready(slot, "INSERT INTO " + tableName(cls) + " DEFAULT VALUES");
 }
 
-Statement* StatementCache::insertWholeObject(const ClassInfo& cls,
-                                             tvdiag::util::diagnostics& diagnostics) {
+Statement* StatementCache::insertWholeObject(const ClassInfo& cls) {
     Statement& slot = classes_[cls.index].insertWhole;
     if (slot.isPrepared()) return &slot;
     std::string columns = "\"_id\"";
@@ -29,56 +28,49 @@ Statement* StatementCache::insertWholeObject(const ClassInfo& cls,
         columns += ", " + columnName(*property);
         values += ", ?" + std::to_string(property->position + 2);
     }
-    return ready(slot, "INSERT INTO " + tableName(cls) + " (" + columns + ") VALUES (" + values + ")",
-                 diagnostics);
+    return ready(slot, "INSERT INTO " + tableName(cls) + " (" + columns + ") VALUES (" + values + ")");
 }
 
-Statement* StatementCache::largestId(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) {
+Statement* StatementCache::largestId(const ClassInfo& cls) {
     Statement& slot = classes_[cls.index].largestId;
     if (slot.isPrepared()) return &slot;
-    return ready(slot, "SELECT max(\"_id\") FROM " + tableName(cls), diagnostics);
+    return ready(slot, "SELECT max(\"_id\") FROM " + tableName(cls));
 }
 
-Statement* StatementCache::listObjects(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) {
+Statement* StatementCache::listObjects(const ClassInfo& cls) {
     Statement& slot = classes_[cls.index].list;
     if (slot.isPrepared()) return &slot;
-    return ready(slot, "SELECT \"_id\" FROM " + tableName(cls) + " ORDER BY \"_id\"", diagnostics);
+    return ready(slot, "SELECT \"_id\" FROM " + tableName(cls) + " ORDER BY \"_id\"");
 }
 
-Statement* StatementCache::readProperty(const PropertyInfo& property,
-                                        tvdiag::util::diagnostics& diagnostics) {
+Statement* StatementCache::readProperty(const PropertyInfo& property) {
     Statement& slot = statementsOf(property).read;
     if (slot.isPrepared()) return &slot;
     return ready(slot,
                  "SELECT " + columnName(property) + " FROM " + tableName(*property.owner) +
-                     " WHERE \"_id\" = ?1",
-                 diagnostics);
+                     " WHERE \"_id\" = ?1");
 }
 
-Statement* StatementCache::writeProperty(const PropertyInfo& property,
-                                         tvdiag::util::diagnostics& diagnostics) {
+Statement* StatementCache::writeProperty(const PropertyInfo& property) {
     Statement& slot = statementsOf(property).write;
     if (slot.isPrepared()) return &slot;
     return ready(slot,
                  "UPDATE " + tableName(*property.owner) + " SET " + columnName(property) +
-                     " = ?1 WHERE \"_id\" = ?2",
-                 diagnostics);
+                     " = ?1 WHERE \"_id\" = ?2");
 }
 
-Statement* StatementCache::findEqual(const PropertyInfo& property,
-                                     tvdiag::util::diagnostics& diagnostics) {
+Statement* StatementCache::findEqual(const PropertyInfo& property) {
     Statement& slot = statementsOf(property).findEqual;
     if (slot.isPrepared()) return &slot;
     return ready(slot,
                  "SELECT \"_id\" FROM " + tableName(*property.owner) + " WHERE " +
-                     columnName(property) + " = ?1 ORDER BY \"_id\"",
-                 diagnostics);
+                     columnName(property) + " = ?1 ORDER BY \"_id\"");
 }
 
-Statement* StatementCache::bySql(const std::string& sql, tvdiag::util::diagnostics& diagnostics) {
+Statement* StatementCache::bySql(const std::string& sql) {
     Statement& slot = bySql_[sql];
     if (slot.isPrepared()) return &slot;
-    Statement* prepared = ready(slot, sql, diagnostics);
+    Statement* prepared = ready(slot, sql);
     if (prepared == nullptr) bySql_.erase(sql);
     return prepared;
 }
@@ -87,13 +79,8 @@ StatementCache::PropertyStatements& StatementCache::statementsOf(const PropertyI
     return classes_[property.owner->index].properties[property.position];
 }
 
-Statement* StatementCache::ready(Statement& slot, const std::string& sql,
-                                 tvdiag::util::diagnostics& diagnostics) {
-    if (slot.prepare(connection_.handle(), sql) != SQLITE_OK) {
-        connection_.report(diagnostics, "vrex:sql:prepareFailed", "cannot prepare \"" + sql + "\"");
-        return nullptr;
-    }
-    return &slot;
+Statement* StatementCache::ready(Statement& slot, const std::string& sql) {
+    return slot.prepare(connection_.handle(), sql) == SQLITE_OK ? &slot : nullptr;
 }
 
 }  // namespace vrex::internal
