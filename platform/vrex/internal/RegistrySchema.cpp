@@ -2,7 +2,6 @@
 
 #include <sqlite3.h>
 
-#include <iterator>
 #include <set>
 
 #include "vrex/internal/RegistryFileProbe.hpp"
@@ -109,7 +108,8 @@ bool RegistrySchema::inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics)
         return true;
     }
     Catalogue catalogue;
-    return readCatalogue(catalogue, diagnostics) && compare(catalogue, plan, diagnostics);
+    return readCatalogue(catalogue, diagnostics) &&
+           plan.compare(metamodel_, catalogue, connection_.file(), diagnostics);
 }
 
 bool RegistrySchema::inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagnostics) {
@@ -175,13 +175,11 @@ bool RegistrySchema::readCatalogue(Catalogue& catalogue, tvdiag::util::diagnosti
         reportFailure(rc, "cannot read the registry catalogue", diagnostics);
         return false;
     }
-    return keepWhatExists(catalogue, diagnostics);
+    return dropWhatIsGone(catalogue, diagnostics);
 }
 
-// Drops from `catalogue` the tables and columns the file does not hold, and marks as unindexed
-// the properties whose index is gone, so that what was removed behind the registry's back is
-// made again like any part the file lacks.
-bool RegistrySchema::keepWhatExists(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) {
+// Forgets from `catalogue` what the file no longer holds (see keepWhatExists).
+bool RegistrySchema::dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) {
     std::map<std::string, std::set<std::string>> columns;
     std::set<std::string> indexes;
     Statement statement;
@@ -203,49 +201,8 @@ bool RegistrySchema::keepWhatExists(Catalogue& catalogue, tvdiag::util::diagnost
         reportFailure(rc, "cannot read the registry's tables", diagnostics);
         return false;
     }
-    for (auto cls = catalogue.begin(); cls != catalogue.end();) {
-        const auto& held = columns[cls->first];
-        for (auto property = cls->second.begin(); property != cls->second.end();) {
-            if (held.count(property->first) == 0) {
-                property = cls->second.erase(property);
-                continue;
-            }
-            const std::string index = "index:" + cls->first + "." + property->first;
-            property->second.indexed = property->second.indexed && indexes.count(index) != 0;
-            ++property;
-        }
-        cls = cls->second.empty() ? catalogue.erase(cls) : std::next(cls);
-    }
+    keepWhatExists(catalogue, columns, indexes);
     return true;
-}
-
-bool RegistrySchema::compare(const Catalogue& catalogue, Plan& plan,
-                             tvdiag::util::diagnostics& diagnostics) {
-    bool fits = true;
-    for (const ClassInfo* cls : metamodel_.classes()) {
-        auto storedClass = catalogue.find(asciiLowercase(cls->name));
-        if (storedClass == catalogue.end()) {
-            plan.newTables.push_back(cls);
-            continue;
-        }
-        for (const auto& property : cls->properties) {
-            auto stored = storedClass->second.find(asciiLowercase(property->name));
-            if (stored == storedClass->second.end()) {
-                plan.newColumns.push_back(property.get());
-            } else if (stored->second.kind != propertyKindText(property->kind)) {
-                diagnostics.add("vrex:open:metamodelMismatch",
-                                "the registry \"" + connection_.file() + "\" stores " + cls->name +
-                                    "." + property->name + " as " + stored->second.kind +
-                                    ", but " + metamodel_.file() + ":" +
-                                    std::to_string(property->line) + " declares it " +
-                                    propertyKindText(property->kind));
-                fits = false;
-            } else if (property->indexed && !stored->second.indexed) {
-                plan.newIndexes.push_back(property.get());
-            }
-        }
-    }
-    return fits;
 }
 
 bool RegistrySchema::apply(const Plan& plan, tvdiag::util::diagnostics& diagnostics) {

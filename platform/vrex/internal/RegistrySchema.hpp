@@ -1,12 +1,11 @@
 #pragma once
 
-#include <map>
 #include <string>
-#include <vector>
 
 #include "tvdiag/diagnostics.hpp"
 #include "vrex/internal/Connection.hpp"
 #include "vrex/internal/Metamodel.hpp"
+#include "vrex/internal/SchemaPlan.hpp"
 
 namespace vrex::internal {
 
@@ -39,28 +38,12 @@ public:
     bool prepare(bool readOnly, tvdiag::util::diagnostics& diagnostics);
 
 private:
-    struct StoredProperty {
-        std::string kind;
-        bool indexed = false;
-    };
-    // Keys in lower case: SQL compares names ignoring ASCII case.
-    using Catalogue = std::map<std::string, std::map<std::string, StoredProperty>>;
-
-    struct Plan {
-        bool createHeader = false;
-        std::vector<const ClassInfo*> newTables;
-        std::vector<const PropertyInfo*> newColumns;
-        std::vector<const PropertyInfo*> newIndexes;
-        bool empty() const {
-            return !createHeader && newTables.empty() && newColumns.empty() && newIndexes.empty();
-        }
-    };
+    using Plan = SchemaPlan;
 
     bool inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics);
     bool inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagnostics);
     bool readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
-    bool keepWhatExists(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
-    bool compare(const Catalogue& catalogue, Plan& plan, tvdiag::util::diagnostics& diagnostics);
+    bool dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
     bool apply(const Plan& plan, tvdiag::util::diagnostics& diagnostics);
     bool createHeader(tvdiag::util::diagnostics& diagnostics);
     bool createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics);

@@ -1,0 +1,56 @@
+#include "vrex/internal/SchemaPlan.hpp"
+
+#include <iterator>
+
+#include "vrex/internal/SqlNames.hpp"
+
+namespace vrex::internal {
+
+bool SchemaPlan::compare(const Metamodel& metamodel, const Catalogue& catalogue,
+                         const std::string& location, tvdiag::util::diagnostics& diagnostics) {
+    bool fits = true;
+    for (const ClassInfo* cls : metamodel.classes()) {
+        auto storedClass = catalogue.find(asciiLowercase(cls->name));
+        if (storedClass == catalogue.end()) {
+            newTables.push_back(cls);
+            continue;
+        }
+        for (const auto& property : cls->properties) {
+            auto stored = storedClass->second.find(asciiLowercase(property->name));
+            if (stored == storedClass->second.end()) {
+                newColumns.push_back(property.get());
+            } else if (stored->second.kind != propertyKindText(property->kind)) {
+                diagnostics.add("vrex:open:metamodelMismatch",
+                                "the registry \"" + location + "\" stores " + cls->name + "." +
+                                    property->name + " as " + stored->second.kind + ", but " +
+                                    metamodel.file() + ":" + std::to_string(property->line) +
+                                    " declares it " + propertyKindText(property->kind));
+                fits = false;
+            } else if (property->indexed && !stored->second.indexed) {
+                newIndexes.push_back(property.get());
+            }
+        }
+    }
+    return fits;
+}
+
+void keepWhatExists(Catalogue& catalogue, const std::map<std::string, std::set<std::string>>& columns,
+                    const std::set<std::string>& indexes) {
+    static const std::set<std::string> none;
+    for (auto cls = catalogue.begin(); cls != catalogue.end();) {
+        auto table = columns.find(cls->first);
+        const auto& held = table != columns.end() ? table->second : none;
+        for (auto property = cls->second.begin(); property != cls->second.end();) {
+            if (held.count(property->first) == 0) {
+                property = cls->second.erase(property);
+                continue;
+            }
+            const std::string index = "index:" + cls->first + "." + property->first;
+            property->second.indexed = property->second.indexed && indexes.count(index) != 0;
+            ++property;
+        }
+        cls = cls->second.empty() ? catalogue.erase(cls) : std::next(cls);
+    }
+}
+
+}  // namespace vrex::internal
