@@ -6,6 +6,8 @@
 
 #include "vrex/Utf16.hpp"
 #include "vrex/internal/MetamodelReader.hpp"
+#include "vrex/internal/PostgresDriver.hpp"
+#include "vrex/internal/PostgresUri.hpp"
 #include "vrex/internal/RefAccess.hpp"
 #include "vrex/internal/RegistryFileProbe.hpp"
 #include "vrex/internal/RepositorySession.hpp"
@@ -44,6 +46,35 @@ int busyTimeoutFromEnvironment(int fallback) {
     return static_cast<int>(value);
 }
 
+// A registry's name fit for messages: a database URI loses its password.
+std::string displayName(const std::string& location) {
+    return internal::PostgresUri::matches(location) ? internal::PostgresUri(location).redacted() : location;
+}
+
+// The driver for `location`: a PostgreSQL database for a postgresql:// or postgres:// URI, else
+// a registry file, probed before SQLite touches it. Null with diagnostics when it cannot open.
+std::unique_ptr<internal::Driver> openDriver(const std::string& location, const internal::Metamodel& metamodel,
+                                             const DataModelRepository::Options& options,
+                                             tvdiag::util::diagnostics& diagnostics) {
+    if (internal::PostgresUri::matches(location)) {
+        return internal::PostgresDriver::open(location, metamodel, options, diagnostics);
+    }
+    const std::string path = plainFileName(location);
+    RegistryFileProbe probe(path);
+    const bool create = probe.state() == RegistryFileProbe::State::Absent ||
+                        probe.state() == RegistryFileProbe::State::Empty;
+    if (!create && probe.state() != RegistryFileProbe::State::Registry) {
+        diagnostics.add(refusalIdentifier(probe.state()), probe.message());
+        return nullptr;
+    }
+    if (create && options.readOnly) {
+        diagnostics.add("vrex:open:notFound",
+                        "cannot open \"" + location + "\" for reading: it is not a registry yet");
+        return nullptr;
+    }
+    return internal::SqliteDriver::open(path, metamodel, options, create, diagnostics);
+}
+
 void reportClosed(tvdiag::util::diagnostics& diagnostics, const char* action) {
     diagnostics.add("vrex:notOpen", std::string("cannot ") + action + ": the repository is not open");
 }
@@ -65,7 +96,8 @@ void DataModelRepository::open(const std::u16string& dictionaryFile, const std::
                                const Options& options, tvdiag::util::diagnostics& diagnostics) {
     const std::string file = fromUtf16(dictionaryFile);
     if (session_) {
-        diagnostics.add("vrex:open:alreadyOpen", "cannot open \"" + file + "\": the repository already has \"" +
+        diagnostics.add("vrex:open:alreadyOpen", "cannot open \"" + displayName(file) +
+                                                     "\": the repository already has \"" +
                                                      session_->file() + "\" open");
         return;
     }
@@ -75,20 +107,7 @@ void DataModelRepository::open(const std::u16string& dictionaryFile, const std::
     }
     auto metamodel = internal::MetamodelReader::read(fromUtf16(metamodelFile), diagnostics);
     if (!metamodel) return;
-    const std::string path = plainFileName(file);
-    RegistryFileProbe probe(path);
-    bool create = probe.state() == RegistryFileProbe::State::Absent ||
-                  probe.state() == RegistryFileProbe::State::Empty;
-    if (!create && probe.state() != RegistryFileProbe::State::Registry) {
-        diagnostics.add(refusalIdentifier(probe.state()), probe.message());
-        return;
-    }
-    if (create && options.readOnly) {
-        diagnostics.add("vrex:open:notFound",
-                        "cannot open \"" + file + "\" for reading: it is not a registry yet");
-        return;
-    }
-    auto driver = internal::SqliteDriver::open(path, *metamodel, options, create, diagnostics);
+    std::unique_ptr<internal::Driver> driver = openDriver(file, *metamodel, options, diagnostics);
     if (!driver) return;
     session_ = std::make_shared<internal::RepositorySession>(std::move(driver), std::move(metamodel), options);
 }

@@ -16,8 +16,8 @@ std::string savepointName(int depth) { return "vrex_function_" + std::to_string(
 
 RepositorySession::RepositorySession(std::unique_ptr<Driver> driver,
                                      std::shared_ptr<const Metamodel> metamodel, const Options& options)
-    : driver_(std::move(driver)),
-      metamodel_(std::move(metamodel)),
+    : metamodel_(std::move(metamodel)),
+      driver_(std::move(driver)),
       options_(options),
       readOnly_(driver_->isReadOnly()),
       nextIds_(metamodel_->classes().size(), 0) {}

@@ -92,8 +92,8 @@ private:
                          tvdiag::util::diagnostics& diagnostics) const;
     std::string describe(const ObjectRef& object, const PropertyInfo& property) const;
 
+    std::shared_ptr<const Metamodel> metamodel_;  // before the driver: it may refer to it
     std::unique_ptr<Driver> driver_;
-    std::shared_ptr<const Metamodel> metamodel_;
     Options options_;
     bool readOnly_;
     bool explicitTransaction_ = false;

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include <libpq-fe.h>
+
+#include "vrex/internal/PgParams.hpp"
+#include "vrex/internal/PgResult.hpp"
+
+namespace vrex::internal {
+
+// One libpq connection to a PostgreSQL server. Owns the connection; closes it on destruction.
+//
+// A statement that fails inside a transaction aborts the server's transaction; the connection
+// then rolls it back at once, so that a failure ends the transaction as a lost connection does,
+// and isInTransaction() says so. Error texts never hold the password of the connection URI.
+class PgConnection {
+public:
+    using Settings = std::vector<std::pair<std::string, std::string>>;
+
+    PgConnection() = default;
+    ~PgConnection() { close(); }
+    PgConnection(const PgConnection&) = delete;
+    PgConnection& operator=(const PgConnection&) = delete;
+
+    // Connects with `uri`; `defaults` are libpq connection keywords the URI may override.
+    // `secrets` are texts (the password) to be blanked out of every error text. False with
+    // lastError() on failure.
+    bool connect(const std::string& uri, const Settings& defaults, std::vector<std::string> secrets);
+    // When the connection was lost outside a transaction, connects again (prepared statements
+    // are prepared anew). False with lastError() when the server cannot be reached.
+    bool reconnectIfLost();
+    void close();
+    bool isOpen() const { return connection_ != nullptr; }
+    // Whether a transaction is open (false once the connection is lost).
+    bool isInTransaction() const;
+
+    // Runs SQL without parameters (several statements allowed). False with lastError().
+    bool exec(const std::string& sql);
+    // Runs one statement with `params`, its results in binary form. The statement is prepared on
+    // first use and kept for the life of the connection. On failure the result is not ok() and
+    // lastError() says why.
+    PgResult query(const std::string& sql, const PgParams& params = PgParams());
+
+    const std::string& lastError() const { return lastError_; }
+
+private:
+    const std::string* prepared(const std::string& sql, int parameters);
+    // Records the failure of `result` (or of the connection) and ends an aborted transaction.
+    void fail(const PGresult* result);
+    std::string withoutSecrets(std::string text) const;
+
+    PGconn* connection_ = nullptr;
+    std::unordered_map<std::string, std::string> statementNames_;  // SQL -> prepared name
+    std::vector<std::string> secrets_;
+    std::string lastError_;
+};
+
+}  // namespace vrex::internal

@@ -1,0 +1,195 @@
+#include "vrex/internal/PostgresDriver.hpp"
+
+#include <algorithm>
+
+#include "vrex/internal/PostgresSchema.hpp"
+#include "vrex/internal/RefAccess.hpp"
+
+namespace vrex::internal {
+
+namespace {
+
+// One advisory lock per registry: "vrex" in the high half, the schema's FNV-1a hash in the low.
+std::int64_t registryLockKey(const std::string& schema) {
+    std::uint32_t hash = 2166136261u;
+    for (unsigned char c : schema) hash = (hash ^ c) * 16777619u;
+    return static_cast<std::int64_t>(std::uint64_t{0x76726578} << 32 | hash);
+}
+
+// Seconds for libpq's connect_timeout: long enough for a busy server, short enough for a script.
+constexpr const char* kConnectTimeoutSeconds = "10";
+// A statement may wait for the write lock up to the busy timeout, then needs time to run.
+constexpr int kStatementTimeoutMarginMs = 60000;
+
+}  // namespace
+
+std::unique_ptr<PostgresDriver> PostgresDriver::open(const std::string& uri, const Metamodel& metamodel,
+                                                     const DataModelRepository::Options& options,
+                                                     tvdiag::util::diagnostics& diagnostics) {
+    std::unique_ptr<PostgresDriver> driver(new PostgresDriver(uri, metamodel, options.readOnly));
+    if (!driver->connect(options, diagnostics)) return nullptr;
+    PostgresSchema schema(driver->connection_, metamodel, driver->names_, driver->location(), driver->lockKey_);
+    if (!schema.prepare(driver->readOnly_, diagnostics)) return nullptr;
+    return driver;
+}
+
+PostgresDriver::PostgresDriver(const std::string& uri, const Metamodel& metamodel, bool readOnly)
+    : uri_(uri), metamodel_(metamodel), names_(metamodel), lockKey_(registryLockKey(names_.schema())),
+      readOnly_(readOnly) {}
+
+// TCP keepalives notice a server that vanished without closing the connection within about
+// 30 s, where libpq would otherwise wait for its answer for ever.
+bool PostgresDriver::connect(const DataModelRepository::Options& options,
+                             tvdiag::util::diagnostics& diagnostics) {
+    const PgConnection::Settings defaults = {
+        {"connect_timeout", kConnectTimeoutSeconds}, {"application_name", "vrex registry"},
+        {"keepalives", "1"},        {"keepalives_idle", "10"},
+        {"keepalives_interval", "5"}, {"keepalives_count", "4"},
+        {"tcp_user_timeout", "30000"},
+    };
+    if (!connection_.connect(uri_.text(), defaults, uri_.secrets()) || !configure(options)) {
+        diagnostics.add("vrex:open:cannotConnect",
+                        "cannot connect to the registry \"" + location() + "\": " + connection_.lastError());
+        connection_.close();
+        return false;
+    }
+    return true;
+}
+
+// Full durability asks the server to flush each commit whatever its own default; Normal leaves
+// the server's setting (synchronous_commit, on unless its administrator chose otherwise).
+bool PostgresDriver::configure(const DataModelRepository::Options& options) {
+    const int lockTimeout = std::max(options.busyTimeoutMs, 1);
+    std::string sql = "SET lock_timeout = " + std::to_string(lockTimeout) +
+                      "; SET statement_timeout = " + std::to_string(lockTimeout + kStatementTimeoutMarginMs);
+    if (options.durability == DataModelRepository::Durability::Full) sql += "; SET synchronous_commit = on";
+    if (readOnly_) sql += "; SET default_transaction_read_only = on";
+    return connection_.exec(sql);
+}
+
+// --- transactions ---------------------------------------------------------------------------
+
+bool PostgresDriver::beginWrite() {
+    if (!connection_.reconnectIfLost() || !connection_.exec("BEGIN")) return false;
+    return readOnly_ || connection_.query("SELECT pg_advisory_xact_lock($1)", PgParams().int64(lockKey_)).ok();
+}
+
+bool PostgresDriver::beginRead() {
+    return connection_.reconnectIfLost() && connection_.exec("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY");
+}
+
+template <typename Write>
+bool PostgresDriver::inWriteTransaction(Write&& write) {
+    if (connection_.isInTransaction()) return write();
+    if (!beginWrite()) return false;
+    if (!write()) {
+        if (connection_.isInTransaction()) connection_.exec("ROLLBACK");
+        return false;
+    }
+    return commit();
+}
+
+// --- objects --------------------------------------------------------------------------------
+
+bool PostgresDriver::insertObject(const ClassInfo& cls, std::int64_t& id) {
+    const std::string table = names_.qualifiedTable(cls);
+    return inWriteTransaction([&] {
+        PgResult inserted = connection_.query("INSERT INTO " + table + " (\"_id\") SELECT coalesce(max(\"_id\"), 0) + 1 FROM " +
+                                              table + " RETURNING \"_id\"");
+        if (!inserted.ok() || inserted.rows() != 1) return false;
+        id = inserted.int64(0, 0);
+        return true;
+    });
+}
+
+bool PostgresDriver::largestId(const ClassInfo& cls, std::int64_t& id) {
+    PgResult largest = connection_.query("SELECT max(\"_id\") FROM " + names_.qualifiedTable(cls));
+    if (!largest.ok() || largest.rows() != 1) return false;
+    id = largest.int64(0, 0);
+    return true;
+}
+
+bool PostgresDriver::insertWholeObject(const ClassInfo& cls, std::int64_t id,
+                                       const std::vector<std::optional<std::string>>& texts) {
+    std::string columns = "\"_id\"";
+    std::string values = "$1";
+    PgParams params;
+    params.int64(id);
+    for (const auto& property : cls.properties) {
+        columns += ", " + PostgresNames::quotedColumn(*property);
+        values += ", $" + std::to_string(property->position + 2);
+        const auto& text = texts[property->position];
+        if (text) {
+            params.bytes(*text);
+        } else {
+            params.null();
+        }
+    }
+    return connection_
+        .query("INSERT INTO " + names_.qualifiedTable(cls) + " (" + columns + ") VALUES (" + values + ")", params)
+        .ok();
+}
+
+bool PostgresDriver::findObjects(const ClassInfo& cls, const MatchConstraints& constraints,
+                                 std::vector<std::int64_t>& ids) {
+    std::string sql = "SELECT \"_id\" FROM " + names_.qualifiedTable(cls);
+    PgParams params;
+    const auto& all = constraints.constraints();
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const bool equals = all[i].relation == PropertyValueMatchRelation::Equals;
+        sql += (i == 0 ? " WHERE " : " AND ") + PostgresNames::quotedColumn(*RefAccess::info(all[i].property)) +
+               (equals ? " = $" : " IS DISTINCT FROM $") + std::to_string(i + 1);
+        params.bytes(all[i].value);
+    }
+    PgResult rows = connection_.query(sql + " ORDER BY \"_id\"", params);
+    if (!rows.ok()) return false;
+    ids.reserve(ids.size() + static_cast<std::size_t>(rows.rows()));
+    for (int row = 0; row < rows.rows(); ++row) ids.push_back(rows.int64(row, 0));
+    return true;
+}
+
+Driver::RowResult PostgresDriver::readProperty(const PropertyInfo& property, std::int64_t id,
+                                               std::optional<std::string>& text) {
+    PgResult row = connection_.query("SELECT " + PostgresNames::quotedColumn(property) + " FROM " +
+                                         names_.qualifiedTable(*property.owner) + " WHERE \"_id\" = $1",
+                                     PgParams().int64(id));
+    if (!row.ok()) return RowResult::Failed;
+    if (row.rows() == 0) return RowResult::NoSuchObject;
+    if (!row.isNull(0, 0)) text = row.bytes(0, 0);
+    return RowResult::Done;
+}
+
+Driver::RowResult PostgresDriver::writeProperty(const PropertyInfo& property, std::int64_t id,
+                                                const std::optional<std::string>& text) {
+    PgParams params;
+    if (text) {
+        params.bytes(*text);
+    } else {
+        params.null();
+    }
+    params.int64(id);
+    const std::string sql = "UPDATE " + names_.qualifiedTable(*property.owner) + " SET " +
+                            PostgresNames::quotedColumn(property) + " = $1 WHERE \"_id\" = $2";
+    long changed = 0;
+    const bool written = inWriteTransaction([&] {
+        PgResult result = connection_.query(sql, params);
+        changed = result.changed();
+        return result.ok();
+    });
+    if (!written) return RowResult::Failed;
+    return changed == 0 ? RowResult::NoSuchObject : RowResult::Done;
+}
+
+// The server keeps its own storage sound; what can go wrong is a table, column or index that
+// another program dropped.
+bool PostgresDriver::checkIntegrity(std::vector<std::string>& findings) {
+    PostgresSchema schema(connection_, metamodel_, names_, location(), lockKey_);
+    return schema.findMissingParts(findings);
+}
+
+void PostgresDriver::report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
+                            const std::string& action) const {
+    diagnostics.add(identifier, action + " in the registry \"" + location() + "\": " + connection_.lastError());
+}
+
+}  // namespace vrex::internal

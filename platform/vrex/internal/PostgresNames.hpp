@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+
+#include "vrex/internal/Metamodel.hpp"
+#include "vrex/internal/SqlNames.hpp"
+
+namespace vrex::internal {
+
+// SQL names of a registry in a PostgreSQL database. Everything lives in one schema named after
+// the metamodel's (first) package; schema, tables and columns are the metamodel's names in lower
+// case, so that they compare ignoring ASCII case as registries do, and need no quotes in psql
+// (SELECT * FROM scm.scm_utilities). Property columns are bytea: they keep any bytes, NUL too.
+class PostgresNames {
+public:
+    // PostgreSQL cuts longer identifiers short.
+    static constexpr std::size_t kMaxIdentifierBytes = 63;
+
+    explicit PostgresNames(const Metamodel& metamodel)
+        : schema_(asciiLowercase(metamodel.packages().front()->name)), quotedSchema_(quotedName(schema_)) {}
+
+    // The schema's name, unquoted.
+    const std::string& schema() const { return schema_; }
+    const std::string& quotedSchema() const { return quotedSchema_; }
+    std::string registryTable() const { return quotedSchema_ + ".\"_vrex_registry\""; }
+    std::string catalogueTable() const { return quotedSchema_ + ".\"_vrex_catalogue\""; }
+
+    static std::string table(const ClassInfo& cls) { return asciiLowercase(cls.name); }
+    static std::string column(const PropertyInfo& property) { return asciiLowercase(property.name); }
+    static std::string index(const PropertyInfo& property) {
+        return "index:" + table(*property.owner) + "." + column(property);
+    }
+
+    std::string qualifiedTable(const ClassInfo& cls) const { return quotedSchema_ + "." + quotedName(table(cls)); }
+    static std::string quotedColumn(const PropertyInfo& property) { return quotedName(column(property)); }
+
+private:
+    std::string schema_;
+    std::string quotedSchema_;
+};
+
+}  // namespace vrex::internal
