@@ -131,7 +131,7 @@ TEST_F(ScmInspect, StatsCountCategoriesAndTheModelsSharingEachPiece) {
 TEST_F(ScmInspect, CheckPassesOnACleanRegistry) {
     const ToolRun run = scm({"check", "registry.scm"});
     EXPECT_EQ(run.exitCode, 0) << run.out;
-    EXPECT_EQ(run.out, "OK: registry.scm: 11 entries; the file is sound, every entry decodes and "
+    EXPECT_EQ(run.out, "OK: registry.scm: 11 entries; the storage is sound, every entry decodes and "
                        "matches its checksum\n");
 }
 

@@ -11,7 +11,7 @@ int runCheck(const std::string& path) {
     const std::size_t entries = registry.adapter().checkEntries(problems);
     if (problems.empty()) {
         std::cout << "OK: " << registry.path() << ": " << entries
-                  << " entries; the file is sound, every entry decodes and matches its checksum\n";
+                  << " entries; the storage is sound, every entry decodes and matches its checksum\n";
         return kExitOk;
     }
     for (const tvdiag::util::diagnostic& problem : problems.records()) {

@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "ExitCode.hpp"
+#include "RegistryName.hpp"
 
 namespace scm_tool {
 
@@ -16,7 +17,7 @@ SCM::SCMVrexDataAdapter::OpenMode modeFor(OpenRegistry::Access access) {
 }  // namespace
 
 OpenRegistry::OpenRegistry(const std::string& path, Access access)
-    : path_(path),
+    : path_(printableRegistryName(path)),
       adapter_(new SCM::SCMVrexDataAdapter(path, SCM::getMetaModelFile(), modeFor(access))) {
     facade_.setDataAdapter(adapter_);
     if (!adapter_->doesExist()) {

@@ -10,7 +10,8 @@
 namespace scm_tool {
 
 // A registry opened for one command: the dictionary backend on the registry path and the facade
-// that owns it. The path follows the library's rules (a registry file).
+// that owns it. The path follows the library's rules: a registry file, or a PostgreSQL database
+// given as a postgresql:// or postgres:// URI.
 class OpenRegistry {
 public:
     enum class Access {
@@ -24,6 +25,7 @@ public:
     OpenRegistry(const OpenRegistry&) = delete;
     OpenRegistry& operator=(const OpenRegistry&) = delete;
 
+    // The registry's path for messages (a URI without its password).
     const std::string& path() const { return path_; }
     // Entries left out by entries() so far because they do not decode.
     std::size_t skippedEntries() const { return skippedEntries_; }

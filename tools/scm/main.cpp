@@ -19,7 +19,8 @@ const char* const kCategoryHelp =
 
 // A subcommand whose first argument is the registry.
 CLI::App* addCommand(CLI::App& app, const char* name, const char* description,
-                     std::string& registry, const char* registryHelp = "registry file") {
+                     std::string& registry,
+                     const char* registryHelp = "registry file or postgresql:// URI") {
     CLI::App* command = app.add_subcommand(name, description);
     command->add_option("registry", registry, registryHelp)->required();
     return command;
@@ -30,7 +31,7 @@ CLI::App* addRegister(CLI::App& app, RegisterOptions& options) {
         app, "register",
         "Register the entries of JSON Lines manifests (docs/manifest.md) in one transaction; "
         "exit 1 on clashes, 2 on errors",
-        options.registry, "registry file (created when absent)");
+        options.registry, "registry file or postgresql:// URI (created when absent)");
     command->add_option("manifests", options.manifests, "manifest files; - reads standard input")
         ->required();
     CLI::Option* json = command->add_flag("--json", options.json, "print the summary as JSON");
