@@ -9,13 +9,6 @@ namespace vrex::internal {
 
 namespace {
 
-// One advisory lock per registry: "vrex" in the high half, the schema's FNV-1a hash in the low.
-std::int64_t registryLockKey(const std::string& schema) {
-    std::uint32_t hash = 2166136261u;
-    for (unsigned char c : schema) hash = (hash ^ c) * 16777619u;
-    return static_cast<std::int64_t>(std::uint64_t{0x76726578} << 32 | hash);
-}
-
 // Seconds for libpq's connect_timeout: long enough for a busy server, short enough for a script.
 constexpr const char* kConnectTimeoutSeconds = "10";
 // A statement may wait for the write lock up to the busy timeout, then needs time to run.
@@ -28,13 +21,13 @@ std::unique_ptr<PostgresDriver> PostgresDriver::open(const std::string& uri, con
                                                      tvdiag::util::diagnostics& diagnostics) {
     std::unique_ptr<PostgresDriver> driver(new PostgresDriver(uri, metamodel, options.readOnly));
     if (!driver->connect(options, diagnostics)) return nullptr;
-    PostgresSchema schema(driver->connection_, metamodel, driver->names_, driver->location(), driver->lockKey_);
+    PostgresSchema schema(driver->connection_, metamodel, driver->names_, driver->location());
     if (!schema.prepare(driver->readOnly_, diagnostics)) return nullptr;
     return driver;
 }
 
 PostgresDriver::PostgresDriver(const std::string& uri, const Metamodel& metamodel, bool readOnly)
-    : uri_(uri), metamodel_(metamodel), names_(metamodel), lockKey_(registryLockKey(names_.schema())),
+    : uri_(uri), metamodel_(metamodel), names_(metamodel),
       readOnly_(readOnly) {}
 
 // TCP keepalives notice a server that vanished without closing the connection within about
@@ -70,8 +63,7 @@ bool PostgresDriver::configure(const DataModelRepository::Options& options) {
 // --- transactions ---------------------------------------------------------------------------
 
 bool PostgresDriver::beginWrite() {
-    if (!connection_.reconnectIfLost() || !connection_.exec("BEGIN")) return false;
-    return readOnly_ || connection_.query("SELECT pg_advisory_xact_lock($1)", PgParams().int64(lockKey_)).ok();
+    return connection_.reconnectIfLost() && connection_.exec(readOnly_ ? std::string("BEGIN") : names_.lockingBegin());
 }
 
 bool PostgresDriver::beginRead() {
@@ -183,7 +175,7 @@ Driver::RowResult PostgresDriver::writeProperty(const PropertyInfo& property, st
 // The server keeps its own storage sound; what can go wrong is a table, column or index that
 // another program dropped.
 bool PostgresDriver::checkIntegrity(std::vector<std::string>& findings) {
-    PostgresSchema schema(connection_, metamodel_, names_, location(), lockKey_);
+    PostgresSchema schema(connection_, metamodel_, names_, location());
     return schema.findMissingParts(findings);
 }
 

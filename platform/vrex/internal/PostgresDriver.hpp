@@ -76,7 +76,6 @@ private:
     PostgresUri uri_;
     const Metamodel& metamodel_;
     PostgresNames names_;
-    std::int64_t lockKey_;
     bool readOnly_;
     PgConnection connection_;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "vrex/internal/Metamodel.hpp"
@@ -24,6 +25,16 @@ public:
     const std::string& quotedSchema() const { return quotedSchema_; }
     std::string registryTable() const { return quotedSchema_ + ".\"_vrex_registry\""; }
     std::string catalogueTable() const { return quotedSchema_ + ".\"_vrex_catalogue\""; }
+
+    // Begins a transaction that holds the registry's write lock: a transaction-scoped advisory
+    // lock whose key is "vrex" in the high half and the schema name's FNV-1a hash in the low.
+    // One round trip; the key is a number of our own, not a value from outside.
+    std::string lockingBegin() const {
+        std::uint32_t hash = 2166136261u;
+        for (unsigned char c : schema_) hash = (hash ^ c) * 16777619u;
+        const auto key = static_cast<std::int64_t>(std::uint64_t{0x76726578} << 32 | hash);
+        return "BEGIN; SELECT pg_advisory_xact_lock(" + std::to_string(key) + ")";
+    }
 
     static std::string table(const ClassInfo& cls) { return asciiLowercase(cls.name); }
     static std::string column(const PropertyInfo& property) { return asciiLowercase(property.name); }

@@ -33,9 +33,8 @@ const char* const kReadOnlyBegin = "BEGIN ISOLATION LEVEL REPEATABLE READ READ O
 }  // namespace
 
 PostgresSchema::PostgresSchema(PgConnection& connection, const Metamodel& metamodel,
-                               const PostgresNames& names, const std::string& location,
-                               std::int64_t lockKey)
-    : connection_(connection), metamodel_(metamodel), names_(names), location_(location), lockKey_(lockKey) {}
+                               const PostgresNames& names, const std::string& location)
+    : connection_(connection), metamodel_(metamodel), names_(names), location_(location) {}
 
 bool PostgresSchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnostics) {
     if (!checkNameLengths(diagnostics)) return false;
@@ -63,8 +62,8 @@ bool PostgresSchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnosti
         return false;
     }
     // Another agent may have extended the registry meanwhile: look again under the write lock.
-    SchemaTransaction writing(connection_, "BEGIN");
-    if (!writing.begun() || !connection_.query("SELECT pg_advisory_xact_lock($1)", PgParams().int64(lockKey_)).ok()) {
+    SchemaTransaction writing(connection_, names_.lockingBegin().c_str());
+    if (!writing.begun()) {
         reportFailure("cannot lock the registry to extend its schema", diagnostics);
         return false;
     }

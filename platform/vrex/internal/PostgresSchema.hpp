@@ -22,7 +22,7 @@ namespace vrex::internal {
 class PostgresSchema {
 public:
     PostgresSchema(PgConnection& connection, const Metamodel& metamodel, const PostgresNames& names,
-                   const std::string& location, std::int64_t lockKey);
+                   const std::string& location);
 
     // Makes the database ready for the metamodel: looks in a read-only transaction first, then,
     // when something must be added (not when `readOnly`: then it is refused), adds it under the
@@ -55,7 +55,6 @@ private:
     const Metamodel& metamodel_;
     const PostgresNames& names_;
     const std::string& location_;
-    std::int64_t lockKey_;
 };
 
 }  // namespace vrex::internal
