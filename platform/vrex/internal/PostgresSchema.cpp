@@ -68,7 +68,7 @@ bool PostgresSchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnosti
         return false;
     }
     plan = SchemaPlan();
-    if (!inspect(plan, diagnostics) || !apply(plan, diagnostics)) return false;
+    if (!inspect(plan, diagnostics) || !plan.apply(*this, diagnostics)) return false;
     if (!writing.commit()) {
         reportFailure("cannot commit the schema", diagnostics);
         return false;
@@ -212,20 +212,6 @@ bool PostgresSchema::dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnost
     return true;
 }
 
-bool PostgresSchema::apply(const SchemaPlan& plan, tvdiag::util::diagnostics& diagnostics) {
-    if (plan.createHeader && !createHeader(diagnostics)) return false;
-    for (const ClassInfo* cls : plan.newTables) {
-        if (!createTable(*cls, diagnostics)) return false;
-    }
-    for (const PropertyInfo* property : plan.newColumns) {
-        if (!addColumn(*property, diagnostics)) return false;
-    }
-    for (const PropertyInfo* property : plan.newIndexes) {
-        if (!addIndex(*property, diagnostics)) return false;
-    }
-    return true;
-}
-
 bool PostgresSchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
     if (!run("CREATE SCHEMA IF NOT EXISTS " + names_.quotedSchema(), "cannot create the registry schema",
              diagnostics) ||
@@ -260,31 +246,21 @@ bool PostgresSchema::createTable(const ClassInfo& cls, tvdiag::util::diagnostics
     std::string sql = "CREATE TABLE " + names_.qualifiedTable(cls) + " (\"_id\" bigint PRIMARY KEY";
     for (const auto& property : cls.properties) sql += ", " + PostgresNames::quotedColumn(*property) + " bytea";
     sql += ")";
-    if (!run(sql, "cannot create the table of " + cls.name, diagnostics)) return false;
-    for (const auto& property : cls.properties) {
-        if (property->indexed && !addIndex(*property, diagnostics)) return false;
-        if (!property->indexed && !record(*property, diagnostics)) return false;
-    }
-    return true;
+    return run(sql, "cannot create the table of " + cls.name, diagnostics);
 }
 
 bool PostgresSchema::addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
     std::string sql = "ALTER TABLE " + names_.qualifiedTable(*property.owner) + " ADD COLUMN " +
                       PostgresNames::quotedColumn(property) + " bytea";
-    if (!run(sql, "cannot add the column " + property.owner->name + "." + property.name, diagnostics)) {
-        return false;
-    }
-    return property.indexed ? addIndex(property, diagnostics) : record(property, diagnostics);
+    return run(sql, "cannot add the column " + property.owner->name + "." + property.name, diagnostics);
 }
 
 bool PostgresSchema::addIndex(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
     std::string sql = "CREATE INDEX IF NOT EXISTS " + quotedName(PostgresNames::index(property)) + " ON " +
                       names_.qualifiedTable(*property.owner) + " (" + PostgresNames::quotedColumn(property) + ")";
-    return run(sql, "cannot index " + property.owner->name + "." + property.name, diagnostics) &&
-           record(property, diagnostics);
+    return run(sql, "cannot index " + property.owner->name + "." + property.name, diagnostics);
 }
 
-// Writes the catalogue row of `property` (replacing an older one).
 bool PostgresSchema::record(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
     const std::string cls = PostgresNames::table(*property.owner);
     const std::string name = PostgresNames::column(property);

@@ -19,7 +19,7 @@ namespace vrex::internal {
 //
 // A database becomes a registry only when it holds no tables at all: a database with tables of
 // its own and no registry header is refused, untouched.
-class PostgresSchema {
+class PostgresSchema : private SchemaSteps {
 public:
     PostgresSchema(PgConnection& connection, const Metamodel& metamodel, const PostgresNames& names,
                    const std::string& location);
@@ -40,12 +40,11 @@ private:
     bool inspectHeader(SchemaPlan& plan, tvdiag::util::diagnostics& diagnostics);
     bool readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
     bool dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
-    bool apply(const SchemaPlan& plan, tvdiag::util::diagnostics& diagnostics);
-    bool createHeader(tvdiag::util::diagnostics& diagnostics);
-    bool createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics);
-    bool addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics);
-    bool addIndex(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics);
-    bool record(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics);
+    bool createHeader(tvdiag::util::diagnostics& diagnostics) override;
+    bool createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) override;
+    bool addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) override;
+    bool addIndex(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) override;
+    bool record(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) override;
     // Runs one statement; false with a "vrex:open:serverError" diagnostic.
     bool run(const std::string& sql, const std::string& action, tvdiag::util::diagnostics& diagnostics,
              const PgParams& params = PgParams());

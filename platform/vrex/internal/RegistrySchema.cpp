@@ -92,7 +92,7 @@ bool RegistrySchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnosti
         return false;
     }
     plan = Plan();
-    if (!inspect(plan, diagnostics) || !apply(plan, diagnostics)) return false;
+    if (!inspect(plan, diagnostics) || !plan.apply(*this, diagnostics)) return false;
     int rc = writing.commit();
     if (rc != SQLITE_OK) {
         reportFailure(rc, "cannot commit the schema", diagnostics);
@@ -205,20 +205,6 @@ bool RegistrySchema::dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnost
     return true;
 }
 
-bool RegistrySchema::apply(const Plan& plan, tvdiag::util::diagnostics& diagnostics) {
-    if (plan.createHeader && !createHeader(diagnostics)) return false;
-    for (const ClassInfo* cls : plan.newTables) {
-        if (!createTable(*cls, diagnostics)) return false;
-    }
-    for (const PropertyInfo* property : plan.newColumns) {
-        if (!addColumn(*property, diagnostics)) return false;
-    }
-    for (const PropertyInfo* property : plan.newIndexes) {
-        if (!addIndex(*property, diagnostics)) return false;
-    }
-    return true;
-}
-
 // Stamps the file again in the same transaction: a kill while a new file was stamped may have
 // left the stamp to be rolled back when the file is next opened.
 bool RegistrySchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
@@ -260,31 +246,21 @@ bool RegistrySchema::createTable(const ClassInfo& cls, tvdiag::util::diagnostics
     std::string sql = "CREATE TABLE " + tableName(cls) + " (\"_id\" INTEGER PRIMARY KEY";
     for (const auto& property : cls.properties) sql += ", " + columnName(*property) + " TEXT";
     sql += ")";
-    if (!run(sql, "cannot create the table of " + cls.name, diagnostics)) return false;
-    for (const auto& property : cls.properties) {
-        if (property->indexed && !addIndex(*property, diagnostics)) return false;
-        if (!property->indexed && !record(*property, diagnostics)) return false;
-    }
-    return true;
+    return run(sql, "cannot create the table of " + cls.name, diagnostics);
 }
 
 bool RegistrySchema::addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
     std::string sql = "ALTER TABLE " + tableName(*property.owner) + " ADD COLUMN " +
                       columnName(property) + " TEXT";
-    if (!run(sql, "cannot add the column " + property.owner->name + "." + property.name, diagnostics)) {
-        return false;
-    }
-    return property.indexed ? addIndex(property, diagnostics) : record(property, diagnostics);
+    return run(sql, "cannot add the column " + property.owner->name + "." + property.name, diagnostics);
 }
 
 bool RegistrySchema::addIndex(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
     std::string sql = "CREATE INDEX IF NOT EXISTS " + indexName(property) + " ON " +
                       tableName(*property.owner) + " (" + columnName(property) + ")";
-    return run(sql, "cannot index " + property.owner->name + "." + property.name, diagnostics) &&
-           record(property, diagnostics);
+    return run(sql, "cannot index " + property.owner->name + "." + property.name, diagnostics);
 }
 
-// Writes the catalogue row of `property` (replacing an older one).
 bool RegistrySchema::record(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
     Statement upsert;
     int rc = upsert.prepare(connection_.handle(),

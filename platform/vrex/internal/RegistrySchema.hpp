@@ -19,7 +19,7 @@ namespace vrex::internal {
 // On a file made with another metamodel, missing classes, properties and indexes are added;
 // others are kept; a property whose kind differs is refused. A table, column or index that the
 // catalogue lists but the file lacks (dropped by another program) counts as missing too.
-class RegistrySchema {
+class RegistrySchema : private SchemaSteps {
 public:
     // Stored in files: never change.
     static constexpr const char* kFormat = "vrex dictionary registry";
@@ -44,12 +44,11 @@ private:
     bool inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagnostics);
     bool readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
     bool dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
-    bool apply(const Plan& plan, tvdiag::util::diagnostics& diagnostics);
-    bool createHeader(tvdiag::util::diagnostics& diagnostics);
-    bool createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics);
-    bool addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics);
-    bool addIndex(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics);
-    bool record(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics);
+    bool createHeader(tvdiag::util::diagnostics& diagnostics) override;
+    bool createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) override;
+    bool addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) override;
+    bool addIndex(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) override;
+    bool record(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) override;
     bool run(const std::string& sql, const std::string& action, tvdiag::util::diagnostics& diagnostics);
     // Reports a failed SQLite call: "vrex:open:damaged" when the file is corrupt.
     void reportFailure(int rc, const std::string& action, tvdiag::util::diagnostics& diagnostics);

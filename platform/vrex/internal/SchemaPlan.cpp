@@ -34,6 +34,33 @@ bool SchemaPlan::compare(const Metamodel& metamodel, const Catalogue& catalogue,
     return fits;
 }
 
+namespace {
+
+bool completeProperty(SchemaSteps& steps, const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
+    return (!property.indexed || steps.addIndex(property, diagnostics)) && steps.record(property, diagnostics);
+}
+
+}  // namespace
+
+bool SchemaPlan::apply(SchemaSteps& steps, tvdiag::util::diagnostics& diagnostics) const {
+    if (createHeader && !steps.createHeader(diagnostics)) return false;
+    for (const ClassInfo* cls : newTables) {
+        if (!steps.createTable(*cls, diagnostics)) return false;
+        for (const auto& property : cls->properties) {
+            if (!completeProperty(steps, *property, diagnostics)) return false;
+        }
+    }
+    for (const PropertyInfo* property : newColumns) {
+        if (!steps.addColumn(*property, diagnostics) || !completeProperty(steps, *property, diagnostics)) {
+            return false;
+        }
+    }
+    for (const PropertyInfo* property : newIndexes) {
+        if (!steps.addIndex(*property, diagnostics) || !steps.record(*property, diagnostics)) return false;
+    }
+    return true;
+}
+
 void keepWhatExists(Catalogue& catalogue, const std::map<std::string, std::set<std::string>>& columns,
                     const std::set<std::string>& indexes) {
     static const std::set<std::string> none;

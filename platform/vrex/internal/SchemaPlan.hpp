@@ -18,6 +18,21 @@ struct StoredProperty {
 };
 using Catalogue = std::map<std::string, std::map<std::string, StoredProperty>>;
 
+// The statements that build a registry's schema on one engine. Each returns false with a
+// diagnostic when the engine refuses.
+class SchemaSteps {
+public:
+    virtual ~SchemaSteps() = default;
+    // The registry header and catalogue.
+    virtual bool createHeader(tvdiag::util::diagnostics& diagnostics) = 0;
+    // The table of `cls` with a column per property, without indexes.
+    virtual bool createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) = 0;
+    virtual bool addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) = 0;
+    virtual bool addIndex(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) = 0;
+    // Writes the catalogue row of `property`, replacing an older one.
+    virtual bool record(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) = 0;
+};
+
 // What a registry lacks of a metamodel, to be added when it is opened: every engine keeps the
 // same catalogue and extends its schema by the same rules.
 struct SchemaPlan {
@@ -34,6 +49,10 @@ struct SchemaPlan {
     // "vrex:open:metamodelMismatch" diagnostic per property whose stored kind differs.
     bool compare(const Metamodel& metamodel, const Catalogue& catalogue, const std::string& location,
                  tvdiag::util::diagnostics& diagnostics);
+
+    // Adds what the plan lists, each new property with its index (when indexed) and its
+    // catalogue row. False at the first step that fails.
+    bool apply(SchemaSteps& steps, tvdiag::util::diagnostics& diagnostics) const;
 };
 
 // Drops from `catalogue` the tables and columns the storage does not hold (`columns`: lower-case
