@@ -1,6 +1,7 @@
 #include "vrex/internal/PostgresDriver.hpp"
 
 #include <algorithm>
+#include <limits>
 
 #include "vrex/internal/PostgresSchema.hpp"
 #include "vrex/internal/RefAccess.hpp"
@@ -52,9 +53,11 @@ bool PostgresDriver::connect(const DataModelRepository::Options& options,
 // Full durability asks the server to flush each commit whatever its own default; Normal leaves
 // the server's setting (synchronous_commit, on unless its administrator chose otherwise).
 bool PostgresDriver::configure(const DataModelRepository::Options& options) {
-    const int lockTimeout = std::max(options.busyTimeoutMs, 1);
+    const int lockTimeout = std::max(options.busyTimeoutMs, 1);  // 0 would mean no limit
+    const long long statementTimeout = std::min<long long>(
+        static_cast<long long>(lockTimeout) + kStatementTimeoutMarginMs, std::numeric_limits<int>::max());
     std::string sql = "SET lock_timeout = " + std::to_string(lockTimeout) +
-                      "; SET statement_timeout = " + std::to_string(lockTimeout + kStatementTimeoutMarginMs);
+                      "; SET statement_timeout = " + std::to_string(statementTimeout);
     if (options.durability == DataModelRepository::Durability::Full) sql += "; SET synchronous_commit = on";
     if (readOnly_) sql += "; SET default_transaction_read_only = on";
     return connection_.exec(sql);
