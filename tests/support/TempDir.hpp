@@ -13,7 +13,7 @@ namespace scm_test {
 class TempDir {
 public:
     TempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "vrex-test-XXXXXX").string();
+        std::string pattern = (std::filesystem::temp_directory_path() / "scm-test-XXXXXX").string();
         if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
         path_ = pattern;
     }

@@ -44,12 +44,24 @@ std::string runOnServer(const std::string& statement) {
 
 }  // namespace
 
-TestRegistry::TestRegistry(const std::string& fileName) {
-    if (!postgresqlSelected()) {
-        directory_ = std::make_unique<TempDir>();
-        location_ = directory_->file(fileName);
+TestRegistry::TestRegistry() {
+    if (postgresqlSelected()) {
+        createDatabase();
         return;
     }
+    directory_ = std::make_unique<TempDir>();
+    location_ = directory_->file("registry.reg");
+}
+
+TestRegistry::TestRegistry(std::string sqliteLocation) {
+    if (postgresqlSelected()) {
+        createDatabase();
+        return;
+    }
+    location_ = std::move(sqliteLocation);
+}
+
+void TestRegistry::createDatabase() {
     database_ = newDatabaseName();
     const std::string error = runOnServer("CREATE DATABASE \"" + database_ + "\"");
     if (!error.empty()) throw std::runtime_error("cannot create the test database " + database_ + ": " + error);
