@@ -5,35 +5,30 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
 
 #include "shared_code_manager.hpp"
+#include "support/RegistryDriver.hpp"
+#include "support/TempDir.hpp"
+#include "support/TestRegistry.hpp"
 #include "tv/TvFeature.hpp"
 
 namespace {
 
 using namespace SCM;
-namespace fs = std::filesystem;
 
 class RegistrationPaths : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "scm_paths_XXXXXX").string();
-        directory_ = mkdtemp(pattern.data());
-        TvFeature::setValue("UseVrexCache", 1);
-    }
-    void TearDown() override { fs::remove_all(directory_); }
+    void SetUp() override { TvFeature::setValue("UseVrexCache", 1); }
 
-    std::string file(const std::string& name) const { return (directory_ / name).string(); }
+    std::string file(const std::string& name) const { return directory_.file(name); }
 
-    // The "Data" texts of a dictionary class as the file holds them, in creation order.
+    // The "Data" texts of a dictionary class as the SQLite file holds them, in creation order.
     std::string storedData(const std::string& className) const {
         sqlite3* db = nullptr;
-        EXPECT_EQ(sqlite3_open_v2(file("registry.scm").c_str(), &db, SQLITE_OPEN_READONLY, nullptr),
+        EXPECT_EQ(sqlite3_open_v2(registry_.location().c_str(), &db, SQLITE_OPEN_READONLY, nullptr),
                   SQLITE_OK);
         sqlite3_stmt* query = nullptr;
         const std::string sql = "SELECT Data FROM \"" + className + "\" ORDER BY _id";
@@ -64,7 +59,8 @@ protected:
         return path;
     }
 
-    fs::path directory_;
+    scm_test::TempDir directory_;
+    scm_test::TestRegistry registry_{file("registry.scm")};
 };
 
 SCMBasicUtilityData utilityRecord(const std::string& model) {
@@ -78,7 +74,7 @@ TEST_F(RegistrationPaths, OneTransactionRegistersMergesAndRefuses) {
     SCMBasicUtilityIdentity utility("rt_sat");
     SCMSharedFunctionIdentity function(1, 2, 3, 4);
     {
-        SharedCodeManagerInterface registry(file("registry.scm"));
+        SharedCodeManagerInterface registry(registry_.location());
         SCMDataAdapter* adapter = registry.getDataAdapter();
         ASSERT_TRUE(adapter->beginTransaction());
         SCMBasicUtilityData first = utilityRecord("model_a");
@@ -94,7 +90,7 @@ TEST_F(RegistrationPaths, OneTransactionRegistersMergesAndRefuses) {
         EXPECT_EQ(static_cast<SCMBasicUtilityData&>(*seen).getModelNames().size(), 2u);
         EXPECT_TRUE(adapter->endTransaction());
     }
-    SharedCodeManagerInterface reopened(file("registry.scm"));
+    SharedCodeManagerInterface reopened(registry_.location());
     std::unique_ptr<SCMData> merged(reopened.retrieveData(&utility));
     ASSERT_NE(merged, nullptr);
     EXPECT_EQ(static_cast<SCMBasicUtilityData&>(*merged).getModelNames(),
@@ -108,10 +104,11 @@ TEST_F(RegistrationPaths, OneTransactionRegistersMergesAndRefuses) {
 }
 
 TEST_F(RegistrationPaths, ARefusedMergeLeavesTheStoredTextAsItWas) {
+    SCM_SQLITE_ONLY("reads the stored texts through SQLite");
     SCMSharedFunctionIdentity function(5, 6, 7, 8);
     SCMSharedFunctionData add("add", "add.c");
     SCMSharedFunctionData other("other", "other.c");
-    SharedCodeManagerInterface registry(file("registry.scm"));
+    SharedCodeManagerInterface registry(registry_.location());
     ASSERT_EQ(registry.registerDataInTransaction(&function, &add), IS_REGISTERED);
     const std::string before = storedData("SCM_SHARED_FUNCTIONS");
     EXPECT_EQ(registry.registerDataInTransaction(&function, &other), IS_PRESENT_ERROR);
@@ -122,7 +119,7 @@ TEST_F(RegistrationPaths, ARefusedMergeLeavesTheStoredTextAsItWas) {
 
 TEST_F(RegistrationPaths, AClassWithoutNameTakesEntriesOnBothRoads) {
     SharedCodeManagerInterface registry;
-    registry.setDataAdapter(new SCMVrexDataAdapter(file("registry.scm"), metamodelWithoutUtilityNames()));
+    registry.setDataAdapter(new SCMVrexDataAdapter(registry_.location(), metamodelWithoutUtilityNames()));
     ASSERT_TRUE(registry.getDataAdapter()->doesExist());
     SCMBasicUtilityIdentity direct("rt_direct");
     SCMBasicUtilityIdentity cached("rt_cached");
@@ -160,7 +157,7 @@ private:
 };
 
 TEST_F(RegistrationPaths, EntriesGoToTheClassTheIdentityNames) {
-    SharedCodeManagerInterface registry(file("registry.scm"));
+    SharedCodeManagerInterface registry(registry_.location());
     RelabelledIdentity direct("rt_direct", "SCM_OTHER");
     RelabelledIdentity cached("rt_cached", "SCM_OTHER");
     RelabelledIdentity nowhere("rt_nowhere", "NO_SUCH_CLASS");
@@ -179,7 +176,7 @@ TEST_F(RegistrationPaths, EntriesGoToTheClassTheIdentityNames) {
 }
 
 TEST_F(RegistrationPaths, NameLookUpsReturnBothHalvesOfTheFirstMatch) {
-    SharedCodeManagerInterface registry(file("registry.scm"));
+    SharedCodeManagerInterface registry(registry_.location());
     SCMBasicUtilityIdentity utility("rt_sat");
     SCMBasicUtilityData record = utilityRecord("model_a");
     ASSERT_EQ(registry.registerDataInTransaction(&utility, &record), IS_REGISTERED);

@@ -12,6 +12,9 @@
 
 #include "kobj/ObjectEncoding.hpp"
 #include "shared_code_manager.hpp"
+#include "support/RegistryDriver.hpp"
+#include "support/TempDir.hpp"
+#include "support/TestRegistry.hpp"
 #include "tv/TvFeature.hpp"
 #include "vrex/Utf16.hpp"
 
@@ -20,20 +23,6 @@ namespace {
 using namespace SCM;
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
-
-// A fresh directory under the system's temporary directory, removed with everything in it.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory() {
-        std::string pattern = (fs::temp_directory_path() / "scm_registry_XXXXXX").string();
-        path_ = mkdtemp(pattern.data());
-    }
-    ~TemporaryDirectory() { fs::remove_all(path_); }
-    std::string file(const std::string& name) const { return (path_ / name).string(); }
-
-private:
-    fs::path path_;
-};
 
 // The whole-object text of a library object: equal texts mean equal class and fields.
 std::string encoded(tv::mi::Handle* object) { return kobj::encodeObject(object->toScriptValue()); }
@@ -51,9 +40,10 @@ class RegistryFile : public ::testing::Test {
 protected:
     void SetUp() override { TvFeature::setValue("UseVrexCache", 1); }
     void TearDown() override { TvFeature::setValue("UseVrexCache", 1); }
-    std::string path() const { return directory_.file("registry.scm"); }
+    const std::string& path() const { return registry_.location(); }
 
-    TemporaryDirectory directory_;
+    scm_test::TempDir directory_;
+    scm_test::TestRegistry registry_{directory_.file("registry.scm")};
 };
 
 TEST_F(RegistryFile, SecondRegistrationMergesIntoTheOneObject) {
@@ -212,6 +202,7 @@ TEST_F(RegistryFile, ExplicitTransactionBracket) {
 }
 
 TEST_F(RegistryFile, FailedOpenLeavesAFacadeWithoutAStore) {
+    SCM_SQLITE_ONLY("a directory where the file should be");
     const std::string directory = directory_.file("a_directory");
     fs::create_directory(directory);
     SharedCodeManagerInterface registry(directory);

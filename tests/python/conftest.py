@@ -6,8 +6,10 @@ environment says.
 """
 
 import os
+import pathlib
 import subprocess
 import sys
+import uuid
 
 os.environ["TV_FEATURE_UseVrexCache"] = "1"
 
@@ -56,9 +58,46 @@ def run_python(code, *arguments, cwd=None):
     return finished.stdout
 
 
+# Which storage the registries of the suites live in: SQLite files, or, in the PostgreSQL variant
+# (SCM_TEST_REGISTRY_DRIVER=postgresql), fresh databases of the throwaway server that
+# scripts/pg-server started into SCM_TEST_POSTGRES_DIR.
+POSTGRESQL_SELECTED = os.environ.get("SCM_TEST_REGISTRY_DRIVER") == "postgresql"
+
+
+def sqlite_only(reason):
+    """Marks a test that looks at the SQLite file itself: skipped in the PostgreSQL variant."""
+    return pytest.mark.skipif(POSTGRESQL_SELECTED, reason=f"SQLite-specific: {reason}")
+
+
+def postgres_base_uri():
+    """The server's base URI; skips when no server is installed, fails when it is missing else."""
+    directory = pathlib.Path(os.environ["SCM_TEST_POSTGRES_DIR"])
+    if not (directory / "uri").exists() and (directory / "unavailable").exists():
+        pytest.skip((directory / "unavailable").read_text().strip())
+    return (directory / "uri").read_text().strip()
+
+
+def run_on_server(base_uri, statement):
+    """Runs one SQL statement on the server's maintenance database with psql."""
+    # psql is not built with the sanitizers: keep their runtime out of it.
+    environment = {k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}
+    finished = subprocess.run(["psql", base_uri, "-X", "-q", "-v", "ON_ERROR_STOP=1",
+                               "-c", statement],
+                              capture_output=True, text=True, timeout=60, env=environment)
+    assert finished.returncode == 0, f"{statement}: {finished.stderr}"
+
+
 @pytest.fixture
 def registry_path(tmp_path):
-    return tmp_path / "registry.sldd"
+    """Where the test's registry lives: a file path, or the URI of a database made for it."""
+    if not POSTGRESQL_SELECTED:
+        yield tmp_path / "registry.sldd"
+        return
+    base_uri = postgres_base_uri()
+    database = f"scm_test_py_{os.getpid()}_{uuid.uuid4().hex[:12]}"
+    run_on_server(base_uri, f'CREATE DATABASE "{database}"')
+    yield base_uri.rsplit("/", 1)[0] + "/" + database
+    run_on_server(base_uri, f'DROP DATABASE IF EXISTS "{database}" WITH (FORCE)')
 
 
 @pytest.fixture

@@ -8,7 +8,7 @@ import pathlib
 import pytest
 
 import SharedCodeManager as scm
-from conftest import run_python, state_of
+from conftest import run_python, sqlite_only, state_of
 
 # Prints every stored entry of the registry in argv[1] as JSON: category -> list of
 # [identity state, data state].
@@ -116,6 +116,7 @@ class TestSession:
                                       scm.SharedConstantsData("K"))
             assert registry.getAllConstantsNames == ["K", "K"]
 
+    @sqlite_only("a file that is not a registry")
     def test_a_file_that_cannot_be_a_registry_reports_transaction_errors(self, tmp_path):
         not_a_registry = tmp_path / "notes.txt"
         not_a_registry.write_text("not a registry")

@@ -2,9 +2,12 @@
 // roads, half of each process's keys shared with all the others. Afterwards the registry must be
 // sound and hold, for every key, exactly the merge of what the processes acknowledged.
 //
-//   stress_registry [--processes P] [--entries N] [--file PATH]
+//   stress_registry [--processes P] [--entries N] [--registry PATH|URI]
 //
-// N registrations per process. Exit status 0 when everything held; the findings on stdout.
+// N registrations per process. Without --registry the registry is a new one made by
+// scm_test::TestRegistry: a file, or a PostgreSQL database when SCM_TEST_REGISTRY_DRIVER says so.
+// Exit status 0 when everything held, 77 when the PostgreSQL variant has no server installed;
+// the findings on stdout.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,10 +17,15 @@
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <memory>
+#include <optional>
 
 #include "reliability/ProgramOptions.hpp"
 #include "reliability/RegistryCheck.hpp"
 #include "reliability/Workload.hpp"
+#include "support/RegistryDriver.hpp"
+#include "support/TempDir.hpp"
+#include "support/TestRegistry.hpp"
 
 namespace {
 
@@ -28,7 +36,8 @@ namespace fs = std::filesystem;
 struct Plan {
     unsigned processes;
     unsigned entries;  // registrations per process
-    std::string file;
+    std::string registry;  // path or URI
+    std::string outcomes;  // the directory of the processes' outcome files
 
     unsigned sharedKeys() const { return entries / 2; }
     unsigned privateKeys() const { return entries - sharedKeys(); }
@@ -56,7 +65,7 @@ unsigned slotAt(const Plan& plan, unsigned process, unsigned step) {
 std::string contributorOf(unsigned process) { return "p" + std::to_string(process); }
 
 std::string outcomeFile(const Plan& plan, unsigned process) {
-    return plan.file + ".outcomes." + std::to_string(process);
+    return plan.outcomes + "/outcomes." + std::to_string(process);
 }
 
 bool acknowledged(SCMRegistry outcome, bool direct) {
@@ -69,7 +78,7 @@ bool acknowledged(SCMRegistry outcome, bool direct) {
 int runWriter(const Plan& plan, unsigned process, int startSignal) {
     char go = 0;
     if (read(startSignal, &go, 1) != 1) return 2;
-    SharedCodeManagerInterface registry(plan.file);
+    SharedCodeManagerInterface registry(plan.registry);
     if (!registry.getDataAdapter()->doesExist()) return 3;
     std::string outcomes(plan.entries, static_cast<char>(IS_EMPTY));
     for (unsigned step = 0; step < plan.entries; ++step) {
@@ -167,18 +176,22 @@ unsigned compareRecords(const RegistryContents& contents,
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (std::optional<std::string> reason = scm_test::postgresUnavailableReason()) {
+        std::cout << *reason << std::endl;
+        return scm_test::kSkippedExitCode;
+    }
+    const scm_test::TempDir work;
     Plan plan{static_cast<unsigned>(optionNumber(argc, argv, "--processes", 4)),
               static_cast<unsigned>(optionNumber(argc, argv, "--entries", 1000)),
-              optionText(argc, argv, "--file", "")};
+              optionText(argc, argv, "--registry", ""), work.path().string()};
     if (plan.processes == 0 || plan.entries < 2) return 2;
-    std::string directory;
-    if (plan.file.empty()) {
-        std::string pattern = (fs::temp_directory_path() / "scm_stress_XXXXXX").string();
-        directory = mkdtemp(pattern.data());
-        plan.file = directory + "/registry.scm";
+    std::unique_ptr<scm_test::TestRegistry> made;  // the new registry, unless one was given
+    if (plan.registry.empty()) {
+        made = std::make_unique<scm_test::TestRegistry>(work.file("registry.scm"));
+        plan.registry = made->location();
     }
     std::cout << "stress: " << plan.processes << " processes x " << plan.entries << " registrations into "
-              << plan.file << std::endl;
+              << (scm_test::postgresqlSelected() ? "a PostgreSQL database" : plan.registry) << std::endl;
 
     const auto started = std::chrono::steady_clock::now();
     const bool writersOk = runWriters(plan);
@@ -186,7 +199,7 @@ int main(int argc, char** argv) {
 
     unsigned refused = 0;
     const auto contributors = acknowledgements(plan, refused);
-    const RegistryContents contents = checkRegistry(plan.file);
+    const RegistryContents contents = checkRegistry(plan.registry);
     for (const std::string& problem : contents.problems) std::cout << "check: " << problem << '\n';
     const unsigned mismatches = compareRecords(contents, contributors);
 
@@ -195,7 +208,6 @@ int main(int argc, char** argv) {
                 registrations / seconds, refused);
     std::printf("keys %zu, records that differ from the merge of their contributions %u\n",
                 contributors.size(), mismatches);
-    if (!directory.empty()) fs::remove_all(directory);
     const bool held = writersOk && refused == 0 && contents.sound() && mismatches == 0;
     std::cout << (held ? "stress: everything held" : "stress: FAILED") << std::endl;
     return held ? 0 : 1;

@@ -7,7 +7,10 @@
 
 #include "ScmToolRunner.hpp"
 #include "SCMSharedFunctionIdentity.hpp"
+#include "scm/RegistryName.hpp"
 #include "support/DirectSql.hpp"
+#include "support/RegistryDriver.hpp"
+#include "support/TestRegistry.hpp"
 
 namespace {
 
@@ -33,7 +36,7 @@ protected:
         return runScm(arguments, dir_.path().string(), input);
     }
     ToolRun registerExamples(const std::vector<std::string>& options = {}) {
-        std::vector<std::string> arguments{"register", "registry.scm", example("model_a.jsonl"),
+        std::vector<std::string> arguments{"register", registry(), example("model_a.jsonl"),
                                            example("model_b.jsonl"), example("model_c.jsonl")};
         arguments.insert(arguments.end(), options.begin(), options.end());
         return scm(arguments);
@@ -44,7 +47,12 @@ protected:
         vrex_test::writeBytes(dir_.file(name), text);
     }
 
+    const std::string& registry() const { return registry_.location(); }
+    // The registry as the tool prints it: a URI without its password.
+    std::string printedRegistry() const { return scm_tool::printableRegistryName(registry()); }
+
     vrex_test::TempDir dir_;
+    TestRegistry registry_{dir_.file("registry.scm")};
 };
 
 TEST_F(ScmRegister, TheExamplesRegisterMergeAndClashOnce) {
@@ -71,7 +79,7 @@ TEST_F(ScmRegister, TheJsonSummaryCarriesCountsAndTheClash) {
     const ToolRun run = registerExamples({"--json"});
     EXPECT_EQ(run.exitCode, 1);
     const Json summary = Json::parse(run.out);
-    EXPECT_EQ(summary["registry"], "registry.scm");
+    EXPECT_EQ(summary["registry"], printedRegistry());
     EXPECT_EQ(summary["entries"], 22);
     EXPECT_EQ(summary["registered"], 11);
     EXPECT_EQ(summary["merged"], 10);
@@ -89,17 +97,17 @@ TEST_F(ScmRegister, TheJsonSummaryCarriesCountsAndTheClash) {
 }
 
 TEST_F(ScmRegister, ExitCodesFollowTheWorstOutcome) {
-    EXPECT_EQ(scm({"register", "registry.scm", example("model_a.jsonl")}).exitCode, 0);
-    const ToolRun again = scm({"register", "registry.scm", example("model_a.jsonl")});
+    EXPECT_EQ(scm({"register", registry(), example("model_a.jsonl")}).exitCode, 0);
+    const ToolRun again = scm({"register", registry(), example("model_a.jsonl")});
     EXPECT_EQ(again.exitCode, 0);
     EXPECT_TRUE(contains(again.out, "registered 0, merged 8, clashes 0, errors 0")) << again.out;
-    EXPECT_EQ(scm({"register", "registry.scm", example("model_b.jsonl")}).exitCode, 0);
-    EXPECT_EQ(scm({"register", "registry.scm", example("model_c.jsonl")}).exitCode, 1);  // clash
+    EXPECT_EQ(scm({"register", registry(), example("model_b.jsonl")}).exitCode, 0);
+    EXPECT_EQ(scm({"register", registry(), example("model_c.jsonl")}).exitCode, 1);  // clash
     writeManifest("broken.jsonl", {"{"});
-    EXPECT_EQ(scm({"register", "registry.scm", example("model_c.jsonl"), "broken.jsonl"}).exitCode, 2);
-    EXPECT_EQ(scm({"register", "registry.scm", "absent.jsonl"}).exitCode, 2);
-    EXPECT_EQ(scm({"register", "registry.scm"}).exitCode, 2);  // no manifest: a usage error
-    EXPECT_EQ(scm({"register", "registry.scm", "broken.jsonl", "--json", "-v"}).exitCode, 2);
+    EXPECT_EQ(scm({"register", registry(), example("model_c.jsonl"), "broken.jsonl"}).exitCode, 2);
+    EXPECT_EQ(scm({"register", registry(), "absent.jsonl"}).exitCode, 2);
+    EXPECT_EQ(scm({"register", registry()}).exitCode, 2);  // no manifest: a usage error
+    EXPECT_EQ(scm({"register", registry(), "broken.jsonl", "--json", "-v"}).exitCode, 2);
     EXPECT_EQ(scm({"--help"}).exitCode, 0);
 }
 
@@ -110,7 +118,7 @@ TEST_F(ScmRegister, MalformedLinesAreReportedWhileTheValidLinesRegister) {
                    "{\"identity\": {\"class\": \"SharedFunctionIdentity\", \"ChecksumElement1\": "
                    "\"seven\"}, \"data\": {\"class\": \"SharedFunctionData\"}}",
                    "[]", utilityLine("three")});
-    const ToolRun run = scm({"register", "registry.scm", "mixed.jsonl"});
+    const ToolRun run = scm({"register", registry(), "mixed.jsonl"});
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(contains(run.out, "mixed.jsonl:2: error: not valid JSON at column 14")) << run.out;
     EXPECT_TRUE(contains(run.out, "mixed.jsonl:5: error: \"identity\": There is no class "
@@ -122,33 +130,34 @@ TEST_F(ScmRegister, MalformedLinesAreReportedWhileTheValidLinesRegister) {
         << run.out;
     EXPECT_TRUE(contains(run.out, "mixed.jsonl:7: error: the line is not a JSON object\n")) << run.out;
     EXPECT_TRUE(contains(run.out, "registered 3, merged 0, clashes 0, errors 4 (7 entries")) << run.out;
-    EXPECT_EQ(scm({"list", "registry.scm", "--names"}).out, "rt_one\nrt_two\nrt_three\n");
+    EXPECT_EQ(scm({"list", registry(), "--names"}).out, "rt_one\nrt_two\nrt_three\n");
 }
 
 TEST_F(ScmRegister, StandardInputIsAManifest) {
-    const ToolRun run = scm({"register", "registry.scm", "-"}, example("model_a.jsonl"));
+    const ToolRun run = scm({"register", registry(), "-"}, example("model_a.jsonl"));
     EXPECT_EQ(run.exitCode, 0) << run.out << run.err;
     EXPECT_TRUE(contains(run.out, "registered 8, merged 0")) << run.out;
     writeManifest("broken.jsonl", {"nonsense"});
-    EXPECT_TRUE(contains(scm({"register", "registry.scm", "-"}, "broken.jsonl").out,
+    EXPECT_TRUE(contains(scm({"register", registry(), "-"}, "broken.jsonl").out,
                          "<stdin>:1: error: not valid JSON"));
 }
 
 // Each registration is a nested transaction of the run's one transaction: an entry the registry
 // refuses is undone alone, and the others are kept.
 TEST_F(ScmRegister, AnEntryTheRegistryRefusesIsUndoneAlone) {
-    ASSERT_EQ(scm({"register", "registry.scm", example("model_a.jsonl")}).exitCode, 0);
-    execSql(dir_.file("registry.scm"),
+    SCM_SQLITE_ONLY("adds a refusing trigger through SQLite");
+    ASSERT_EQ(scm({"register", registry(), example("model_a.jsonl")}).exitCode, 0);
+    execSql(registry(),
             "CREATE TRIGGER refuse_types BEFORE INSERT ON \"SCM_SHARED_TYPES\" "
             "BEGIN SELECT RAISE(ABORT, 'refused by a test'); END");
-    const ToolRun run = scm({"register", "registry.scm", example("model_c.jsonl")});
+    const ToolRun run = scm({"register", registry(), example("model_c.jsonl")});
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(contains(run.out, "model_c.jsonl:5: error: SCM_SHARED_TYPES key")) << run.out;
     EXPECT_TRUE(contains(run.out, "the registry could not store the entry (IS_TRANSACTION_ERROR)"))
         << run.out;
     EXPECT_TRUE(contains(run.out, "registered 1, merged 5, clashes 1, errors 1")) << run.out;
-    EXPECT_EQ(scm({"list", "registry.scm", "types", "--names"}).out, "Bus_Sensor\n");
-    EXPECT_TRUE(contains(scm({"show", "registry.scm", "utilities", "rt_sat_s32"}).out,
+    EXPECT_EQ(scm({"list", registry(), "types", "--names"}).out, "Bus_Sensor\n");
+    EXPECT_TRUE(contains(scm({"show", registry(), "utilities", "rt_sat_s32"}).out,
                          "[\"model_a\", \"model_c\"]"));
 }
 

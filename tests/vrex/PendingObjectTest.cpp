@@ -7,6 +7,8 @@
 #include <stdexcept>
 
 #include "VrexTestSupport.hpp"
+#include "support/RegistryDriver.hpp"
+#include "support/TestRegistry.hpp"
 
 namespace {
 
@@ -15,7 +17,8 @@ using namespace vrex_test;
 class PendingObjectTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_EQ(openRepository(repository_, file_), "");
+        SCM_SQLITE_ONLY("compares the rows and ids SQLite stores");
+        ASSERT_EQ(openRepository(repository_, location_), "");
         utilities_ = std::make_unique<Category>(repository_, "SCM_UTILITIES");
     }
 
@@ -34,7 +37,7 @@ protected:
     // value.
     std::string rows() {
         sqlite3* db = nullptr;
-        EXPECT_EQ(sqlite3_open_v2(file_.c_str(), &db, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+        EXPECT_EQ(sqlite3_open_v2(location_.c_str(), &db, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
         sqlite3_stmt* query = nullptr;
         sqlite3_prepare_v2(db,
                            "SELECT _id, typeof(Checksum), Checksum, typeof(Name), Name, "
@@ -54,8 +57,8 @@ protected:
         return text;
     }
 
-    TempDir dir_;
-    std::string file_ = dir_.file("registry.reg");
+    scm_test::TestRegistry registry_;
+    const std::string location_ = registry_.location();
     vrex::DataModelRepository repository_;
     std::unique_ptr<Category> utilities_;
 };
@@ -134,7 +137,7 @@ TEST_F(PendingObjectTest, AnUndoneFunctionLeavesNoRowAndLaterObjectsTakeSQLitesI
 
 TEST_F(PendingObjectTest, IdsFollowWhatOtherConnectionsAddedBetweenTransactions) {
     vrex::DataModelRepository other;
-    ASSERT_EQ(openRepository(other, file_), "");
+    ASSERT_EQ(openRepository(other, location_), "");
     Category otherUtilities(other, "SCM_UTILITIES");
     tvdiag::util::diagnostics diagnostics;
     for (const char* checksum : {"a", "c"}) {

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "VrexTestSupport.hpp"
+#include "support/RegistryDriver.hpp"
+#include "support/TestRegistry.hpp"
 
 namespace {
 
@@ -12,7 +14,7 @@ std::string textOf(const qaArray& value) { return value.kind() == qaArray::Kind:
 
 class RepositoryTest : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_EQ(openRepository(repository_, file_), ""); }
+    void SetUp() override { ASSERT_EQ(openRepository(repository_, location_), ""); }
 
     // Creates one object with all four properties; fails the test on any diagnostic.
     vrex::ObjectRef add(const Category& category, const std::string& checksum, const std::string& name,
@@ -45,8 +47,9 @@ protected:
         return text;
     }
 
-    TempDir dir_;
-    std::string file_ = dir_.file("registry.reg");
+    TempDir dir_;  // metamodel variants
+    scm_test::TestRegistry registry_;
+    const std::string location_ = registry_.location();
     vrex::DataModelRepository repository_;
 };
 
@@ -59,7 +62,7 @@ TEST_F(RepositoryTest, ObjectsRoundTripThroughTheFileInCreationOrder) {
     add(types, "aaa", "a_type", "type");
     repository_.close();
 
-    ASSERT_EQ(openRepository(repository_, file_), "");
+    ASSERT_EQ(openRepository(repository_, location_), "");
     Category reopened(repository_, "SCM_SHARED_FUNCTIONS");
     EXPECT_EQ(listing(reopened),
               "zzz/last_name/id-first/first\naaa/first_name/id-second/second\nmmm/middle/id-third/third\n");
@@ -139,7 +142,7 @@ TEST_F(RepositoryTest, ATextThatDoesNotDecodeReadsAsEmptyWithoutError) {
     repository_.close();
     auto options = thingOptions();
     options.objectCodec = std::make_shared<RefusingCodec>();
-    ASSERT_EQ(openRepository(repository_, file_, shippedMetamodel(), options), "");
+    ASSERT_EQ(openRepository(repository_, location_, shippedMetamodel(), options), "");
     Category reopened(repository_, "SCM_UTILITIES");
     tvdiag::util::diagnostics diagnostics;
     std::vector<vrex::ObjectRef> objects;
@@ -203,7 +206,7 @@ TEST_F(RepositoryTest, WithoutCodecObjectPropertiesAreRefused) {
     repository_.close();
     vrex::DataModelRepository::Options noCodec = vrex::DataModelRepository::defaultOptions();
     noCodec.objectCodec = nullptr;
-    ASSERT_EQ(openRepository(repository_, file_, shippedMetamodel(), noCodec), "");
+    ASSERT_EQ(openRepository(repository_, location_, shippedMetamodel(), noCodec), "");
     Category utilities(repository_, "SCM_UTILITIES");
     tvdiag::util::diagnostics diagnostics;
     vrex::ObjectRef object = repository_.createObject(utilities.cls, diagnostics);
@@ -215,9 +218,9 @@ TEST_F(RepositoryTest, WithoutCodecObjectPropertiesAreRefused) {
 
 TEST_F(RepositoryTest, RefsOfAnotherOrAClosedRepositoryAreRefusedSafely) {
     Category mine(repository_, "SCM_UTILITIES");
-    TempDir otherDir;
+    scm_test::TestRegistry otherRegistry;
     vrex::DataModelRepository other;
-    ASSERT_EQ(openRepository(other, otherDir.file("other.reg")), "");
+    ASSERT_EQ(openRepository(other, otherRegistry.location()), "");
     tvdiag::util::diagnostics diagnostics;
     other.createObject(mine.cls, diagnostics);
     ASSERT_EQ(diagnostics.size(), 1u);
@@ -233,7 +236,7 @@ TEST_F(RepositoryTest, RefsOfAnotherOrAClosedRepositoryAreRefusedSafely) {
 }
 
 TEST_F(RepositoryTest, OpeningTwiceIsRefused) {
-    EXPECT_NE(openRepository(repository_, file_).find("vrex:open:alreadyOpen"), std::string::npos);
+    EXPECT_NE(openRepository(repository_, location_).find("vrex:open:alreadyOpen"), std::string::npos);
     EXPECT_TRUE(repository_.isOpen());
 }
 
@@ -251,7 +254,7 @@ TEST_F(RepositoryTest, VariantMetamodelsExtendTheFileAndKeepWhatTheyDoNotDeclare
                "<property name=\"Extra\" kind=\"text\" indexed=\"true\"/></class>\n"
                "<class name=\"SCM_NEW\"><property name=\"Checksum\" kind=\"text\"/></class>\n"
                "</package></metamodel>\n");
-    ASSERT_EQ(openRepository(repository_, file_, variant), "");
+    ASSERT_EQ(openRepository(repository_, location_, variant), "");
     Category lean(repository_, "SCM_UTILITIES");
     EXPECT_FALSE(lean.name);
     tvdiag::util::diagnostics diagnostics;
@@ -263,34 +266,36 @@ TEST_F(RepositoryTest, VariantMetamodelsExtendTheFileAndKeepWhatTheyDoNotDeclare
     EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
     repository_.close();
 
-    ASSERT_EQ(openRepository(repository_, file_), "");
+    ASSERT_EQ(openRepository(repository_, location_), "");
     EXPECT_EQ(listing(Category(repository_, "SCM_UTILITIES")), "c1/kept_name/id-p1/p1\nc2//<none>/<none>\n");
 }
 
 TEST_F(RepositoryTest, AMetamodelThatChangesAPropertyKindIsRefusedAndTheFileKept) {
+    SCM_SQLITE_ONLY("compares the file's bytes");
     add(Category(repository_, "SCM_UTILITIES"), "c1", "n", "p");
     repository_.close();
-    const std::string before = readBytes(file_);
+    const std::string before = readBytes(location_);
     const std::string conflicting = dir_.file("conflict.xml");
     writeBytes(conflicting,
                "<metamodel name=\"conflict\" version=\"1\"><package name=\"SCM\">\n"
                "<class name=\"SCM_UTILITIES\">\n<property name=\"Name\" kind=\"object\"/></class>\n"
                "<class name=\"SCM_LATER\"><property name=\"Checksum\" kind=\"text\"/></class>\n"
                "</package></metamodel>\n");
-    std::string errors = openRepository(repository_, file_, conflicting);
+    std::string errors = openRepository(repository_, location_, conflicting);
     EXPECT_NE(errors.find("vrex:open:metamodelMismatch"), std::string::npos) << errors;
     EXPECT_NE(errors.find(conflicting + ":3"), std::string::npos) << errors;
     EXPECT_FALSE(repository_.isOpen());
-    EXPECT_EQ(readBytes(file_), before);
+    EXPECT_EQ(readBytes(location_), before);
 }
 
 TEST_F(RepositoryTest, AReadOnlyRepositoryReadsAndRefusesWrites) {
+    SCM_SQLITE_ONLY("compares the file's bytes");
     add(Category(repository_, "SCM_UTILITIES"), "c1", "n", "p");
     repository_.close();
-    const std::string before = readBytes(file_);
+    const std::string before = readBytes(location_);
     auto options = thingOptions();
     options.readOnly = true;
-    ASSERT_EQ(openRepository(repository_, file_, shippedMetamodel(), options), "");
+    ASSERT_EQ(openRepository(repository_, location_, shippedMetamodel(), options), "");
     Category utilities(repository_, "SCM_UTILITIES");
     EXPECT_EQ(listing(utilities), "c1/n/id-p/p\n");
     tvdiag::util::diagnostics diagnostics;
@@ -298,7 +303,7 @@ TEST_F(RepositoryTest, AReadOnlyRepositoryReadsAndRefusesWrites) {
     ASSERT_EQ(diagnostics.size(), 1u);
     EXPECT_EQ(diagnostics.records()[0].identifier, "vrex:readOnly");
     repository_.close();
-    EXPECT_EQ(readBytes(file_), before);
+    EXPECT_EQ(readBytes(location_), before);
 }
 
 }  // namespace

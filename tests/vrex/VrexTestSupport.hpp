@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "support/TempDir.hpp"
 #include "tv/Handle.hpp"
 #include "vrex/DataModelRepository.hpp"
 #include "vrex/Utf16.hpp"
@@ -19,28 +20,7 @@ namespace vrex_test {
 
 namespace fs = std::filesystem;
 
-// A directory of its own under the system's temporary directory, removed with its contents.
-class TempDir {
-public:
-    TempDir() {
-        std::string pattern = (fs::temp_directory_path() / "vrex-test-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-        path_ = pattern;
-    }
-    ~TempDir() {
-        std::error_code ignored;
-        fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ignored);
-        fs::remove_all(path_, ignored);
-    }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-
-    const fs::path& path() const { return path_; }
-    std::string file(const std::string& name) const { return (path_ / name).string(); }
-
-private:
-    fs::path path_;
-};
+using scm_test::TempDir;
 
 // The script object stored in the tests' object properties.
 class Thing : public tv::mi::Handle {
