@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <libpq-fe.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <memory>
 
 #include "VrexTestSupport.hpp"
+#include "support/RegistryDriver.hpp"
+#include "support/TestRegistry.hpp"
 #include "vrex/internal/PostgresUri.hpp"
 
 // What only a registry on a PostgreSQL server does: its URI, a database that is not a registry,
@@ -51,37 +51,22 @@ TEST(PostgresUriTest, ThePasswordNeverShows) {
     EXPECT_TRUE(PostgresUri("postgresql://agent@farm/registry").secrets().empty());
 }
 
-// A database of its own on the test server (SCM_TEST_POSTGRES_URI: a URI of the server's
-// maintenance database), dropped at the end with every connection to it.
+// A database of its own on the tests' server, dropped at the end with every connection to it.
 class PostgresTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        const char* server = std::getenv("SCM_TEST_POSTGRES_URI");
-        if (server == nullptr || *server == '\0') {
-            GTEST_SKIP() << "no PostgreSQL server (SCM_TEST_POSTGRES_URI is not set)";
+        if (!scm_test::postgresqlSelected()) {
+            GTEST_SKIP() << "needs the PostgreSQL variant (SCM_TEST_REGISTRY_DRIVER=postgresql)";
         }
-        server_ = server;
-        static int made = 0;
-        database_ = "vrex_pg_" + std::to_string(::getpid()) + "_" + std::to_string(++made);
-        ASSERT_EQ(admin("CREATE DATABASE " + database_), "");
-        uri_ = withDatabase(database_);
+        server_ = scm_test::postgresBaseUri();
+        registry_ = std::make_unique<scm_test::TestRegistry>();
+        uri_ = registry_->location();
+        database_ = uri_.substr(uri_.rfind('/') + 1);
     }
 
-    void TearDown() override {
-        if (!database_.empty()) admin("DROP DATABASE IF EXISTS " + database_ + " WITH (FORCE)");
-    }
-
-    // The server URI with its database replaced by `database`.
-    std::string withDatabase(const std::string& database) const {
-        const std::size_t slash = server_.find('/', server_.find("://") + 3);
-        const std::size_t query = server_.find('?', slash);
-        return server_.substr(0, slash) + "/" + database +
-               (query == std::string::npos ? "" : server_.substr(query));
-    }
-
-    // Runs `sql` on `database` (default: the server's); "" or the server's error.
-    std::string admin(const std::string& sql, const std::string& database = "") const {
-        const std::string uri = database.empty() ? server_ : withDatabase(database);
+    // Runs `sql` on the server's maintenance database, or on the registry's; "" or the error.
+    std::string admin(const std::string& sql, bool onRegistryDatabase = false) const {
+        const std::string& uri = onRegistryDatabase ? uri_ : server_;
         std::unique_ptr<PGconn, decltype(&PQfinish)> connection(PQconnectdb(uri.c_str()), PQfinish);
         if (PQstatus(connection.get()) != CONNECTION_OK) return PQerrorMessage(connection.get());
         std::unique_ptr<PGresult, decltype(&PQclear)> result(PQexec(connection.get(), sql.c_str()), PQclear);
@@ -104,12 +89,13 @@ protected:
     }
 
     std::string server_;
-    std::string database_;
+    std::unique_ptr<scm_test::TestRegistry> registry_;
     std::string uri_;
+    std::string database_;
 };
 
 TEST_F(PostgresTest, ADatabaseWithTablesOfItsOwnIsRefusedUntouched) {
-    ASSERT_EQ(admin("CREATE TABLE build_results (id integer)", database_), "");
+    ASSERT_EQ(admin("CREATE TABLE build_results (id integer)", true), "");
     vrex::DataModelRepository repository;
     const std::string diagnostics = openRepository(repository, uri_);
     EXPECT_NE(diagnostics.find("vrex:open:notARegistry"), std::string::npos) << diagnostics;
@@ -208,7 +194,7 @@ TEST_F(PostgresTest, ADroppedIndexIsReportedAndMadeAgainOnTheNextOpen) {
     {
         vrex::DataModelRepository repository;
         ASSERT_EQ(openRepository(repository, uri_), "");
-        ASSERT_EQ(admin("DROP INDEX scm.\"index:scm_utilities.checksum\"", database_), "");
+        ASSERT_EQ(admin("DROP INDEX scm.\"index:scm_utilities.checksum\"", true), "");
         tvdiag::util::diagnostics diagnostics;
         repository.checkIntegrity(diagnostics);
         EXPECT_EQ(identifiers(diagnostics), "vrex:integrity:damaged ");
