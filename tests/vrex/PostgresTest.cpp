@@ -2,7 +2,11 @@
 
 #include <libpq-fe.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
+#include <thread>
 
 #include "VrexTestSupport.hpp"
 #include "support/RegistryDriver.hpp"
@@ -80,6 +84,30 @@ protected:
         std::unique_ptr<PGconn, decltype(&PQfinish)> connection(PQconnectdb(uri_.c_str()), PQfinish);
         std::unique_ptr<PGresult, decltype(&PQclear)> result(PQexec(connection.get(), sql.c_str()), PQclear);
         return PQntuples(result.get()) > 0 ? PQgetvalue(result.get(), 0, 0) : "";
+    }
+
+    // Begins a transaction on `waiter` while another connection holds the write lock; the
+    // diagnostics. Should the wait not end by itself (a lost lock timeout), a watchdog ends the
+    // waiting connection after a minute, so that the test fails instead of hanging.
+    std::string beginWhileLocked(vrex::DataModelRepository& waiter) const {
+        std::mutex mutex;
+        std::condition_variable done;
+        bool finished = false;
+        std::thread watchdog([&] {
+            std::unique_lock<std::mutex> lock(mutex);
+            if (done.wait_for(lock, std::chrono::minutes(1), [&] { return finished; })) return;
+            admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
+                  "' AND wait_event_type = 'Lock'");
+        });
+        tvdiag::util::diagnostics diagnostics;
+        waiter.beginTransaction(diagnostics);
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            finished = true;
+        }
+        done.notify_one();
+        watchdog.join();
+        return diagnostics.toString();
     }
 
     static std::string identifiers(const tvdiag::util::diagnostics& diagnostics) {
@@ -174,14 +202,21 @@ TEST_F(PostgresTest, AWriterWaitsForTheWriteLockNoLongerThanTheBusyTimeout) {
     tvdiag::util::diagnostics diagnostics;
     holder.beginTransaction(diagnostics);
     ASSERT_EQ(diagnostics.toString(), "");
-    tvdiag::util::diagnostics waiting;
-    waiter.beginTransaction(waiting);
-    EXPECT_EQ(identifiers(waiting), "vrex:transaction:beginFailed ");
+    const std::string refused = beginWhileLocked(waiter);
+    EXPECT_NE(refused.find("vrex:transaction:beginFailed"), std::string::npos) << refused;
+    EXPECT_NE(refused.find("lock timeout"), std::string::npos) << refused;
     EXPECT_FALSE(waiter.isTransactionOpen());
 
     // Readers never wait for the writer.
     Category utilities(waiter, "SCM_UTILITIES");
     EXPECT_TRUE(allObjects(waiter, utilities).empty());
+
+    // A connection made again after it was lost keeps the busy timeout.
+    ASSERT_EQ(admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
+                    "' AND state = 'idle'"),
+              "");
+    const std::string refusedAgain = beginWhileLocked(waiter);
+    EXPECT_NE(refusedAgain.find("lock timeout"), std::string::npos) << refusedAgain;
 
     holder.commitTransaction(diagnostics);
     tvdiag::util::diagnostics afterwards;

@@ -25,9 +25,10 @@ std::string oneLine(const std::string& text) {
 }  // namespace
 
 bool PgConnection::connect(const std::string& uri, const Settings& defaults,
-                           std::vector<std::string> secrets) {
+                           std::vector<std::string> secrets, std::string sessionSetup) {
     close();
     secrets_ = std::move(secrets);
+    sessionSetup_ = std::move(sessionSetup);
     // Later keywords override earlier ones, and the URI is expanded in the place of "dbname".
     std::vector<const char*> keywords;
     std::vector<const char*> values;
@@ -46,17 +47,22 @@ bool PgConnection::connect(const std::string& uri, const Settings& defaults,
         return false;
     }
     PQsetNoticeProcessor(connection_, ignoreNotice, nullptr);
-    return true;
+    if (exec(sessionSetup_)) return true;
+    close();
+    return false;
 }
 
 bool PgConnection::reconnectIfLost() {
     if (connection_ == nullptr) return false;
-    if (PQstatus(connection_) == CONNECTION_OK) return true;
+    if (!isLost()) return true;
     statementNames_.clear();
     PQreset(connection_);
-    if (PQstatus(connection_) == CONNECTION_OK) return true;
-    fail(nullptr);
-    return false;
+    if (PQstatus(connection_) != CONNECTION_OK) {
+        fail(nullptr);
+        return false;
+    }
+    PQsetNoticeProcessor(connection_, ignoreNotice, nullptr);
+    return exec(sessionSetup_);
 }
 
 void PgConnection::close() {

@@ -26,15 +26,18 @@ public:
     PgConnection(const PgConnection&) = delete;
     PgConnection& operator=(const PgConnection&) = delete;
 
-    // Connects with `uri`; `defaults` are libpq connection keywords the URI may override.
-    // `secrets` are texts (the password) to be blanked out of every error text. False with
-    // lastError() on failure.
-    bool connect(const std::string& uri, const Settings& defaults, std::vector<std::string> secrets);
-    // When the connection was lost outside a transaction, connects again (prepared statements
-    // are prepared anew). False with lastError() when the server cannot be reached.
+    // Connects with `uri`, then runs `sessionSetup` (SQL: the session's settings). `defaults`
+    // are libpq connection keywords the URI may override; `secrets` are texts (the password)
+    // to be blanked out of every error text. False with lastError() on failure.
+    bool connect(const std::string& uri, const Settings& defaults, std::vector<std::string> secrets,
+                 std::string sessionSetup);
+    // When the connection was lost, connects again and runs the session setup again (prepared
+    // statements are prepared anew). False with lastError() when the server cannot be reached.
     bool reconnectIfLost();
     void close();
     bool isOpen() const { return connection_ != nullptr; }
+    // Whether the server side of an open connection is gone (found out by the last statement).
+    bool isLost() const { return connection_ != nullptr && PQstatus(connection_) != CONNECTION_OK; }
     // Whether a transaction is open (false once the connection is lost).
     bool isInTransaction() const;
 
@@ -56,6 +59,7 @@ private:
     PGconn* connection_ = nullptr;
     std::unordered_map<std::string, std::string> statementNames_;  // SQL -> prepared name
     std::vector<std::string> secrets_;
+    std::string sessionSetup_;
     std::string lastError_;
 };
 

@@ -28,8 +28,7 @@ std::unique_ptr<PostgresDriver> PostgresDriver::open(const std::string& uri, con
 }
 
 PostgresDriver::PostgresDriver(const std::string& uri, const Metamodel& metamodel, bool readOnly)
-    : uri_(uri), metamodel_(metamodel), names_(metamodel),
-      readOnly_(readOnly) {}
+    : uri_(uri), metamodel_(metamodel), names_(metamodel), readOnly_(readOnly) {}
 
 // TCP keepalives notice a server that vanished without closing the connection within about
 // 30 s, where libpq would otherwise wait for its answer for ever.
@@ -41,7 +40,7 @@ bool PostgresDriver::connect(const DataModelRepository::Options& options,
         {"keepalives_interval", "5"}, {"keepalives_count", "4"},
         {"tcp_user_timeout", "30000"},
     };
-    if (!connection_.connect(uri_.text(), defaults, uri_.secrets()) || !configure(options)) {
+    if (!connection_.connect(uri_.text(), defaults, uri_.secrets(), sessionSetup(options))) {
         diagnostics.add("vrex:open:cannotConnect",
                         "cannot connect to the registry \"" + location() + "\": " + connection_.lastError());
         connection_.close();
@@ -52,7 +51,7 @@ bool PostgresDriver::connect(const DataModelRepository::Options& options,
 
 // Full durability asks the server to flush each commit whatever its own default; Normal leaves
 // the server's setting (synchronous_commit, on unless its administrator chose otherwise).
-bool PostgresDriver::configure(const DataModelRepository::Options& options) {
+std::string PostgresDriver::sessionSetup(const DataModelRepository::Options& options) const {
     const int lockTimeout = std::max(options.busyTimeoutMs, 1);  // 0 would mean no limit
     const long long statementTimeout = std::min<long long>(
         static_cast<long long>(lockTimeout) + kStatementTimeoutMarginMs, std::numeric_limits<int>::max());
@@ -60,17 +59,21 @@ bool PostgresDriver::configure(const DataModelRepository::Options& options) {
                       "; SET statement_timeout = " + std::to_string(statementTimeout);
     if (options.durability == DataModelRepository::Durability::Full) sql += "; SET synchronous_commit = on";
     if (readOnly_) sql += "; SET default_transaction_read_only = on";
-    return connection_.exec(sql);
+    return sql;
 }
 
 // --- transactions ---------------------------------------------------------------------------
 
-bool PostgresDriver::beginWrite() {
-    return connection_.reconnectIfLost() && connection_.exec(readOnly_ ? std::string("BEGIN") : names_.lockingBegin());
-}
+bool PostgresDriver::beginWrite() { return begin(readOnly_ ? std::string("BEGIN") : names_.lockingBegin()); }
 
-bool PostgresDriver::beginRead() {
-    return connection_.reconnectIfLost() && connection_.exec("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY");
+bool PostgresDriver::beginRead() { return begin("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"); }
+
+// A connection found lost as a transaction begins (the server restarted, a network cut an idle
+// connection) is made again and the begin tried once more: nothing was open, nothing is lost.
+bool PostgresDriver::begin(const std::string& sql) {
+    if (!connection_.reconnectIfLost()) return false;
+    if (connection_.exec(sql)) return true;
+    return connection_.isLost() && connection_.reconnectIfLost() && connection_.exec(sql);
 }
 
 template <typename Write>

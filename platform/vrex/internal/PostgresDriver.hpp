@@ -67,7 +67,9 @@ private:
     PostgresDriver(const std::string& uri, const Metamodel& metamodel, bool readOnly);
 
     bool connect(const DataModelRepository::Options& options, tvdiag::util::diagnostics& diagnostics);
-    bool configure(const DataModelRepository::Options& options);
+    // The settings of every session (also after a reconnect): timeouts, durability, read-only.
+    std::string sessionSetup(const DataModelRepository::Options& options) const;
+    bool begin(const std::string& sql);
     // Runs `write` in a write transaction of its own unless one is open: a write outside a
     // transaction takes the write lock like any other.
     template <typename Write>
