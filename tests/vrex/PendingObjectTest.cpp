@@ -1,7 +1,8 @@
 // Objects created inside a transaction are written as one row when something needs them (see
-// PendingObject): everything a caller can observe must be as if each write reached the file at
-// once.
+// PendingObject): everything a caller can observe, the stored rows and ids too, must be as if
+// each write reached the registry at once.
 #include <gtest/gtest.h>
+#include <libpq-fe.h>
 #include <sqlite3.h>
 
 #include <stdexcept>
@@ -17,7 +18,6 @@ using namespace vrex_test;
 class PendingObjectTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        SCM_SQLITE_ONLY("compares the rows and ids SQLite stores");
         ASSERT_EQ(openRepository(repository_, location_), "");
         utilities_ = std::make_unique<Category>(repository_, "SCM_UTILITIES");
     }
@@ -33,9 +33,33 @@ protected:
         repository_.performDictionaryFunction(fn, diagnostics);
     }
 
-    // Every row of the utilities' table as the file holds it: id, then each column's type and
-    // value.
-    std::string rows() {
+    // Every row of the utilities' table as the registry holds it: id, then each column's type
+    // ("text" or "null") and value ("-" for null).
+    std::string rows() { return scm_test::postgresqlSelected() ? databaseRows() : fileRows(); }
+
+    std::string databaseRows() {
+        std::string columns = "_id";
+        for (const char* column : {"checksum", "name", "identity", "data"}) {
+            columns += std::string(", CASE WHEN ") + column + " IS NULL THEN 'null' ELSE 'text' END, encode(" +
+                       column + ", 'escape')";
+        }
+        PGconn* connection = PQconnectdb(location_.c_str());
+        PGresult* result =
+            PQexec(connection, ("SELECT " + columns + " FROM scm.scm_utilities ORDER BY _id").c_str());
+        EXPECT_EQ(PQresultStatus(result), PGRES_TUPLES_OK) << PQresultErrorMessage(result);
+        std::string text;
+        for (int row = 0; row < PQntuples(result); ++row) {
+            for (int column = 0; column < PQnfields(result); ++column) {
+                text += PQgetisnull(result, row, column) ? "-" : PQgetvalue(result, row, column);
+                text += column + 1 < PQnfields(result) ? "," : "\n";
+            }
+        }
+        PQclear(result);
+        PQfinish(connection);
+        return text;
+    }
+
+    std::string fileRows() {
         sqlite3* db = nullptr;
         EXPECT_EQ(sqlite3_open_v2(location_.c_str(), &db, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
         sqlite3_stmt* query = nullptr;
