@@ -31,6 +31,8 @@ public:
     // Writes `value` through the setter. Throws kobj::Error "kobj:readOnlyProperty" for a
     // read-only property, and the conversion errors of `value`.
     virtual void set(tv::mi::Handle& object, const qaArray& value) const = 0;
+    // The same, moving texts out of `value` into the object instead of copying them.
+    virtual void set(tv::mi::Handle& object, qaArray&& value) const = 0;
 
 private:
     std::string name_;

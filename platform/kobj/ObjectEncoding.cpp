@@ -50,11 +50,12 @@ void appendValue(std::string& text, const qaArray& value, const ClassRecord& rec
     throw notEncodable(record, "property " + property.name() + " holds " + describeValue(value));
 }
 
-// Writes one decoded property through its setter; a refused value names the property.
+// Writes one decoded property through its setter, which takes its texts over; a refused value
+// names the property.
 void restoreProperty(tv::mi::Handle& object, const ClassRecord& record, const COSPropInfo& property,
-                     const qaArray& value) {
+                     qaArray&& value) {
     try {
-        setProperty(object, property, value);
+        setProperty(object, property, std::move(value));
     } catch (const Error& error) {
         throw Error(error.identifier(),
                     "Property " + property.name() + " of " + record.name() + ": " + error.what(),
@@ -64,10 +65,9 @@ void restoreProperty(tv::mi::Handle& object, const ClassRecord& record, const CO
 
 // Writes the decoded properties through their setters: Dependent ones last. Throws kobj::Error
 // (or the library's own exceptions) for a property that is unknown, read-only or of a wrong type.
-void restoreProperties(tv::mi::Handle& object, const ClassRecord& record,
-                       const EncodedObject& encoded) {
-    std::vector<std::pair<const COSPropInfo*, const qaArray*>> dependent;
-    for (const auto& [name, value] : encoded.properties) {
+void restoreProperties(tv::mi::Handle& object, const ClassRecord& record, EncodedObject& encoded) {
+    std::vector<std::pair<const COSPropInfo*, qaArray*>> dependent;
+    for (auto& [name, value] : encoded.properties) {
         const COSPropInfo* property = record.findProperty(name);
         if (property == nullptr) {
             throw Error("kobj:unknownProperty",
@@ -76,11 +76,11 @@ void restoreProperties(tv::mi::Handle& object, const ClassRecord& record,
         if (attributes::isDependent(property->attributes())) {
             dependent.emplace_back(property, &value);
         } else {
-            restoreProperty(object, record, *property, value);
+            restoreProperty(object, record, *property, std::move(value));
         }
     }
     for (const auto& [property, value] : dependent) {
-        restoreProperty(object, record, *property, *value);
+        restoreProperty(object, record, *property, std::move(*value));
     }
 }
 
@@ -95,7 +95,7 @@ bool isEncodable(const ClassRecord& record) {
     return !record.isAbstract() && hasSettableProperty(record);
 }
 
-qaArray rebuild(const ClassRecord& record, const EncodedObject& encoded) {
+qaArray rebuild(const ClassRecord& record, EncodedObject& encoded) {
     const factory::impl::KobjConstructor* constructor = record.restoringConstructor();
     std::vector<qaArray> arguments;
     for (const std::string& type : constructor->signature().arguments) {
@@ -139,7 +139,6 @@ qaArray decodeObject(const std::string& text, const std::string& requiredClass) 
 
 qaArray decodeObject(const std::string& text, const std::string& requiredClass,
                      std::string& problem) {
-    problem.clear();
     EncodedObject encoded;
     if (!readEncodedObject(text, encoded)) {
         problem = "The text is not an object encoding: a JSON object with a \"class\" name and "
@@ -147,6 +146,12 @@ qaArray decodeObject(const std::string& text, const std::string& requiredClass,
                   "integers or lists of texts.";
         return qaArray();
     }
+    return decodeObject(std::move(encoded), requiredClass, problem);
+}
+
+qaArray decodeObject(EncodedObject&& encoded, const std::string& requiredClass,
+                     std::string& problem) {
+    problem.clear();
     try {
         const ClassRecord* record = ClassRegistry::instance().findClass(encoded.className);
         if (record == nullptr) {

@@ -1,6 +1,7 @@
 #include "kobj/qaArray.hpp"
 
 #include <stdexcept>
+#include <utility>
 
 #include "tv/Handle.hpp"
 
@@ -85,9 +86,14 @@ void qaArray::requireKind(Kind expected, const char* what) const {
     }
 }
 
-const std::string& qaArray::text() const {
+const std::string& qaArray::text() const& {
     requireKind(Kind::Char, "a character array");
     return text_;
+}
+
+std::string qaArray::text() && {
+    requireKind(Kind::Char, "a character array");
+    return std::move(text_);
 }
 
 bool qaArray::logical() const {
@@ -105,9 +111,14 @@ std::uint32_t qaArray::uint32Value() const {
     return static_cast<std::uint32_t>(scalar_);
 }
 
-const std::vector<qaArray>& qaArray::cells() const {
+const std::vector<qaArray>& qaArray::cells() const& {
     requireKind(Kind::Cell, "a cell array");
     return cells_;
+}
+
+std::vector<qaArray> qaArray::cells() && {
+    requireKind(Kind::Cell, "a cell array");
+    return std::move(cells_);
 }
 
 const std::vector<qaArray::ObjectPtr>& qaArray::objects() const {

@@ -56,12 +56,16 @@ public:
     bool isEmpty() const { return numel() == 0; }
     const std::string& className() const { return className_; }
 
-    // Typed access; each throws std::logic_error when the value is of another kind.
-    const std::string& text() const;
+    // Typed access; each throws std::logic_error when the value is of another kind. On a value
+    // about to be discarded (an rvalue), text() and cells() move the contents out instead of
+    // copying them; the value is left with an unspecified text or cells.
+    const std::string& text() const&;
+    std::string text() &&;
     bool logical() const;
     std::int32_t int32Value() const;
     std::uint32_t uint32Value() const;
-    const std::vector<qaArray>& cells() const;
+    const std::vector<qaArray>& cells() const&;
+    std::vector<qaArray> cells() &&;
     const std::vector<ObjectPtr>& objects() const;
     // Element i of an object value (bounds-checked), null when that element is absent.
     tv::mi::Handle* object(std::size_t index = 0) const;

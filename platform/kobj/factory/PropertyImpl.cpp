@@ -1,5 +1,7 @@
 #include "kobj/factory/PropertyImpl.hpp"
 
+#include <utility>
+
 #include "kobj/Error.hpp"
 
 namespace kobj::factory::impl {
@@ -15,10 +17,14 @@ bool PropertyImpl::isReadOnly() const { return !setter_; }
 qaArray PropertyImpl::get(tv::mi::Handle& object) const { return getter_(object); }
 
 void PropertyImpl::set(tv::mi::Handle& object, const qaArray& value) const {
+    set(object, qaArray(value));
+}
+
+void PropertyImpl::set(tv::mi::Handle& object, qaArray&& value) const {
     if (!setter_) {
         throw Error("kobj:readOnlyProperty", "Property " + name() + " is read-only.");
     }
-    setter_(object, value);
+    setter_(object, std::move(value));
 }
 
 }  // namespace kobj::factory::impl

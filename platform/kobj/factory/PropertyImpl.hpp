@@ -11,7 +11,8 @@ namespace kobj::factory::impl {
 class PropertyImpl : public COSPropInfo {
 public:
     using Getter = std::function<qaArray(tv::mi::Handle&)>;
-    using Setter = std::function<void(tv::mi::Handle&, const qaArray&)>;
+    // Takes the value over: it may move texts out of it.
+    using Setter = std::function<void(tv::mi::Handle&, qaArray&&)>;
 
     // An empty `setter` makes the property read-only.
     PropertyImpl(std::string name, std::string typeText, std::uint32_t attributes, Getter getter,
@@ -20,6 +21,7 @@ public:
     bool isReadOnly() const override;
     qaArray get(tv::mi::Handle& object) const override;
     void set(tv::mi::Handle& object, const qaArray& value) const override;
+    void set(tv::mi::Handle& object, qaArray&& value) const override;
 
 private:
     Getter getter_;

@@ -123,8 +123,9 @@ public:
                      Getter getter, Setter setter) {
         using Value = typename impl::SetterArgument<Setter>::type;
         impl::PropertyImpl::Setter set = [setter, typeText](tv::mi::Handle& object,
-                                                            const qaArray& value) {
-            std::invoke(setter, self(object), Converter<Value>::fromScript(value, typeText));
+                                                            qaArray&& value) {
+            std::invoke(setter, self(object),
+                        Converter<Value>::fromScript(std::move(value), typeText));
         };
         bindProperty(std::move(name), std::move(typeText), attributes, getter, std::move(set));
     }
