@@ -54,7 +54,7 @@ public:
     std::size_t cols() const { return cols_; }
     std::size_t numel() const { return rows_ * cols_; }
     bool isEmpty() const { return numel() == 0; }
-    const std::string& className() const { return className_; }
+    const std::string& className() const;
 
     // Typed access; each throws std::logic_error when the value is of another kind. On a value
     // about to be discarded (an rvalue), text() and cells() move the contents out instead of
@@ -74,13 +74,15 @@ public:
     void setClassName(std::string className);
 
 private:
-    qaArray(Kind kind, std::size_t rows, std::size_t cols, std::string className);
+    // A value of a kind other than Object, whose class name follows from its kind.
+    qaArray(Kind kind, std::size_t rows, std::size_t cols);
+    qaArray(std::size_t rows, std::size_t cols, std::string className);  // an object value
     void requireKind(Kind expected, const char* what) const;
 
     Kind kind_;
     std::size_t rows_;
     std::size_t cols_;
-    std::string className_;
+    std::string className_;  // object values only
     std::string text_;
     std::int64_t scalar_ = 0;
     std::vector<qaArray> cells_;
