@@ -92,6 +92,48 @@ TEST(KobjEncodedObjectTest, RefusesEveryOtherShape) {
     EXPECT_FALSE(kobj::readEncodedObject(std::string(200000, '['), object)) << "deep nesting";
 }
 
+// Plain bytes are scanned many at a time: an escape, a raw control character or a non-ASCII byte
+// is found wherever it sits in a long string.
+TEST(KobjEncodedObjectTest, FindsTheSpecialByteAtEveryPositionOfALongString) {
+    for (std::size_t at = 0; at < 40; ++at) {
+        const std::string before(at, 'a');
+        const std::string after(40 - at, 'b');
+        kobj::EncodedObject object;
+        ASSERT_TRUE(kobj::readEncodedObject(
+            "{\"class\":\"p.C\",\"T\":\"" + before + "\\\"" + after + "\"}", object))
+            << at;
+        EXPECT_EQ(object.properties.at(0).second.text(), before + '"' + after);
+        ASSERT_TRUE(kobj::readEncodedObject(
+            "{\"class\":\"p.C\",\"T\":\"" + before + "\xc3\xa9" + after + "\"}", object));
+        EXPECT_EQ(object.properties.at(0).second.text(), before + '\xe9' + after);
+        EXPECT_FALSE(kobj::readEncodedObject(
+            "{\"class\":\"p.C\",\"T\":\"" + before + '\n' + after + "\"}", object))
+            << "a raw control character at " << at;
+        EXPECT_FALSE(kobj::readEncodedObject("{\"class\":\"p.C\",\"T\":\"" + before, object))
+            << "a string cut at " << at;
+    }
+}
+
+// Reading an object inside a longer text stops right after its closing brace; a refused object
+// leaves the position where it was.
+TEST(KobjEncodedObjectTest, ReadsAnObjectInsideALongerText) {
+    const std::string text = "[ {\"class\":\"p.C\",\"N\":[\"x}\"]} , {\"class\":5}]";
+    const char* next = text.data() + 1;
+    const char* const end = text.data() + text.size();
+    kobj::EncodedObject object;
+    ASSERT_TRUE(kobj::readEncodedObjectAt(next, end, object));
+    EXPECT_EQ(object.className, "p.C");
+    EXPECT_EQ(object.properties.at(0).second.cells().at(0).text(), "x}");
+    EXPECT_EQ(std::string(next, end), " , {\"class\":5}]");
+    next += 2;
+    const char* const before = next;
+    EXPECT_FALSE(kobj::readEncodedObjectAt(next, end, object));
+    EXPECT_EQ(next, before);
+    const char* const last = end - 1;
+    next = last;
+    EXPECT_FALSE(kobj::readEncodedObjectAt(next, last, object)) << "nothing left to read";
+}
+
 class KobjObjectEncodingTest : public ::testing::Test {
 protected:
     void SetUp() override {

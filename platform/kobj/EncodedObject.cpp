@@ -30,11 +30,19 @@ const PlainBytes kPlainBytes;
 // property has one).
 class EncodedObjectReader {
 public:
-    explicit EncodedObjectReader(const std::string& text)
-        : next_(text.data()), end_(text.data() + text.size()) {}
+    EncodedObjectReader(const char* next, const char* end) : next_(next), end_(end) {}
 
+    // A whole text: the object, then nothing but white space (or a NUL byte and anything).
     bool read(EncodedObject& object) {
         skipByteOrderMark();
+        if (!readObject(object)) return false;
+        skipSpace();
+        // A NUL byte after the object ends the text, as general JSON parsers read it.
+        return next_ == end_ || *next_ == '\0';
+    }
+
+    // White space, then one object; stops right after its closing brace.
+    bool readObject(EncodedObject& object) {
         if (!take('{')) return false;
         object.properties.reserve(kUsualProperties);
         bool sawClass = false;
@@ -44,10 +52,10 @@ public:
             } while (take(','));
             if (!take('}')) return false;
         }
-        skipSpace();
-        // A NUL byte after the object ends the text, as general JSON parsers read it.
-        return (next_ == end_ || *next_ == '\0') && sawClass;
+        return sawClass;
     }
+
+    const char* position() const { return next_; }
 
 private:
     bool readMember(EncodedObject& object, bool& sawClass) {
@@ -256,7 +264,15 @@ private:
 
 bool readEncodedObject(const std::string& text, EncodedObject& object) {
     object = EncodedObject();
-    return EncodedObjectReader(text).read(object);
+    return EncodedObjectReader(text.data(), text.data() + text.size()).read(object);
+}
+
+bool readEncodedObjectAt(const char*& next, const char* end, EncodedObject& object) {
+    object = EncodedObject();
+    EncodedObjectReader reader(next, end);
+    if (!reader.readObject(object)) return false;
+    next = reader.position();
+    return true;
 }
 
 }  // namespace kobj
