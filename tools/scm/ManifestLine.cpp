@@ -1,7 +1,11 @@
 #include "ManifestLine.hpp"
 
+#include <algorithm>
+#include <utility>
+
 #include <nlohmann/json.hpp>
 
+#include "ManifestHalves.hpp"
 #include "kobj/ObjectEncoding.hpp"
 
 namespace scm_tool {
@@ -11,6 +15,8 @@ namespace {
 using Json = nlohmann::json;
 
 const char* const kPackagePrefix = "SharedCodeManager.";
+const char* const kIdentityClass = "SharedCodeManager.Identity";
+const char* const kDataClass = "SharedCodeManager.Data";
 
 // The parser's message without its tag and without "line 1" (the manifest line is reported
 // instead): "[json.exception.parse_error.101] parse error at line 1, column 2: syntax error ..."
@@ -24,11 +30,27 @@ std::string parseProblem(const std::string& what) {
 }
 
 // A short class name ("SharedFunctionData") means the class of the library's package.
+void completeClassName(std::string& name) {
+    if (name.find('.') == std::string::npos) name = kPackagePrefix + name;
+}
+
 void completeClassName(Json& half) {
     auto found = half.find("class");
     if (found == half.end() || !found->is_string()) return;
-    const std::string name = found->get<std::string>();
-    if (name.find('.') == std::string::npos) *found = kPackagePrefix + name;
+    std::string name = found->get<std::string>();
+    completeClassName(name);
+    *found = std::move(name);
+}
+
+// The object of a decoded value as a T, owned; null when `value` holds no object or one of
+// another class.
+template <typename T>
+std::unique_ptr<T> ownedAs(qaArray value) {
+    if (value.kind() != qaArray::Kind::Object) return nullptr;
+    std::unique_ptr<tv::mi::Handle> object(qaArray::release(value.objects().front()));
+    T* typed = dynamic_cast<T*>(object.get());
+    if (typed != nullptr) object.release();
+    return std::unique_ptr<T>(typed);
 }
 
 // Decodes the member `key` of `line` as an object of `requiredClass` (or a subclass); null with
@@ -49,15 +71,44 @@ std::unique_ptr<T> decodeHalf(Json& line, const char* key, const std::string& re
         problem = std::string("\"") + key + "\": " + problem;
         return nullptr;
     }
-    std::unique_ptr<tv::mi::Handle> object(qaArray::release(value.objects().front()));
-    T* typed = dynamic_cast<T*>(object.get());
-    if (typed != nullptr) object.release();
-    return std::unique_ptr<T>(typed);
+    return ownedAs<T>(std::move(value));
+}
+
+// A half read in one pass, decoded as an object of `requiredClass`; null when it does not decode.
+// General JSON keeps an object's members ordered by name, so the properties are written in that
+// order here too: both readings make the same object.
+template <typename T>
+std::unique_ptr<T> decodeRead(kobj::EncodedObject& half, const std::string& requiredClass) {
+    completeClassName(half.className);
+    std::sort(half.properties.begin(), half.properties.end(),
+              [](const auto& left, const auto& right) { return left.first < right.first; });
+    std::string problem;
+    return ownedAs<T>(kobj::decodeObject(std::move(half), requiredClass, problem));
+}
+
+// The usual line read in one pass; false (with `entry` unspecified) for anything else.
+bool parseInOnePass(const std::string& line, OwnedEntry& entry) {
+    kobj::EncodedObject identity;
+    kobj::EncodedObject data;
+    if (!readManifestHalves(line, identity, data)) return false;
+    entry.identity = decodeRead<SCM::SCMIdentity>(identity, kIdentityClass);
+    if (entry.identity == nullptr) return false;
+    entry.data = decodeRead<SCM::SCMData>(data, kDataClass);
+    return entry.data != nullptr;
 }
 
 }  // namespace
 
 bool parseManifestLine(const std::string& line, OwnedEntry& entry, std::string& problem) {
+    if (parseInOnePass(line, entry)) {
+        problem.clear();
+        return true;
+    }
+    entry = OwnedEntry();
+    return parseManifestLineAsJson(line, entry, problem);
+}
+
+bool parseManifestLineAsJson(const std::string& line, OwnedEntry& entry, std::string& problem) {
     Json parsed;
     try {
         parsed = Json::parse(line);
@@ -76,10 +127,9 @@ bool parseManifestLine(const std::string& line, OwnedEntry& entry, std::string& 
             return false;
         }
     }
-    entry.identity = decodeHalf<SCM::SCMIdentity>(parsed, "identity", "SharedCodeManager.Identity",
-                                                  problem);
+    entry.identity = decodeHalf<SCM::SCMIdentity>(parsed, "identity", kIdentityClass, problem);
     if (entry.identity == nullptr) return false;
-    entry.data = decodeHalf<SCM::SCMData>(parsed, "data", "SharedCodeManager.Data", problem);
+    entry.data = decodeHalf<SCM::SCMData>(parsed, "data", kDataClass, problem);
     return entry.data != nullptr;
 }
 
