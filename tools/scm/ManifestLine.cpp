@@ -1,6 +1,5 @@
 #include "ManifestLine.hpp"
 
-#include <algorithm>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -75,13 +74,13 @@ std::unique_ptr<T> decodeHalf(Json& line, const char* key, const std::string& re
 }
 
 // A half read in one pass, decoded as an object of `requiredClass`; null when it does not decode.
-// General JSON keeps an object's members ordered by name, so the properties are written in that
-// order here too: both readings make the same object.
+// Its properties are written in the line's order, where the JSON reading writes them ordered by
+// name: the library's setters each change only their own field (a key field also marks the
+// checksum stale, and the Dependent checksum and category are written last either way), so both
+// readings make the same object. The tests and the manifest fuzzer compare them.
 template <typename T>
 std::unique_ptr<T> decodeRead(kobj::EncodedObject& half, const std::string& requiredClass) {
     completeClassName(half.className);
-    std::sort(half.properties.begin(), half.properties.end(),
-              [](const auto& left, const auto& right) { return left.first < right.first; });
     std::string problem;
     return ownedAs<T>(kobj::decodeObject(std::move(half), requiredClass, problem));
 }
