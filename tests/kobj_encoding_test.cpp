@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "kobj/COSPackage.hpp"
+#include "kobj/COSPropInfo.hpp"
 #include "kobj/EncodedObject.hpp"
 #include "kobj/Error.hpp"
 #include "kobj/JsonText.hpp"
@@ -151,6 +152,42 @@ TEST_F(KobjObjectEncodingTest, WritesTheClassAndEverySettableProperty) {
               "{\"class\":\"kobjtest.Circle\",\"Label\":\"derived:c\",\"Name\":\"c\",\"Radius\":3,"
               "\"Offset\":0,\"Filled\":false,\"Tags\":[\"t\"]}")
         << "the read-only Diameter is left out";
+}
+
+// Bound properties write their values straight from the object; each writes what its getter's
+// script value reads back as, for every byte and the extreme integers.
+TEST_F(KobjObjectEncodingTest, PropertiesWriteTheirValuesStraightFromTheObject) {
+    qaArray circle = kobj::construct("kobjtest.Circle", {qaArray::fromText(allBytes())});
+    kobj::setProperty(circle, "Radius", qaArray::fromUInt32(4294967295u));
+    kobj::setProperty(circle, "Offset", qaArray::fromInt32(-2147483647 - 1));
+    kobj::setProperty(circle, "Filled", qaArray::fromLogical(true));
+    kobj::setProperty(circle, "Tags",
+                      qaArray::cellColumn({qaArray::fromText(allBytes()), qaArray::fromText("")}));
+    for (const kobj::COSPropInfo* property : kobj::classOf(circle).allProperties()) {
+        if (property->isReadOnly()) continue;
+        std::string written;
+        ASSERT_TRUE(property->appendEncoded(kobj::objectOf(circle), written)) << property->name();
+        kobj::EncodedObject object;
+        ASSERT_TRUE(kobj::readEncodedObject("{\"class\":\"p.C\",\"V\":" + written + "}", object))
+            << written;
+        const qaArray& read = object.properties.at(0).second;
+        const qaArray expected = kobj::getProperty(circle, property->name());
+        ASSERT_EQ(read.kind() == qaArray::Kind::Cell, expected.kind() == qaArray::Kind::Cell);
+        if (expected.kind() == qaArray::Kind::Cell) {
+            ASSERT_EQ(read.cells().size(), expected.cells().size());
+            for (std::size_t i = 0; i < read.cells().size(); ++i) {
+                EXPECT_EQ(read.cells()[i].text(), expected.cells()[i].text());
+            }
+        } else if (expected.kind() == qaArray::Kind::Char) {
+            EXPECT_EQ(read.text(), expected.text()) << property->name();
+        } else if (expected.kind() == qaArray::Kind::Logical) {
+            EXPECT_EQ(read.logical(), expected.logical());
+        } else if (expected.kind() == qaArray::Kind::Int32) {
+            EXPECT_EQ(read.int32Value(), expected.int32Value());
+        } else {
+            EXPECT_EQ(read.uint32Value(), expected.uint32Value());
+        }
+    }
 }
 
 TEST_F(KobjObjectEncodingTest, RoundTripRestoresDependentPropertiesLast) {

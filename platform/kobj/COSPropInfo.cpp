@@ -7,4 +7,6 @@ COSPropInfo::COSPropInfo(std::string name, std::string typeText, std::uint32_t a
 
 COSPropInfo::~COSPropInfo() = default;
 
+bool COSPropInfo::appendEncoded(tv::mi::Handle&, std::string&) const { return false; }
+
 }  // namespace kobj

@@ -33,6 +33,10 @@ public:
     virtual void set(tv::mi::Handle& object, const qaArray& value) const = 0;
     // The same, moving texts out of `value` into the object instead of copying them.
     virtual void set(tv::mi::Handle& object, qaArray&& value) const = 0;
+    // Appends the value as the whole-object encoding writes it (EncodedValue.hpp) straight from
+    // the object, and answers true; answers false, appending nothing, when the property cannot
+    // (the encoder then writes the value that get() returns). This one always answers false.
+    virtual bool appendEncoded(tv::mi::Handle& object, std::string& out) const;
 
 private:
     std::string name_;

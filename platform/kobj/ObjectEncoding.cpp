@@ -7,6 +7,7 @@
 #include "kobj/ClassRegistry.hpp"
 #include "kobj/Conversions.hpp"
 #include "kobj/EncodedObject.hpp"
+#include "kobj/EncodedValue.hpp"
 #include "kobj/Error.hpp"
 #include "kobj/JsonText.hpp"
 #include "kobj/ObjectAccess.hpp"
@@ -39,10 +40,10 @@ void appendCells(std::string& text, const std::vector<qaArray>& cells, const Cla
 void appendValue(std::string& text, const qaArray& value, const ClassRecord& record,
                  const COSPropInfo& property) {
     switch (value.kind()) {
-        case qaArray::Kind::Char: json::appendString(text, value.text()); return;
-        case qaArray::Kind::Logical: text += value.logical() ? "true" : "false"; return;
-        case qaArray::Kind::Int32: text += std::to_string(value.int32Value()); return;
-        case qaArray::Kind::UInt32: text += std::to_string(value.uint32Value()); return;
+        case qaArray::Kind::Char: appendEncodedValue(text, value.text()); return;
+        case qaArray::Kind::Logical: appendEncodedValue(text, value.logical()); return;
+        case qaArray::Kind::Int32: appendEncodedValue(text, value.int32Value()); return;
+        case qaArray::Kind::UInt32: appendEncodedValue(text, value.uint32Value()); return;
         case qaArray::Kind::Cell: appendCells(text, value.cells(), record, property); return;
         case qaArray::Kind::Empty:
         case qaArray::Kind::Object: break;
@@ -124,7 +125,9 @@ std::string encodeObject(const qaArray& value) {
         text += ',';
         json::appendString(text, property->name());
         text += ':';
-        appendValue(text, property->get(object), record, *property);
+        if (!property->appendEncoded(object, text)) {
+            appendValue(text, property->get(object), record, *property);
+        }
     }
     text += '}';
     return text;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "kobj/Conversions.hpp"
+#include "kobj/EncodedValue.hpp"
 #include "kobj/Error.hpp"
 #include "kobj/factory/Arguments.hpp"
 #include "kobj/factory/ClassBuilder.hpp"
@@ -185,8 +186,15 @@ private:
         impl::PropertyImpl::Getter get = [getter](tv::mi::Handle& object) {
             return Converter<Value>::toScript(std::invoke(getter, self(object)));
         };
+        impl::PropertyImpl::Encoder encode;
+        if constexpr (kIsEncodedValueType<Value>) {
+            encode = [getter](tv::mi::Handle& object, std::string& out) {
+                appendEncodedValue(out, std::invoke(getter, self(object)));
+            };
+        }
         builder_.addProperty(std::make_unique<impl::PropertyImpl>(
-            std::move(name), std::move(typeText), attributes, std::move(get), std::move(set)));
+            std::move(name), std::move(typeText), attributes, std::move(get), std::move(set),
+            std::move(encode)));
     }
 
     ClassBuilder& builder_;
