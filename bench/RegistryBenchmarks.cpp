@@ -18,7 +18,6 @@
 #include "scm/ProgressBar.hpp"
 #include "scm/Registration.hpp"
 #include "scm/RegistrationReport.hpp"
-#include "tv/Handle.hpp"
 #include "tv/TvFeature.hpp"
 
 namespace bench {

@@ -180,9 +180,9 @@ private:
         const __m128i space = _mm_set1_epi8(0x20);
         while (end_ - from >= 16) {
             const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-            const __m128i special =
-                _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, quote), _mm_cmpeq_epi8(bytes, backslash)),
-                             _mm_cmplt_epi8(bytes, space));
+            const __m128i quoteOrBackslash =
+                _mm_or_si128(_mm_cmpeq_epi8(bytes, quote), _mm_cmpeq_epi8(bytes, backslash));
+            const __m128i special = _mm_or_si128(quoteOrBackslash, _mm_cmplt_epi8(bytes, space));
             const int mask = _mm_movemask_epi8(special);
             if (mask != 0) return from + __builtin_ctz(static_cast<unsigned>(mask));
             from += 16;

@@ -4,7 +4,9 @@
 
 namespace kobj {
 
-void appendEncodedValue(std::string& out, const std::string& text) { json::appendString(out, text); }
+void appendEncodedValue(std::string& out, const std::string& text) {
+    json::appendString(out, text);
+}
 
 void appendEncodedValue(std::string& out, const std::vector<std::string>& texts) {
     out += '[';

@@ -102,7 +102,8 @@ TEST_F(ManifestLineTest, BothReadingsBuildTheSameEntry) {
         "\"InitialString\" : \"-1\\t2\" } ,\t\"identity\" : { \"ChecksumElement4\" : 4, "
         "\"ChecksumElement1\" : 0, \"class\" : \"SharedCodeManager.SharedConstantsIdentity\" } } ",
         "{\"identity\":{\"class\":\"SharedFunctionIdentity\",\"Checksum\":\"stored\","
-        "\"ChecksumElement1\":-0},\"data\":{\"class\":\"SharedFunctionData\",\"FunctionName\":\"f\"}}",
+        "\"ChecksumElement1\":-0},"
+        "\"data\":{\"class\":\"SharedFunctionData\",\"FunctionName\":\"f\"}}",
     };
     for (const std::string& line : lines) {
         kobj::EncodedObject identity;

@@ -42,10 +42,10 @@ public:
 
 private:
     void skipSpace() {
-        while (next_ != end_ && (*next_ == ' ' || *next_ == '\t' || *next_ == '\n' || *next_ == '\r')) {
-            ++next_;
-        }
+        while (next_ != end_ && isSpace(*next_)) ++next_;
     }
+
+    static bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
     const char* next_;
     const char* end_;

@@ -41,11 +41,15 @@ void completeClassName(Json& half) {
     *found = std::move(name);
 }
 
+bool holdsObject(const qaArray& value) {
+    return value.kind() == qaArray::Kind::Object && !value.isEmpty();
+}
+
 // The object of a decoded value as a T, owned; null when `value` holds no object or one of
 // another class.
 template <typename T>
 std::unique_ptr<T> ownedAs(qaArray value) {
-    if (value.kind() != qaArray::Kind::Object) return nullptr;
+    if (!holdsObject(value)) return nullptr;
     std::unique_ptr<tv::mi::Handle> object(qaArray::release(value.objects().front()));
     T* typed = dynamic_cast<T*>(object.get());
     if (typed != nullptr) object.release();
@@ -66,7 +70,7 @@ std::unique_ptr<T> decodeHalf(Json& line, const char* key, const std::string& re
     // ASCII output: every character comes back as \uXXXX, which the encoding reads as one byte.
     const std::string text = found->dump(-1, ' ', true);
     qaArray value = kobj::decodeObject(text, requiredClass, problem);
-    if (value.kind() != qaArray::Kind::Object) {
+    if (!holdsObject(value)) {
         problem = std::string("\"") + key + "\": " + problem;
         return nullptr;
     }
