@@ -141,7 +141,9 @@ public:
 
 private:
     // `object` as a T; throws kobj::Error when it is not one (a member bound to the wrong class).
+    // An object of exactly T, the usual case, needs no search of its class hierarchy.
     static T& self(tv::mi::Handle& object) {
+        if (typeid(object) == typeid(T)) return static_cast<T&>(object);
         T* typed = dynamic_cast<T*>(&object);
         if (typed == nullptr) {
             throw Error("kobj:errorMustBeObject",
