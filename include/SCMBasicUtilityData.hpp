@@ -28,21 +28,21 @@ public:
     SCMRegistry update(SCMData* newer) override;
     SCMData* clone() const override;
 
-    std::string getNameWithEncodings() const;
+    const std::string& getNameWithEncodings() const;
     void setNameWithEncodings(std::string nameWithEncodings);
-    std::string getIdentifier() const;
+    const std::string& getIdentifier() const;
     void setIdentifier(std::string identifier);
     bool isMultiword() const;
     void setMultiword(bool multiword);
     bool isComplex() const;
     void setComplex(bool complex);
 
-    std::vector<std::string> getModelNames() const;
+    const std::vector<std::string>& getModelNames() const;
     // Replaces the list as given, duplicates included.
     void setModelNames(std::vector<std::string> modelNames);
     // Appends `modelName` unless it is already listed.
     void addModelName(const std::string& modelName);
-    std::vector<std::string> getChildren() const;
+    const std::vector<std::string>& getChildren() const;
     void setChildren(std::vector<std::string> children);
     void addChild(const std::string& child);
 

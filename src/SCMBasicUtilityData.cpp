@@ -60,13 +60,13 @@ SCMRegistry SCMBasicUtilityData::update(SCMData* newer) {
 
 SCMData* SCMBasicUtilityData::clone() const { return new SCMBasicUtilityData(*this); }
 
-std::string SCMBasicUtilityData::getNameWithEncodings() const { return nameWithEncodings_; }
+const std::string& SCMBasicUtilityData::getNameWithEncodings() const { return nameWithEncodings_; }
 
 void SCMBasicUtilityData::setNameWithEncodings(std::string nameWithEncodings) {
     nameWithEncodings_ = std::move(nameWithEncodings);
 }
 
-std::string SCMBasicUtilityData::getIdentifier() const { return identifier_; }
+const std::string& SCMBasicUtilityData::getIdentifier() const { return identifier_; }
 
 void SCMBasicUtilityData::setIdentifier(std::string identifier) {
     identifier_ = std::move(identifier);
@@ -80,7 +80,7 @@ bool SCMBasicUtilityData::isComplex() const { return complex_; }
 
 void SCMBasicUtilityData::setComplex(bool complex) { complex_ = complex; }
 
-std::vector<std::string> SCMBasicUtilityData::getModelNames() const { return modelNames_; }
+const std::vector<std::string>& SCMBasicUtilityData::getModelNames() const { return modelNames_; }
 
 void SCMBasicUtilityData::setModelNames(std::vector<std::string> modelNames) {
     modelNames_ = std::move(modelNames);
@@ -90,7 +90,7 @@ void SCMBasicUtilityData::addModelName(const std::string& modelName) {
     appendIfAbsent(modelNames_, modelName);
 }
 
-std::vector<std::string> SCMBasicUtilityData::getChildren() const { return children_; }
+const std::vector<std::string>& SCMBasicUtilityData::getChildren() const { return children_; }
 
 void SCMBasicUtilityData::setChildren(std::vector<std::string> children) {
     children_ = std::move(children);
