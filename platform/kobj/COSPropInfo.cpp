@@ -1,9 +1,13 @@
 #include "kobj/COSPropInfo.hpp"
 
+#include "kobj/JsonText.hpp"
+
 namespace kobj {
 
 COSPropInfo::COSPropInfo(std::string name, std::string typeText, std::uint32_t attributes)
-    : name_(std::move(name)), typeText_(std::move(typeText)), attributes_(attributes) {}
+    : name_(std::move(name)), typeText_(std::move(typeText)), attributes_(attributes) {
+    json::appendString(jsonName_, name_);
+}
 
 COSPropInfo::~COSPropInfo() = default;
 

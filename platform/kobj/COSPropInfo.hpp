@@ -21,6 +21,8 @@ public:
     virtual ~COSPropInfo();
 
     const std::string& name() const { return name_; }
+    // The name as a JSON string literal, quotes included (JsonText.hpp), as encodings write it.
+    const std::string& jsonName() const { return jsonName_; }
     const std::string& typeText() const { return typeText_; }
     std::uint32_t attributes() const { return attributes_; }
 
@@ -40,6 +42,7 @@ public:
 
 private:
     std::string name_;
+    std::string jsonName_;
     std::string typeText_;
     std::uint32_t attributes_;
 };

@@ -123,7 +123,7 @@ std::string encodeObject(const qaArray& value) {
     for (const COSPropInfo* property : record.allProperties()) {
         if (property->isReadOnly()) continue;
         text += ',';
-        json::appendString(text, property->name());
+        text += property->jsonName();
         text += ':';
         if (!property->appendEncoded(object, text)) {
             appendValue(text, property->get(object), record, *property);
