@@ -5,6 +5,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -12,8 +13,11 @@
 #include "RawSqliteStore.hpp"
 #include "SharedCodeManagerInterface.hpp"
 #include "Workload.hpp"
-#include "kobj/ObjectEncoding.hpp"
-#include "tv/Handle.hpp"
+#include "scm/ManifestLine.hpp"
+#include "scm/OpenRegistry.hpp"
+#include "scm/ProgressBar.hpp"
+#include "scm/Registration.hpp"
+#include "scm/RegistrationReport.hpp"
 #include "tv/TvFeature.hpp"
 
 namespace bench {
@@ -103,31 +107,31 @@ void libraryRoad(benchmark::State& state, StoreTemplates& templates, std::uint64
     if (!holdsLast(registry, entries, merge ? 3 : 2)) state.SkipWithError("an entry is missing");
 }
 
-// What `scm register` does with a manifest: one explicit transaction; each line's identity and
-// data decoded from their stored encoding and registered on the direct road.
+// What `scm register` does with a manifest, through the tool's own code: the manifest's text
+// read line by line (each line decoded as the tool decodes it), one explicit transaction, each
+// entry registered and its outcome recorded in the run's report. Only the command line, the
+// file itself and the printed report are left out.
 void libraryTool(benchmark::State& state, StoreTemplates& templates, std::uint64_t stored,
                  std::uint64_t count) {
     const std::string file = templates.workCopy(templates.libraryStore(stored), "library-work.registry");
-    SCM::SharedCodeManagerInterface registry(file);
-    std::vector<std::pair<std::string, std::string>> manifest;
+    scm_tool::OpenRegistry registry(file, scm_tool::OpenRegistry::Access::Write);
+    std::string manifest;
     for (std::uint64_t i = stored; i < stored + count; ++i) {
-        manifest.emplace_back(kobj::encodeObject(utilityIdentity(i)->toScriptValue()),
-                              kobj::encodeObject(utilityData(i)->toScriptValue()));
+        manifest += scm_tool::manifestLine(*utilityIdentity(i), *utilityData(i));
+        manifest += '\n';
     }
+    std::istringstream in(std::move(manifest));
+    scm_tool::RegistrationReport report;
+    scm_tool::ProgressBar progress(0, false);
+    scm_tool::Registration registration(registry, report, progress, nullptr);
     timeOnce(state, count, [&] {
-        SCM::SCMDataAdapter* adapter = registry.getDataAdapter();
-        bool ok = adapter->beginTransaction();
-        for (const auto& [identityText, dataText] : manifest) {
-            std::unique_ptr<tv::mi::Handle> identity(tv::mi::Handle::releaseFromScriptValue(
-                kobj::decodeObject(identityText), "SharedCodeManager.Identity"));
-            std::unique_ptr<tv::mi::Handle> data(tv::mi::Handle::releaseFromScriptValue(
-                kobj::decodeObject(dataText), "SharedCodeManager.Data"));
-            ok &= registry.registerDataInTransaction(dynamic_cast<SCM::SCMIdentity*>(identity.get()),
-                                                     dynamic_cast<SCM::SCMData*>(data.get())) ==
-                  SCM::IS_REGISTERED;
-        }
-        return adapter->endTransaction() && ok;
+        bool ok = registry.adapter().beginTransaction();
+        registration.registerManifest(in, "bench");
+        return registry.adapter().endTransaction() && ok;
     });
+    if (report.total() != count || report.exitCode() != scm_tool::kExitOk) {
+        state.SkipWithError("an entry was not registered");
+    }
 }
 
 void libraryRetrieveData(benchmark::State& state, StoreTemplates& templates,

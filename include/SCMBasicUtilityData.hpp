@@ -28,22 +28,22 @@ public:
     SCMRegistry update(SCMData* newer) override;
     SCMData* clone() const override;
 
-    std::string getNameWithEncodings() const;
-    void setNameWithEncodings(const std::string& nameWithEncodings);
-    std::string getIdentifier() const;
-    void setIdentifier(const std::string& identifier);
+    const std::string& getNameWithEncodings() const;
+    void setNameWithEncodings(std::string nameWithEncodings);
+    const std::string& getIdentifier() const;
+    void setIdentifier(std::string identifier);
     bool isMultiword() const;
     void setMultiword(bool multiword);
     bool isComplex() const;
     void setComplex(bool complex);
 
-    std::vector<std::string> getModelNames() const;
+    const std::vector<std::string>& getModelNames() const;
     // Replaces the list as given, duplicates included.
-    void setModelNames(const std::vector<std::string>& modelNames);
+    void setModelNames(std::vector<std::string> modelNames);
     // Appends `modelName` unless it is already listed.
     void addModelName(const std::string& modelName);
-    std::vector<std::string> getChildren() const;
-    void setChildren(const std::vector<std::string>& children);
+    const std::vector<std::string>& getChildren() const;
+    void setChildren(std::vector<std::string> children);
     void addChild(const std::string& child);
 
     const std::set<std::string>& getTraceabilitySet() const;
@@ -54,7 +54,7 @@ public:
     void addTraceability(const std::string& entry);
     // Adds every entry of `entries` to the set without clearing it first: a union, like
     // addTraceabilitySet. This is the setter that scripts use.
-    void setTraceability(const std::vector<std::string>& entries);
+    void setTraceability(std::vector<std::string> entries);
     // Every entry, ascending.
     std::vector<std::string> getTraceability() const;
     // The entries "<modelName>:..." ascending; every entry for an empty model name. Throws

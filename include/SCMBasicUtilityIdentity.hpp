@@ -21,9 +21,9 @@ public:
     SCMIdentity* clone() const override;
 
     const std::string& getUtilityIdentifier() const;
-    void setUtilityIdentifier(const std::string& utilityIdentifier);
+    void setUtilityIdentifier(std::string utilityIdentifier);
     const std::string& getSymbolString() const;
-    void setSymbolString(const std::string& symbolString);
+    void setSymbolString(std::string symbolString);
     int getMaxIdLength() const;
     void setMaxIdLength(int maxIdLength);
     bool includeMaxIdLength() const;

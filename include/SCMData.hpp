@@ -31,7 +31,7 @@ public:
     virtual bool isAbstract() const;
 
     const std::string& getName() const;
-    void setName(const std::string& name);
+    void setName(std::string name);
 
 private:
     std::string name_;

@@ -1,6 +1,8 @@
 #include "SCMBasicUtilityData.hpp"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 #include "package/PublishingRoutines.hpp"
 
@@ -58,15 +60,17 @@ SCMRegistry SCMBasicUtilityData::update(SCMData* newer) {
 
 SCMData* SCMBasicUtilityData::clone() const { return new SCMBasicUtilityData(*this); }
 
-std::string SCMBasicUtilityData::getNameWithEncodings() const { return nameWithEncodings_; }
+const std::string& SCMBasicUtilityData::getNameWithEncodings() const { return nameWithEncodings_; }
 
-void SCMBasicUtilityData::setNameWithEncodings(const std::string& nameWithEncodings) {
-    nameWithEncodings_ = nameWithEncodings;
+void SCMBasicUtilityData::setNameWithEncodings(std::string nameWithEncodings) {
+    nameWithEncodings_ = std::move(nameWithEncodings);
 }
 
-std::string SCMBasicUtilityData::getIdentifier() const { return identifier_; }
+const std::string& SCMBasicUtilityData::getIdentifier() const { return identifier_; }
 
-void SCMBasicUtilityData::setIdentifier(const std::string& identifier) { identifier_ = identifier; }
+void SCMBasicUtilityData::setIdentifier(std::string identifier) {
+    identifier_ = std::move(identifier);
+}
 
 bool SCMBasicUtilityData::isMultiword() const { return multiword_; }
 
@@ -76,20 +80,20 @@ bool SCMBasicUtilityData::isComplex() const { return complex_; }
 
 void SCMBasicUtilityData::setComplex(bool complex) { complex_ = complex; }
 
-std::vector<std::string> SCMBasicUtilityData::getModelNames() const { return modelNames_; }
+const std::vector<std::string>& SCMBasicUtilityData::getModelNames() const { return modelNames_; }
 
-void SCMBasicUtilityData::setModelNames(const std::vector<std::string>& modelNames) {
-    modelNames_ = modelNames;
+void SCMBasicUtilityData::setModelNames(std::vector<std::string> modelNames) {
+    modelNames_ = std::move(modelNames);
 }
 
 void SCMBasicUtilityData::addModelName(const std::string& modelName) {
     appendIfAbsent(modelNames_, modelName);
 }
 
-std::vector<std::string> SCMBasicUtilityData::getChildren() const { return children_; }
+const std::vector<std::string>& SCMBasicUtilityData::getChildren() const { return children_; }
 
-void SCMBasicUtilityData::setChildren(const std::vector<std::string>& children) {
-    children_ = children;
+void SCMBasicUtilityData::setChildren(std::vector<std::string> children) {
+    children_ = std::move(children);
 }
 
 void SCMBasicUtilityData::addChild(const std::string& child) { appendIfAbsent(children_, child); }
@@ -108,8 +112,9 @@ void SCMBasicUtilityData::addTraceabilitySet(const std::set<std::string>& tracea
 
 void SCMBasicUtilityData::addTraceability(const std::string& entry) { traceability_.insert(entry); }
 
-void SCMBasicUtilityData::setTraceability(const std::vector<std::string>& entries) {
-    traceability_.insert(entries.begin(), entries.end());
+void SCMBasicUtilityData::setTraceability(std::vector<std::string> entries) {
+    traceability_.insert(std::make_move_iterator(entries.begin()),
+                         std::make_move_iterator(entries.end()));
 }
 
 std::vector<std::string> SCMBasicUtilityData::getTraceability() const {

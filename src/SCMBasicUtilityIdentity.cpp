@@ -1,5 +1,7 @@
 #include "SCMBasicUtilityIdentity.hpp"
 
+#include <utility>
+
 #include "package/PublishingRoutines.hpp"
 
 #include "digest/SCMChecksumDigest.hpp"
@@ -48,15 +50,15 @@ const std::string& SCMBasicUtilityIdentity::getUtilityIdentifier() const {
     return utilityIdentifier_;
 }
 
-void SCMBasicUtilityIdentity::setUtilityIdentifier(const std::string& utilityIdentifier) {
-    utilityIdentifier_ = utilityIdentifier;
+void SCMBasicUtilityIdentity::setUtilityIdentifier(std::string utilityIdentifier) {
+    utilityIdentifier_ = std::move(utilityIdentifier);
     invalidateChecksum();
 }
 
 const std::string& SCMBasicUtilityIdentity::getSymbolString() const { return symbolString_; }
 
-void SCMBasicUtilityIdentity::setSymbolString(const std::string& symbolString) {
-    symbolString_ = symbolString;
+void SCMBasicUtilityIdentity::setSymbolString(std::string symbolString) {
+    symbolString_ = std::move(symbolString);
     invalidateChecksum();
 }
 

@@ -1,5 +1,7 @@
 #include "SCMData.hpp"
 
+#include <utility>
+
 #include "package/PublishingRoutines.hpp"
 
 namespace SCM {
@@ -22,7 +24,7 @@ bool SCMData::isAbstract() const { return true; }
 
 const std::string& SCMData::getName() const { return name_; }
 
-void SCMData::setName(const std::string& name) { name_ = name; }
+void SCMData::setName(std::string name) { name_ = std::move(name); }
 
 // Publishes "SharedCodeManager.Data".
 void publishSCMData(kobj::factory::ClassBuilder& builder) {

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "kobj/COSPackage.hpp"
+#include "kobj/COSPropInfo.hpp"
 #include "kobj/EncodedObject.hpp"
 #include "kobj/Error.hpp"
 #include "kobj/JsonText.hpp"
@@ -92,6 +93,48 @@ TEST(KobjEncodedObjectTest, RefusesEveryOtherShape) {
     EXPECT_FALSE(kobj::readEncodedObject(std::string(200000, '['), object)) << "deep nesting";
 }
 
+// Plain bytes are scanned many at a time: an escape, a raw control character or a non-ASCII byte
+// is found wherever it sits in a long string.
+TEST(KobjEncodedObjectTest, FindsTheSpecialByteAtEveryPositionOfALongString) {
+    for (std::size_t at = 0; at < 40; ++at) {
+        const std::string before(at, 'a');
+        const std::string after(40 - at, 'b');
+        kobj::EncodedObject object;
+        ASSERT_TRUE(kobj::readEncodedObject(
+            "{\"class\":\"p.C\",\"T\":\"" + before + "\\\"" + after + "\"}", object))
+            << at;
+        EXPECT_EQ(object.properties.at(0).second.text(), before + '"' + after);
+        ASSERT_TRUE(kobj::readEncodedObject(
+            "{\"class\":\"p.C\",\"T\":\"" + before + "\xc3\xa9" + after + "\"}", object));
+        EXPECT_EQ(object.properties.at(0).second.text(), before + '\xe9' + after);
+        EXPECT_FALSE(kobj::readEncodedObject(
+            "{\"class\":\"p.C\",\"T\":\"" + before + '\n' + after + "\"}", object))
+            << "a raw control character at " << at;
+        EXPECT_FALSE(kobj::readEncodedObject("{\"class\":\"p.C\",\"T\":\"" + before, object))
+            << "a string cut at " << at;
+    }
+}
+
+// Reading an object inside a longer text stops right after its closing brace; a refused object
+// leaves the position where it was.
+TEST(KobjEncodedObjectTest, ReadsAnObjectInsideALongerText) {
+    const std::string text = "[ {\"class\":\"p.C\",\"N\":[\"x}\"]} , {\"class\":5}]";
+    const char* next = text.data() + 1;
+    const char* const end = text.data() + text.size();
+    kobj::EncodedObject object;
+    ASSERT_TRUE(kobj::readEncodedObjectAt(next, end, object));
+    EXPECT_EQ(object.className, "p.C");
+    EXPECT_EQ(object.properties.at(0).second.cells().at(0).text(), "x}");
+    EXPECT_EQ(std::string(next, end), " , {\"class\":5}]");
+    next += 2;
+    const char* const before = next;
+    EXPECT_FALSE(kobj::readEncodedObjectAt(next, end, object));
+    EXPECT_EQ(next, before);
+    const char* const last = end - 1;
+    next = last;
+    EXPECT_FALSE(kobj::readEncodedObjectAt(next, last, object)) << "nothing left to read";
+}
+
 class KobjObjectEncodingTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -109,6 +152,42 @@ TEST_F(KobjObjectEncodingTest, WritesTheClassAndEverySettableProperty) {
               "{\"class\":\"kobjtest.Circle\",\"Label\":\"derived:c\",\"Name\":\"c\",\"Radius\":3,"
               "\"Offset\":0,\"Filled\":false,\"Tags\":[\"t\"]}")
         << "the read-only Diameter is left out";
+}
+
+// Bound properties write their values straight from the object; each writes what its getter's
+// script value reads back as, for every byte and the extreme integers.
+TEST_F(KobjObjectEncodingTest, PropertiesWriteTheirValuesStraightFromTheObject) {
+    qaArray circle = kobj::construct("kobjtest.Circle", {qaArray::fromText(allBytes())});
+    kobj::setProperty(circle, "Radius", qaArray::fromUInt32(4294967295u));
+    kobj::setProperty(circle, "Offset", qaArray::fromInt32(-2147483647 - 1));
+    kobj::setProperty(circle, "Filled", qaArray::fromLogical(true));
+    kobj::setProperty(circle, "Tags",
+                      qaArray::cellColumn({qaArray::fromText(allBytes()), qaArray::fromText("")}));
+    for (const kobj::COSPropInfo* property : kobj::classOf(circle).allProperties()) {
+        if (property->isReadOnly()) continue;
+        std::string written;
+        ASSERT_TRUE(property->appendEncoded(kobj::objectOf(circle), written)) << property->name();
+        kobj::EncodedObject object;
+        ASSERT_TRUE(kobj::readEncodedObject("{\"class\":\"p.C\",\"V\":" + written + "}", object))
+            << written;
+        const qaArray& read = object.properties.at(0).second;
+        const qaArray expected = kobj::getProperty(circle, property->name());
+        ASSERT_EQ(read.kind() == qaArray::Kind::Cell, expected.kind() == qaArray::Kind::Cell);
+        if (expected.kind() == qaArray::Kind::Cell) {
+            ASSERT_EQ(read.cells().size(), expected.cells().size());
+            for (std::size_t i = 0; i < read.cells().size(); ++i) {
+                EXPECT_EQ(read.cells()[i].text(), expected.cells()[i].text());
+            }
+        } else if (expected.kind() == qaArray::Kind::Char) {
+            EXPECT_EQ(read.text(), expected.text()) << property->name();
+        } else if (expected.kind() == qaArray::Kind::Logical) {
+            EXPECT_EQ(read.logical(), expected.logical());
+        } else if (expected.kind() == qaArray::Kind::Int32) {
+            EXPECT_EQ(read.int32Value(), expected.int32Value());
+        } else {
+            EXPECT_EQ(read.uint32Value(), expected.uint32Value());
+        }
+    }
 }
 
 TEST_F(KobjObjectEncodingTest, RoundTripRestoresDependentPropertiesLast) {

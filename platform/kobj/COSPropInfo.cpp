@@ -1,10 +1,16 @@
 #include "kobj/COSPropInfo.hpp"
 
+#include "kobj/JsonText.hpp"
+
 namespace kobj {
 
 COSPropInfo::COSPropInfo(std::string name, std::string typeText, std::uint32_t attributes)
-    : name_(std::move(name)), typeText_(std::move(typeText)), attributes_(attributes) {}
+    : name_(std::move(name)), typeText_(std::move(typeText)), attributes_(attributes) {
+    json::appendString(jsonName_, name_);
+}
 
 COSPropInfo::~COSPropInfo() = default;
+
+bool COSPropInfo::appendEncoded(tv::mi::Handle&, std::string&) const { return false; }
 
 }  // namespace kobj

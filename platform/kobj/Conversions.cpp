@@ -1,6 +1,7 @@
 #include "kobj/Conversions.hpp"
 
 #include <limits>
+#include <utility>
 
 #include "kobj/ClassRegistry.hpp"
 
@@ -20,15 +21,26 @@ std::string textFrom(const qaArray& value) {
     return value.text();
 }
 
+std::string textFrom(qaArray&& value) {
+    if (value.kind() != qaArray::Kind::Char) throw errorMustBeString(value);
+    return std::move(value).text();
+}
+
 std::vector<std::string> textListFrom(const qaArray& value) {
     if (value.kind() == qaArray::Kind::Empty) return {};
     if (value.kind() != qaArray::Kind::Cell) throw errorMustBeCellArray(value);
-    const std::vector<qaArray>& cells = value.cells();
+    return textListFrom(qaArray::cellColumn(value.cells()));
+}
+
+std::vector<std::string> textListFrom(qaArray&& value) {
+    if (value.kind() == qaArray::Kind::Empty) return {};
+    if (value.kind() != qaArray::Kind::Cell) throw errorMustBeCellArray(value);
+    std::vector<qaArray> cells = std::move(value).cells();
     std::vector<std::string> texts;
     texts.reserve(cells.size());
     for (std::size_t i = 0; i < cells.size(); ++i) {
         if (cells[i].kind() != qaArray::Kind::Char) throw errorMustBeString(cells[i], i);
-        texts.push_back(cells[i].text());
+        texts.push_back(std::move(cells[i]).text());
     }
     return texts;
 }
@@ -57,9 +69,13 @@ std::uint32_t uint32From(const qaArray& value) {
 }
 
 qaArray textListValue(const std::vector<std::string>& texts) {
+    return textListValue(std::vector<std::string>(texts));
+}
+
+qaArray textListValue(std::vector<std::string>&& texts) {
     std::vector<qaArray> cells;
     cells.reserve(texts.size());
-    for (const std::string& text : texts) cells.push_back(qaArray::fromText(text));
+    for (std::string& text : texts) cells.push_back(qaArray::fromText(std::move(text)));
     return qaArray::cellColumn(std::move(cells));
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "kobj/Error.hpp"
@@ -18,10 +19,14 @@ namespace kobj {
 
 // A text value's bytes. Throws errorMustBeString for anything but a character row.
 std::string textFrom(const qaArray& value);
+// The same, moving the bytes out of `value` (left with an unspecified text).
+std::string textFrom(qaArray&& value);
 // The texts of a cell column, in order. A missing value ([]) gives an empty list. Throws
 // errorMustBeCellArray when `value` is not a cell array, errorMustBeString with the zero-based
 // index of the first element that is not a text.
 std::vector<std::string> textListFrom(const qaArray& value);
+// The same, moving the texts out of `value` (left with unspecified cells).
+std::vector<std::string> textListFrom(qaArray&& value);
 // Throws errorMustBeLogicalScalar unless `value` is a logical scalar.
 bool logicalFrom(const qaArray& value);
 // An int32 scalar, or a uint32 scalar that fits; otherwise throws errorMustBeInt32Scalar.
@@ -30,6 +35,8 @@ std::int32_t int32From(const qaArray& value);
 std::uint32_t uint32From(const qaArray& value);
 // An n x 1 cell of texts, in order (0 x 1 for an empty list).
 qaArray textListValue(const std::vector<std::string>& texts);
+// The same, moving the texts in.
+qaArray textListValue(std::vector<std::string>&& texts);
 
 // The object of a 1 x 1 object value of the published class `className` or of a subclass,
 // borrowed (valid while the value's owner lives). Null for a missing value ([] or an empty
@@ -49,12 +56,18 @@ qaArray neutralValue(const std::string& typeText);
 template <class T, class Enable = void>
 struct Converter;  // deliberately undefined: see above
 
+// Texts and lists of texts move between the two sides when the source is an rvalue (a value
+// decoded for a setter, a getter's result returned by value), and are copied otherwise.
 template <>
 struct Converter<std::string> {
     static std::string fromScript(const qaArray& value, const std::string&) {
         return textFrom(value);
     }
+    static std::string fromScript(qaArray&& value, const std::string&) {
+        return textFrom(std::move(value));
+    }
     static qaArray toScript(const std::string& text) { return qaArray::fromText(text); }
+    static qaArray toScript(std::string&& text) { return qaArray::fromText(std::move(text)); }
 };
 
 template <>
@@ -62,7 +75,13 @@ struct Converter<std::vector<std::string>> {
     static std::vector<std::string> fromScript(const qaArray& value, const std::string&) {
         return textListFrom(value);
     }
+    static std::vector<std::string> fromScript(qaArray&& value, const std::string&) {
+        return textListFrom(std::move(value));
+    }
     static qaArray toScript(const std::vector<std::string>& texts) { return textListValue(texts); }
+    static qaArray toScript(std::vector<std::string>&& texts) {
+        return textListValue(std::move(texts));
+    }
 };
 
 template <>

@@ -4,6 +4,10 @@
 #include <cstdint>
 #include <limits>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace kobj {
 
 namespace {
@@ -26,11 +30,19 @@ const PlainBytes kPlainBytes;
 // property has one).
 class EncodedObjectReader {
 public:
-    explicit EncodedObjectReader(const std::string& text)
-        : next_(text.data()), end_(text.data() + text.size()) {}
+    EncodedObjectReader(const char* next, const char* end) : next_(next), end_(end) {}
 
+    // A whole text: the object, then nothing but white space (or a NUL byte and anything).
     bool read(EncodedObject& object) {
         skipByteOrderMark();
+        if (!readObject(object)) return false;
+        skipSpace();
+        // A NUL byte after the object ends the text, as general JSON parsers read it.
+        return next_ == end_ || *next_ == '\0';
+    }
+
+    // White space, then one object; stops right after its closing brace.
+    bool readObject(EncodedObject& object) {
         if (!take('{')) return false;
         object.properties.reserve(kUsualProperties);
         bool sawClass = false;
@@ -40,10 +52,10 @@ public:
             } while (take(','));
             if (!take('}')) return false;
         }
-        skipSpace();
-        // A NUL byte after the object ends the text, as general JSON parsers read it.
-        return (next_ == end_ || *next_ == '\0') && sawClass;
+        return sawClass;
     }
+
+    const char* position() const { return next_; }
 
 private:
     bool readMember(EncodedObject& object, bool& sawClass) {
@@ -140,8 +152,7 @@ private:
         bytes.clear();
         while (next_ != end_) {
             const char* run = next_;
-            const char* runEnd = run;
-            while (runEnd != end_ && kPlainBytes.isPlain[static_cast<unsigned char>(*runEnd)]) ++runEnd;
+            const char* runEnd = skipPlainBytes(run);
             bytes.append(run, static_cast<std::size_t>(runEnd - run));
             next_ = runEnd;
             if (next_ == end_) return false;
@@ -157,6 +168,28 @@ private:
             }
         }
         return false;
+    }
+
+    // The first byte at or after `from` that does not stand for itself, or the end.
+    const char* skipPlainBytes(const char* from) const {
+#ifdef __SSE2__
+        // Sixteen bytes at a time: a byte is special when it is the quote, the backslash, or
+        // below 0x20 as a signed byte (control characters and every byte from 0x80 on).
+        const __m128i quote = _mm_set1_epi8('"');
+        const __m128i backslash = _mm_set1_epi8('\\');
+        const __m128i space = _mm_set1_epi8(0x20);
+        while (end_ - from >= 16) {
+            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+            const __m128i quoteOrBackslash =
+                _mm_or_si128(_mm_cmpeq_epi8(bytes, quote), _mm_cmpeq_epi8(bytes, backslash));
+            const __m128i special = _mm_or_si128(quoteOrBackslash, _mm_cmplt_epi8(bytes, space));
+            const int mask = _mm_movemask_epi8(special);
+            if (mask != 0) return from + __builtin_ctz(static_cast<unsigned>(mask));
+            from += 16;
+        }
+#endif
+        while (from != end_ && kPlainBytes.isPlain[static_cast<unsigned char>(*from)]) ++from;
+        return from;
     }
 
     bool readEscape(std::string& bytes) {
@@ -231,7 +264,15 @@ private:
 
 bool readEncodedObject(const std::string& text, EncodedObject& object) {
     object = EncodedObject();
-    return EncodedObjectReader(text).read(object);
+    return EncodedObjectReader(text.data(), text.data() + text.size()).read(object);
+}
+
+bool readEncodedObjectAt(const char*& next, const char* end, EncodedObject& object) {
+    object = EncodedObject();
+    EncodedObjectReader reader(next, end);
+    if (!reader.readObject(object)) return false;
+    next = reader.position();
+    return true;
 }
 
 }  // namespace kobj

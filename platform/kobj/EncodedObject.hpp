@@ -23,4 +23,10 @@ struct EncodedObject {
 // input.
 bool readEncodedObject(const std::string& text, EncodedObject& object);
 
+// Reads one encoding that starts at `next` (after optional white space) inside a longer text
+// ending at `end`, with the same rules but for the byte order mark and what follows the object,
+// which is not looked at. On success `next` points just past the object's closing brace; on
+// failure `next` is unchanged and `object` unspecified.
+bool readEncodedObjectAt(const char*& next, const char* end, EncodedObject& object);
+
 }  // namespace kobj

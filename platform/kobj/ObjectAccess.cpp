@@ -1,5 +1,7 @@
 #include "kobj/ObjectAccess.hpp"
 
+#include <utility>
+
 #include "kobj/ClassRegistry.hpp"
 #include "kobj/Error.hpp"
 #include "kobj/ObjectValues.hpp"
@@ -76,12 +78,16 @@ void setProperty(const qaArray& object, const std::string& name, const qaArray& 
 }
 
 void setProperty(tv::mi::Handle& object, const COSPropInfo& property, const qaArray& value) {
+    setProperty(object, property, qaArray(value));
+}
+
+void setProperty(tv::mi::Handle& object, const COSPropInfo& property, qaArray&& value) {
     if (property.isReadOnly()) {
         throw Error("kobj:readOnlyProperty", "Property " + property.name() + " is read-only.");
     }
     ObjectUse use(object);
     object.preSetPropFcn(property.name().c_str());
-    property.set(object, value);
+    property.set(object, std::move(value));
     object.postSetPropFcn(property.name().c_str());
 }
 

@@ -32,6 +32,8 @@ qaArray getProperty(const qaArray& object, const std::string& name);
 void setProperty(const qaArray& object, const std::string& name, const qaArray& value);
 // The same for a property record already found, on the object itself.
 void setProperty(tv::mi::Handle& object, const COSPropInfo& property, const qaArray& value);
+// The same, moving texts out of `value` into the object instead of copying them.
+void setProperty(tv::mi::Handle& object, const COSPropInfo& property, qaArray&& value);
 
 // Calls the method `name` with `arguments` (the object itself not included) and returns its
 // result ([] when it has none). Throws "kobj:notAnObject", "kobj:unknownMethod",

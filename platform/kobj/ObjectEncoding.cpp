@@ -7,6 +7,7 @@
 #include "kobj/ClassRegistry.hpp"
 #include "kobj/Conversions.hpp"
 #include "kobj/EncodedObject.hpp"
+#include "kobj/EncodedValue.hpp"
 #include "kobj/Error.hpp"
 #include "kobj/JsonText.hpp"
 #include "kobj/ObjectAccess.hpp"
@@ -39,10 +40,10 @@ void appendCells(std::string& text, const std::vector<qaArray>& cells, const Cla
 void appendValue(std::string& text, const qaArray& value, const ClassRecord& record,
                  const COSPropInfo& property) {
     switch (value.kind()) {
-        case qaArray::Kind::Char: json::appendString(text, value.text()); return;
-        case qaArray::Kind::Logical: text += value.logical() ? "true" : "false"; return;
-        case qaArray::Kind::Int32: text += std::to_string(value.int32Value()); return;
-        case qaArray::Kind::UInt32: text += std::to_string(value.uint32Value()); return;
+        case qaArray::Kind::Char: appendEncodedValue(text, value.text()); return;
+        case qaArray::Kind::Logical: appendEncodedValue(text, value.logical()); return;
+        case qaArray::Kind::Int32: appendEncodedValue(text, value.int32Value()); return;
+        case qaArray::Kind::UInt32: appendEncodedValue(text, value.uint32Value()); return;
         case qaArray::Kind::Cell: appendCells(text, value.cells(), record, property); return;
         case qaArray::Kind::Empty:
         case qaArray::Kind::Object: break;
@@ -50,11 +51,12 @@ void appendValue(std::string& text, const qaArray& value, const ClassRecord& rec
     throw notEncodable(record, "property " + property.name() + " holds " + describeValue(value));
 }
 
-// Writes one decoded property through its setter; a refused value names the property.
+// Writes one decoded property through its setter, which takes its texts over; a refused value
+// names the property.
 void restoreProperty(tv::mi::Handle& object, const ClassRecord& record, const COSPropInfo& property,
-                     const qaArray& value) {
+                     qaArray&& value) {
     try {
-        setProperty(object, property, value);
+        setProperty(object, property, std::move(value));
     } catch (const Error& error) {
         throw Error(error.identifier(),
                     "Property " + property.name() + " of " + record.name() + ": " + error.what(),
@@ -64,10 +66,9 @@ void restoreProperty(tv::mi::Handle& object, const ClassRecord& record, const CO
 
 // Writes the decoded properties through their setters: Dependent ones last. Throws kobj::Error
 // (or the library's own exceptions) for a property that is unknown, read-only or of a wrong type.
-void restoreProperties(tv::mi::Handle& object, const ClassRecord& record,
-                       const EncodedObject& encoded) {
-    std::vector<std::pair<const COSPropInfo*, const qaArray*>> dependent;
-    for (const auto& [name, value] : encoded.properties) {
+void restoreProperties(tv::mi::Handle& object, const ClassRecord& record, EncodedObject& encoded) {
+    std::vector<std::pair<const COSPropInfo*, qaArray*>> dependent;
+    for (auto& [name, value] : encoded.properties) {
         const COSPropInfo* property = record.findProperty(name);
         if (property == nullptr) {
             throw Error("kobj:unknownProperty",
@@ -76,11 +77,11 @@ void restoreProperties(tv::mi::Handle& object, const ClassRecord& record,
         if (attributes::isDependent(property->attributes())) {
             dependent.emplace_back(property, &value);
         } else {
-            restoreProperty(object, record, *property, value);
+            restoreProperty(object, record, *property, std::move(value));
         }
     }
     for (const auto& [property, value] : dependent) {
-        restoreProperty(object, record, *property, *value);
+        restoreProperty(object, record, *property, std::move(*value));
     }
 }
 
@@ -95,7 +96,7 @@ bool isEncodable(const ClassRecord& record) {
     return !record.isAbstract() && hasSettableProperty(record);
 }
 
-qaArray rebuild(const ClassRecord& record, const EncodedObject& encoded) {
+qaArray rebuild(const ClassRecord& record, EncodedObject& encoded) {
     const factory::impl::KobjConstructor* constructor = record.restoringConstructor();
     std::vector<qaArray> arguments;
     for (const std::string& type : constructor->signature().arguments) {
@@ -122,9 +123,11 @@ std::string encodeObject(const qaArray& value) {
     for (const COSPropInfo* property : record.allProperties()) {
         if (property->isReadOnly()) continue;
         text += ',';
-        json::appendString(text, property->name());
+        text += property->jsonName();
         text += ':';
-        appendValue(text, property->get(object), record, *property);
+        if (!property->appendEncoded(object, text)) {
+            appendValue(text, property->get(object), record, *property);
+        }
     }
     text += '}';
     return text;
@@ -139,7 +142,6 @@ qaArray decodeObject(const std::string& text, const std::string& requiredClass) 
 
 qaArray decodeObject(const std::string& text, const std::string& requiredClass,
                      std::string& problem) {
-    problem.clear();
     EncodedObject encoded;
     if (!readEncodedObject(text, encoded)) {
         problem = "The text is not an object encoding: a JSON object with a \"class\" name and "
@@ -147,6 +149,12 @@ qaArray decodeObject(const std::string& text, const std::string& requiredClass,
                   "integers or lists of texts.";
         return qaArray();
     }
+    return decodeObject(std::move(encoded), requiredClass, problem);
+}
+
+qaArray decodeObject(EncodedObject&& encoded, const std::string& requiredClass,
+                     std::string& problem) {
+    problem.clear();
     try {
         const ClassRecord* record = ClassRegistry::instance().findClass(encoded.className);
         if (record == nullptr) {

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "kobj/EncodedObject.hpp"
 #include "kobj/qaArray.hpp"
 
 // The whole-object encoding: how an identity or a data record is stored in the dictionary, as
@@ -45,6 +46,11 @@ qaArray decodeObject(const std::string& text, const std::string& requiredClass);
 // The same, and when the result is [] `problem` says why, in a sentence for people ("Class
 // SharedCodeManager.GenericData has no property Colour."); on success `problem` is cleared.
 qaArray decodeObject(const std::string& text, const std::string& requiredClass,
+                     std::string& problem);
+
+// The same for an encoding already read (see EncodedObject.hpp), whose property values the
+// object takes over: `encoded` is left with unspecified values.
+qaArray decodeObject(EncodedObject&& encoded, const std::string& requiredClass,
                      std::string& problem);
 
 }  // namespace kobj

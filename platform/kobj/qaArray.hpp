@@ -54,14 +54,18 @@ public:
     std::size_t cols() const { return cols_; }
     std::size_t numel() const { return rows_ * cols_; }
     bool isEmpty() const { return numel() == 0; }
-    const std::string& className() const { return className_; }
+    const std::string& className() const;
 
-    // Typed access; each throws std::logic_error when the value is of another kind.
-    const std::string& text() const;
+    // Typed access; each throws std::logic_error when the value is of another kind. On a value
+    // about to be discarded (an rvalue), text() and cells() move the contents out instead of
+    // copying them; the value is left with an unspecified text or cells.
+    const std::string& text() const&;
+    std::string text() &&;
     bool logical() const;
     std::int32_t int32Value() const;
     std::uint32_t uint32Value() const;
-    const std::vector<qaArray>& cells() const;
+    const std::vector<qaArray>& cells() const&;
+    std::vector<qaArray> cells() &&;
     const std::vector<ObjectPtr>& objects() const;
     // Element i of an object value (bounds-checked), null when that element is absent.
     tv::mi::Handle* object(std::size_t index = 0) const;
@@ -70,13 +74,15 @@ public:
     void setClassName(std::string className);
 
 private:
-    qaArray(Kind kind, std::size_t rows, std::size_t cols, std::string className);
+    // A value of a kind other than Object, whose class name follows from its kind.
+    qaArray(Kind kind, std::size_t rows, std::size_t cols);
+    qaArray(std::size_t rows, std::size_t cols, std::string className);  // an object value
     void requireKind(Kind expected, const char* what) const;
 
     Kind kind_;
     std::size_t rows_;
     std::size_t cols_;
-    std::string className_;
+    std::string className_;  // object values only
     std::string text_;
     std::int64_t scalar_ = 0;
     std::vector<qaArray> cells_;

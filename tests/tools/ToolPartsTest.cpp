@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <string>
+#include <vector>
 
 #include "SCMModuleEntry.hpp"
 #include "scm/Categories.hpp"
+#include "scm/ManifestHalves.hpp"
 #include "scm/ManifestLine.hpp"
 #include "scm/ProgressBar.hpp"
 #include "scm/RegistryName.hpp"
@@ -85,6 +88,70 @@ TEST_F(ManifestLineTest, EachWayALineCanBeWrongSaysWhat) {
                         "\"GenericData\", \"Identifier\": \"\\u0100\"}}")
                   .rfind("\"data\": The text is not an object encoding", 0),
               0u);
+}
+
+// The one-pass reading and the general JSON reading build the same entry from each line: halves
+// in either order, white space, escapes, bytes above 0x7F, short and full class names, properties
+// in any order, a stored checksum that wins over the key fields.
+TEST_F(ManifestLineTest, BothReadingsBuildTheSameEntry) {
+    const std::vector<std::string> lines = {
+        "{\"identity\":{\"class\":\"BasicUtilityIdentity\",\"UtilityIdentifier\":\"rt_a\"},"
+        "\"data\":{\"class\":\"BasicUtilityData\",\"Name\":\"rt_a\",\"Identifier\":\"rt_a\","
+        "\"ModelNames\":[\"m1\",\"m\\u00e9\"],\"Traceability\":[\"m1:a/b\\\"c\"],"
+        "\"Multiword\":true}}",
+        " { \"data\" : { \"Name\" : \"K\xc3\xa9\", \"class\" : \"SharedConstantsData\", "
+        "\"InitialString\" : \"-1\\t2\" } ,\t\"identity\" : { \"ChecksumElement4\" : 4, "
+        "\"ChecksumElement1\" : 0, \"class\" : \"SharedCodeManager.SharedConstantsIdentity\" } } ",
+        "{\"identity\":{\"class\":\"SharedFunctionIdentity\",\"Checksum\":\"stored\","
+        "\"ChecksumElement1\":-0},"
+        "\"data\":{\"class\":\"SharedFunctionData\",\"FunctionName\":\"f\"}}",
+    };
+    for (const std::string& line : lines) {
+        kobj::EncodedObject identity;
+        kobj::EncodedObject data;
+        EXPECT_TRUE(readManifestHalves(line, identity, data)) << line;
+        OwnedEntry onePass;
+        OwnedEntry json;
+        std::string problem;
+        ASSERT_TRUE(parseManifestLine(line, onePass, problem)) << line << ": " << problem;
+        ASSERT_TRUE(parseManifestLineAsJson(line, json, problem)) << line << ": " << problem;
+        EXPECT_EQ(manifestLine(*onePass.identity, *onePass.data),
+                  manifestLine(*json.identity, *json.data));
+        EXPECT_EQ(onePass.identity->getChecksum(), json.identity->getChecksum());
+    }
+}
+
+// Lines that are entries but not written the usual way are left to the JSON reading, which
+// accepts them; lines that are no entries get its messages.
+TEST_F(ManifestLineTest, UnusualLinesAreReadAsGeneralJson) {
+    const std::string identity = "{\"class\": \"GenericIdentity\"}";
+    const std::string data = "{\"class\": \"GenericData\", \"Name\": \"n\"}";
+    const std::vector<std::string> entries = {
+        "{\"identit\\u0079\": " + identity + ", \"data\": " + data + "}",
+        "{\"identity\": " + identity + ", \"data\": {\"class\": \"GenericData\", \"Name\": \"x\", "
+        "\"Name\": \"n\"}}",
+    };
+    for (const std::string& line : entries) {
+        kobj::EncodedObject left;
+        kobj::EncodedObject right;
+        EXPECT_FALSE(readManifestHalves(line, left, right)) << line;
+        EXPECT_EQ(problemOf(line), "") << line;
+    }
+    const std::vector<std::string> refused = {
+        "{\"identity\": " + identity + ", \"identity\": " + identity + "}",
+        "{\"identity\": " + identity + "}",
+        "{\"identity\": " + identity + ", \"data\": " + data + "} x",
+        "{\"identity\": " + identity + ", \"data\": " + data + ", \"model\": \"m\"}",
+    };
+    for (const std::string& line : refused) {
+        kobj::EncodedObject left;
+        kobj::EncodedObject right;
+        EXPECT_FALSE(readManifestHalves(line, left, right)) << line;
+        EXPECT_NE(problemOf(line), "") << line;
+    }
+    EXPECT_EQ(problemOf("{\"identity\": " + identity + ", \"data\": " + data + "} x"),
+              "not valid JSON at column 91: syntax error while parsing value - invalid literal; "
+              "last read: '\"n\"}} x'; expected end of input");
 }
 
 // A number too large for any integer made the JSON parser throw an error of another kind than a

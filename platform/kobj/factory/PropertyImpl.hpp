@@ -11,19 +11,27 @@ namespace kobj::factory::impl {
 class PropertyImpl : public COSPropInfo {
 public:
     using Getter = std::function<qaArray(tv::mi::Handle&)>;
-    using Setter = std::function<void(tv::mi::Handle&, const qaArray&)>;
+    // Takes the value over: it may move texts out of it.
+    using Setter = std::function<void(tv::mi::Handle&, qaArray&&)>;
 
-    // An empty `setter` makes the property read-only.
+    // Appends the value's encoding read straight through the getter (see appendEncoded).
+    using Encoder = std::function<void(tv::mi::Handle&, std::string&)>;
+
+    // An empty `setter` makes the property read-only; without an `encoder` the value is encoded
+    // from what `getter` returns.
     PropertyImpl(std::string name, std::string typeText, std::uint32_t attributes, Getter getter,
-                 Setter setter);
+                 Setter setter, Encoder encoder = Encoder());
 
     bool isReadOnly() const override;
     qaArray get(tv::mi::Handle& object) const override;
     void set(tv::mi::Handle& object, const qaArray& value) const override;
+    void set(tv::mi::Handle& object, qaArray&& value) const override;
+    bool appendEncoded(tv::mi::Handle& object, std::string& out) const override;
 
 private:
     Getter getter_;
     Setter setter_;
+    Encoder encoder_;
 };
 
 }  // namespace kobj::factory::impl

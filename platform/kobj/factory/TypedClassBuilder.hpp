@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "kobj/Conversions.hpp"
+#include "kobj/EncodedValue.hpp"
 #include "kobj/Error.hpp"
 #include "kobj/factory/Arguments.hpp"
 #include "kobj/factory/ClassBuilder.hpp"
@@ -123,8 +124,9 @@ public:
                      Getter getter, Setter setter) {
         using Value = typename impl::SetterArgument<Setter>::type;
         impl::PropertyImpl::Setter set = [setter, typeText](tv::mi::Handle& object,
-                                                            const qaArray& value) {
-            std::invoke(setter, self(object), Converter<Value>::fromScript(value, typeText));
+                                                            qaArray&& value) {
+            std::invoke(setter, self(object),
+                        Converter<Value>::fromScript(std::move(value), typeText));
         };
         bindProperty(std::move(name), std::move(typeText), attributes, getter, std::move(set));
     }
@@ -139,7 +141,9 @@ public:
 
 private:
     // `object` as a T; throws kobj::Error when it is not one (a member bound to the wrong class).
+    // An object of exactly T, the usual case, needs no search of its class hierarchy.
     static T& self(tv::mi::Handle& object) {
+        if (typeid(object) == typeid(T)) return static_cast<T&>(object);
         T* typed = dynamic_cast<T*>(&object);
         if (typed == nullptr) {
             throw Error("kobj:errorMustBeObject",
@@ -184,8 +188,15 @@ private:
         impl::PropertyImpl::Getter get = [getter](tv::mi::Handle& object) {
             return Converter<Value>::toScript(std::invoke(getter, self(object)));
         };
+        impl::PropertyImpl::Encoder encode;
+        if constexpr (kIsEncodedValueType<Value>) {
+            encode = [getter](tv::mi::Handle& object, std::string& out) {
+                appendEncodedValue(out, std::invoke(getter, self(object)));
+            };
+        }
         builder_.addProperty(std::make_unique<impl::PropertyImpl>(
-            std::move(name), std::move(typeText), attributes, std::move(get), std::move(set)));
+            std::move(name), std::move(typeText), attributes, std::move(get), std::move(set),
+            std::move(encode)));
     }
 
     ClassBuilder& builder_;
