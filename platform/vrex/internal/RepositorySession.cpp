@@ -19,7 +19,6 @@ RepositorySession::RepositorySession(std::unique_ptr<Driver> driver,
     : metamodel_(std::move(metamodel)),
       driver_(std::move(driver)),
       options_(options),
-      readOnly_(driver_->isReadOnly()),
       nextIds_(metamodel_->classes().size(), 0) {}
 
 RepositorySession::~RepositorySession() { close(); }
@@ -192,7 +191,7 @@ bool RepositorySession::check(bool succeeded, const char* identifier, const std:
 ObjectRef RepositorySession::createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics) {
     const ClassInfo* info = classOf(cls, "create an object", diagnostics);
     if (info == nullptr) return ObjectRef();
-    if (readOnly_) {
+    if (driver_->isReadOnly()) {
         reportReadOnly("create an object of " + info->name, diagnostics);
         return ObjectRef();
     }
@@ -303,7 +302,7 @@ void RepositorySession::setPropertyValue(const ObjectRef& object, const Property
                                          const qaArray& value, tvdiag::util::diagnostics& diagnostics) {
     const PropertyInfo* info = propertyOf(object, property, "write", diagnostics);
     if (info == nullptr) return;
-    if (readOnly_) return reportReadOnly("write " + describe(object, *info), diagnostics);
+    if (driver_->isReadOnly()) return reportReadOnly("write " + describe(object, *info), diagnostics);
     std::optional<std::string> text;
     if (!storedText(*info, value, text, diagnostics)) return;
     if (pending_.is(*info->owner, object.id())) return pending_.set(*info, std::move(text));

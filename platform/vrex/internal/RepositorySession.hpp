@@ -95,7 +95,6 @@ private:
     std::shared_ptr<const Metamodel> metamodel_;  // before the driver: it may refer to it
     std::unique_ptr<Driver> driver_;
     Options options_;
-    bool readOnly_;
     bool explicitTransaction_ = false;
     int functionDepth_ = 0;  // dictionary functions running, outermost first
     PendingObject pending_;  // a created object whose row is not written yet
