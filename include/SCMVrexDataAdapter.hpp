@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -67,15 +68,35 @@ public:
     // Why the dictionary could not be opened (the repository's messages, which name the file),
     // one per line; "" when it is open.
     const std::string& getOpenError() const;
+    // The messages of the last dictionary error that beginTransaction, endTransaction or
+    // insertValueInTransaction answered with false or IS_TRANSACTION_ERROR (which name the
+    // registry), one per line; "" when none has failed yet.
+    const std::string& getLastError() const;
 
-    // Every stored entry of the category in creation order, each identity with its own data
-    // record: fresh objects that the caller owns. An entry whose identity or data does not decode
-    // is left out (checkEntries reports it). Empty on error.
+    // One stored entry as the inspection walks read it: fresh objects that the visitor owns;
+    // either is null when its stored value does not decode.
+    struct StoredEntry {
+        std::unique_ptr<SCMIdentity> identity;
+        std::unique_ptr<SCMData> data;
+    };
+    using EntryVisitor = std::function<void(StoredEntry&)>;
+    // The text properties an inspection walk can select entries by.
+    enum class EntryKey { Checksum, Name };
+
+    // Calls `visit` with every stored entry of the category, in creation order, all read in one
+    // read transaction. A dictionary error (a damaged file, a lost connection) ends the walk and
+    // stays in `diagnostics`, which names the registry and the error; so does a closed registry.
+    // An exception from `visit` ends the walk and propagates. Returns how many entries were
+    // visited.
+    std::size_t visitEntries(SCMTypes type, const EntryVisitor& visit,
+                             tvdiag::util::diagnostics& diagnostics);
+    // The same for the entries of the category whose "Checksum" or "Name" is `value`.
+    std::size_t visitEntries(SCMTypes type, EntryKey key, const std::string& value,
+                             const EntryVisitor& visit, tvdiag::util::diagnostics& diagnostics);
+
+    // Every stored entry of the category that decodes, in creation order: fresh objects that the
+    // caller owns. Stops at a dictionary error, keeping what was read (visitEntries reports it).
     std::vector<SCMIdentityDataPair> getAllEntries(SCMTypes type);
-
-    // The first stored entry of the category whose "Checksum" is `checksum`, as fresh objects
-    // that the caller owns; a pair of nulls when there is none or it does not decode.
-    SCMIdentityDataPair getEntryForChecksum(SCMTypes type, const std::string& checksum);
 
     // Checks the whole dictionary: the file's structure (the repository's integrity check), and
     // for every stored entry of every category that its "Checksum", "Identity" and "Data" are set
@@ -94,6 +115,8 @@ private:
                                    tvdiag::util::diagnostics& diagnostics);
     SCMIdentityDataPair readEntry(const vrex::ObjectRef& entry,
                                   tvdiag::util::diagnostics& diagnostics);
+    std::size_t visitMatching(SCMTypes type, const vrex::MatchConstraints& constraints,
+                              const EntryVisitor& visit, tvdiag::util::diagnostics& diagnostics);
     vrex::ObjectRef findFirstNamed(SCMTypes type, const std::string& name,
                                    tvdiag::util::diagnostics& diagnostics);
     qaArray readFirstNamed(SCMTypes type, const std::string& name, const vrex::PropertyRef& property,
@@ -105,7 +128,10 @@ private:
     vrex::MetamodelRef metamodel_;
     vrex::PackageRef package_;
     std::unique_ptr<const SCMCategoryClasses> categories_;  // looked up once in package_
+    void keepError(const tvdiag::util::diagnostics& diagnostics);
+
     std::string openError_;
+    std::string lastError_;
 };
 
 }  // namespace SCM

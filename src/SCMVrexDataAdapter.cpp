@@ -46,9 +46,7 @@ SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
     repository_.open(vrex::toUtf16(dictionaryFile), vrex::toUtf16(metaModelFile), options,
                      diagnostics);
     if (!diagnostics.empty()) {  // doesExist() stays false, no write cache
-        for (const tvdiag::util::diagnostic& record : diagnostics.records()) {
-            openError_ += (openError_.empty() ? "" : "\n") + record.message;
-        }
+        openError_ = diagnostics.messages();
         return;
     }
     setExists(true);
@@ -248,21 +246,27 @@ void SCMVrexDataAdapter::getAllDataValues(SCMTypes type, std::vector<SCMData*>& 
 }
 
 bool SCMVrexDataAdapter::beginTransaction() {
+    lastError_.clear();
     if (isTransactionInProgress()) return false;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     repository_.beginTransaction(diagnostics);
-    if (!diagnostics.empty()) return false;
+    if (!diagnostics.empty()) {
+        keepError(diagnostics);
+        return false;
+    }
     setTransactionInProgress(true);
     return true;
 }
 
 // The flag is cleared before the commit, so it is clear whatever the commit's outcome.
 bool SCMVrexDataAdapter::endTransaction() {
+    lastError_.clear();
     if (!isTransactionInProgress()) return false;
     setTransactionInProgress(false);
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     repository_.commitTransaction(diagnostics);
     if (diagnostics.empty()) return true;
+    keepError(diagnostics);
     diagnostics.clear();
     repository_.rollbackTransaction(diagnostics);
     return false;
@@ -275,13 +279,16 @@ SCMRegistry SCMVrexDataAdapter::cacheValue(SCMIdentity* identity, SCMData* data)
 }
 
 SCMRegistry SCMVrexDataAdapter::insertValueInTransaction(SCMIdentity* identity, SCMData* data) {
+    lastError_.clear();
     if (!doesExist()) return IS_TRANSACTION_ERROR;
     SCMRegistry outcome = IS_TRANSACTION_ERROR;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     repository_.performDictionaryFunction(
         [&](tvdiag::util::diagnostics& inner) { insertValue(identity, data, outcome, inner); },
         diagnostics);
-    return diagnostics.empty() ? outcome : IS_TRANSACTION_ERROR;
+    if (diagnostics.empty()) return outcome;
+    keepError(diagnostics);
+    return IS_TRANSACTION_ERROR;
 }
 
 SCMIdentity* SCMVrexDataAdapter::getIdentityFromName(SCMTypes type, const std::string& name) {
@@ -327,39 +334,68 @@ SCMIdentityDataPair SCMVrexDataAdapter::readEntry(const vrex::ObjectRef& entry,
 
 const std::string& SCMVrexDataAdapter::getOpenError() const { return openError_; }
 
-namespace {
+const std::string& SCMVrexDataAdapter::getLastError() const { return lastError_; }
 
-// `entry` when it has both its identity and its data; otherwise a pair of nulls, and what there
-// was is deleted.
-SCMIdentityDataPair wholeOrNothing(SCMIdentityDataPair entry) {
-    if (entry.first != nullptr && entry.second != nullptr) return entry;
-    delete entry.first;
-    delete entry.second;
-    return {nullptr, nullptr};
+void SCMVrexDataAdapter::keepError(const tvdiag::util::diagnostics& diagnostics) {
+    lastError_ = diagnostics.messages();
 }
 
-}  // namespace
+std::size_t SCMVrexDataAdapter::visitMatching(SCMTypes type,
+                                              const vrex::MatchConstraints& constraints,
+                                              const EntryVisitor& visit,
+                                              tvdiag::util::diagnostics& diagnostics) {
+    if (!doesExist()) {
+        diagnostics.add("scm:notOpen", "cannot read the registry: it is not open");
+        return 0;
+    }
+    std::size_t visited = 0;
+    const vrex::ClassRef& entryClass = categories_->of(type).entryClass;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            std::vector<vrex::ObjectRef> objects;
+            repository_.findObjects(entryClass, constraints, objects, reading);
+            for (const vrex::ObjectRef& object : objects) {
+                if (!reading.empty()) return;
+                const SCMIdentityDataPair pair = readEntry(object, reading);
+                StoredEntry entry{std::unique_ptr<SCMIdentity>(pair.first),
+                                  std::unique_ptr<SCMData>(pair.second)};
+                if (!reading.empty()) return;
+                ++visited;
+                visit(entry);
+            }
+        },
+        diagnostics);
+    return visited;
+}
+
+std::size_t SCMVrexDataAdapter::visitEntries(SCMTypes type, const EntryVisitor& visit,
+                                             tvdiag::util::diagnostics& diagnostics) {
+    return visitMatching(type, vrex::MatchConstraints(), visit, diagnostics);
+}
+
+std::size_t SCMVrexDataAdapter::visitEntries(SCMTypes type, EntryKey key, const std::string& value,
+                                             const EntryVisitor& visit,
+                                             tvdiag::util::diagnostics& diagnostics) {
+    if (!doesExist()) return visitMatching(type, vrex::MatchConstraints(), visit, diagnostics);
+    const SCMCategoryClasses::Category& category = categories_->of(type);
+    vrex::MatchConstraints constraints;
+    constraints.add(key == EntryKey::Checksum ? category.checksum : category.name,
+                    vrex::PropertyValueMatchRelation::Equals, value);
+    return visitMatching(type, constraints, visit, diagnostics);
+}
 
 std::vector<SCMIdentityDataPair> SCMVrexDataAdapter::getAllEntries(SCMTypes type) {
     std::vector<SCMIdentityDataPair> entries;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    for (const vrex::ObjectRef& object : getAllChildren(type)) {
-        const SCMIdentityDataPair entry = wholeOrNothing(readEntry(object, diagnostics));
-        if (entry.first != nullptr) entries.push_back(entry);
-        diagnostics.clear();
-    }
+    visitEntries(
+        type,
+        [&entries](StoredEntry& entry) {
+            if (entry.identity == nullptr || entry.data == nullptr) return;
+            entries.reserve(entries.size() + 1);  // nothing throws once the objects are released
+            entries.emplace_back(entry.identity.release(), entry.data.release());
+        },
+        diagnostics);
     return entries;
-}
-
-SCMIdentityDataPair SCMVrexDataAdapter::getEntryForChecksum(SCMTypes type,
-                                                            const std::string& checksum) {
-    if (!doesExist()) return {nullptr, nullptr};
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const SCMCategoryClasses::Category& category = categories_->of(type);
-    const vrex::ObjectRef entry =
-        findByChecksum(category.entryClass, category.checksum, checksum, diagnostics);
-    if (entry.isNull()) return {nullptr, nullptr};
-    return wholeOrNothing(readEntry(entry, diagnostics));
 }
 
 std::size_t SCMVrexDataAdapter::checkEntries(tvdiag::util::diagnostics& problems) {

@@ -94,16 +94,24 @@ TEST_F(RegistryInspection, AllEntriesPairEachIdentityWithItsOwnRecord) {
     EXPECT_TRUE(adapter.getAllEntries(SCM_SHARED_TYPES).empty());
 }
 
-TEST_F(RegistryInspection, EntryForChecksumLooksInOneCategory) {
+TEST_F(RegistryInspection, VisitingByKeyOrNameLooksInOneCategory) {
     registerFunctions(2);
     SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
-    SCMIdentityDataPair found = adapter.getEntryForChecksum(SCM_SHARED_FUNCTIONS, checksumOf(2));
-    std::unique_ptr<SCMIdentity> identity(found.first);
-    std::unique_ptr<SCMData> data(found.second);
-    ASSERT_NE(identity, nullptr);
-    EXPECT_EQ(data->getName(), "f2");
-    EXPECT_EQ(adapter.getEntryForChecksum(SCM_SHARED_TYPES, checksumOf(2)).first, nullptr);
-    EXPECT_EQ(adapter.getEntryForChecksum(SCM_SHARED_FUNCTIONS, "nothing").second, nullptr);
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    auto names = [&](SCMTypes type, SCMVrexDataAdapter::EntryKey key, const std::string& value) {
+        std::string found;
+        adapter.visitEntries(
+            type, key, value,
+            [&found](SCMVrexDataAdapter::StoredEntry& entry) { found += entry.data->getName(); },
+            diagnostics);
+        return found;
+    };
+    using Key = SCMVrexDataAdapter::EntryKey;
+    EXPECT_EQ(names(SCM_SHARED_FUNCTIONS, Key::Checksum, checksumOf(2)), "f2");
+    EXPECT_EQ(names(SCM_SHARED_FUNCTIONS, Key::Name, "f1"), "f1");
+    EXPECT_EQ(names(SCM_SHARED_TYPES, Key::Checksum, checksumOf(2)), "");
+    EXPECT_EQ(names(SCM_SHARED_FUNCTIONS, Key::Checksum, "nothing"), "");
+    EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
 }
 
 TEST_F(RegistryInspection, ASoundRegistryChecksClean) {

@@ -17,4 +17,13 @@ std::string diagnostics::toString() const {
     return text;
 }
 
+std::string diagnostics::messages() const {
+    std::string text;
+    for (const diagnostic& record : records_) {
+        if (!text.empty()) text += '\n';
+        text += record.message;
+    }
+    return text;
+}
+
 }  // namespace tvdiag::util

@@ -28,6 +28,8 @@ public:
 
     // Every record as "identifier: message", one per line.
     std::string toString() const;
+    // Every record's message, one per line: what a person is shown.
+    std::string messages() const;
 
 private:
     std::vector<diagnostic> records_;

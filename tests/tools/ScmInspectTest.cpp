@@ -90,6 +90,7 @@ TEST_F(ScmInspect, ExportOfOneCategory) {
     EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 2);
     EXPECT_TRUE(contains(run.out, "\"Name\":\"K_GAIN\"")) << run.out;
     EXPECT_TRUE(contains(run.out, "\"GenerateConstant\":true")) << run.out;  // switched on by model_b
+    EXPECT_EQ(scm({"export", registry(), "constants"}).out, run.out);  // as list takes it
 }
 
 TEST_F(ScmInspect, ListShowsEveryEntryOrTheNamesOfACategory) {

@@ -111,14 +111,16 @@ TEST_F(ScmRegister, ExitCodesFollowTheWorstOutcome) {
     EXPECT_EQ(scm({"--help"}).exitCode, 0);
 }
 
-TEST_F(ScmRegister, MalformedLinesAreReportedWhileTheValidLinesRegister) {
+TEST_F(ScmRegister, MalformedLinesAreReportedAndKeepGoingKeepsTheValidLines) {
     writeManifest("mixed.jsonl",
                   {utilityLine("one"), "{\"identity\": ", "", utilityLine("two"),
                    "{\"identity\": {\"class\": \"NoSuchIdentity\"}, \"data\": {\"class\": \"Data\"}}",
                    "{\"identity\": {\"class\": \"SharedFunctionIdentity\", \"ChecksumElement1\": "
                    "\"seven\"}, \"data\": {\"class\": \"SharedFunctionData\"}}",
                    "[]", utilityLine("three")});
-    const ToolRun run = scm({"register", registry(), "mixed.jsonl"});
+    EXPECT_TRUE(contains(scm({"register", registry(), "mixed.jsonl"}).out, "nothing was written"));
+    EXPECT_EQ(scm({"list", registry(), "--names"}).out, "");
+    const ToolRun run = scm({"register", registry(), "mixed.jsonl", "--keep-going"});
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(contains(run.out, "mixed.jsonl:2: error: not valid JSON at column 14")) << run.out;
     EXPECT_TRUE(contains(run.out, "mixed.jsonl:5: error: \"identity\": There is no class "
@@ -150,11 +152,11 @@ TEST_F(ScmRegister, AnEntryTheRegistryRefusesIsUndoneAlone) {
     execSql(registry(),
             "CREATE TRIGGER refuse_types BEFORE INSERT ON \"SCM_SHARED_TYPES\" "
             "BEGIN SELECT RAISE(ABORT, 'refused by a test'); END");
-    const ToolRun run = scm({"register", registry(), example("model_c.jsonl")});
+    const ToolRun run = scm({"register", registry(), example("model_c.jsonl"), "--keep-going"});
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(contains(run.out, "model_c.jsonl:5: error: SCM_SHARED_TYPES key")) << run.out;
-    EXPECT_TRUE(contains(run.out, "the registry could not store the entry (IS_TRANSACTION_ERROR)"))
-        << run.out;
+    EXPECT_TRUE(contains(run.out, "the registry could not store the entry: ")) << run.out;
+    EXPECT_TRUE(contains(run.out, "refused by a test")) << run.out;
     EXPECT_TRUE(contains(run.out, "registered 1, merged 5, clashes 1, errors 1")) << run.out;
     EXPECT_EQ(scm({"list", registry(), "types", "--names"}).out, "Bus_Sensor\n");
     EXPECT_TRUE(contains(scm({"show", registry(), "utilities", "rt_sat_s32"}).out,

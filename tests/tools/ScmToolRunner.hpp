@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vrex/VrexTestSupport.hpp"
@@ -19,22 +20,53 @@ struct ToolRun {
     std::string err;
 };
 
-// Runs `scm arguments...` with `directory` as working directory and standard input read from
-// `input` (a path relative to it, or /dev/null).
+// How the program is started, beyond its arguments.
+struct RunSetup {
+    std::string input = "/dev/null";  // standard input: a path relative to the directory
+    // Standard output: "" captures it into ToolRun::out; kClosedOutput closes it, kClosedPipe
+    // makes it a pipe nobody reads; any other text is a path it is written to (/dev/full).
+    std::string output;
+    std::vector<std::pair<std::string, std::string>> environment;  // set in the program's
+    bool unprivileged = false;  // run as nobody when the tests run as the superuser
+};
+inline const std::string kClosedOutput = "<closed>";
+inline const std::string kClosedPipe = "<closed pipe>";
+constexpr uid_t kNobody = 65534;
+
+namespace detail {
+
+// In the child: standard output as `setup` wants it, or false.
+inline bool redirectOutput(const RunSetup& setup, const std::string& captureFile) {
+    if (setup.output == kClosedOutput) return close(1) == 0;
+    if (setup.output == kClosedPipe) {
+        int ends[2];
+        return pipe(ends) == 0 && close(ends[0]) == 0 && dup2(ends[1], 1) == 1;
+    }
+    const std::string file = setup.output.empty() ? captureFile : setup.output;
+    const int out = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    return out >= 0 && dup2(out, 1) == 1;
+}
+
+}  // namespace detail
+
+// Runs `scm arguments...` with `directory` as working directory, as `setup` says.
 inline ToolRun runScm(const std::vector<std::string>& arguments, const std::string& directory,
-                      const std::string& input = "/dev/null") {
+                      const RunSetup& setup) {
     const std::string outFile = directory + "/.scm-stdout";
     const std::string errFile = directory + "/.scm-stderr";
+    vrex_test::writeBytes(outFile, "");
     const pid_t child = fork();
     if (child == 0) {
         if (chdir(directory.c_str()) != 0) _exit(127);
-        const int in = open(input.c_str(), O_RDONLY);
-        const int out = open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        const int in = open(setup.input.c_str(), O_RDONLY);
         const int err = open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        if (in < 0 || out < 0 || err < 0) _exit(127);
+        if (in < 0 || err < 0 || !detail::redirectOutput(setup, outFile)) _exit(127);
         dup2(in, 0);
-        dup2(out, 1);
         dup2(err, 2);
+        for (const auto& [name, value] : setup.environment) setenv(name.c_str(), value.c_str(), 1);
+        if (setup.unprivileged && geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0)) {
+            _exit(127);
+        }
         std::vector<char*> argv{const_cast<char*>(SCM_TOOL)};
         for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
         argv.push_back(nullptr);
@@ -49,6 +81,14 @@ inline ToolRun runScm(const std::vector<std::string>& arguments, const std::stri
     run.out = vrex_test::readBytes(outFile);
     run.err = vrex_test::readBytes(errFile);
     return run;
+}
+
+// The same with standard input read from `input` (a path relative to the directory).
+inline ToolRun runScm(const std::vector<std::string>& arguments, const std::string& directory,
+                      const std::string& input = "/dev/null") {
+    RunSetup setup;
+    setup.input = input;
+    return runScm(arguments, directory, setup);
 }
 
 inline std::string example(const std::string& name) { return std::string(SCM_EXAMPLES) + "/" + name; }

@@ -68,4 +68,9 @@ SCM::SCMTypes requireCategory(const std::string& text) {
                     " or the full names such as SCM_SHARED_FUNCTIONS");
 }
 
+std::vector<SCM::SCMTypes> selectCategories(const std::string& text) {
+    if (text.empty()) return allCategories();
+    return {requireCategory(text)};
+}
+
 }  // namespace scm_tool

@@ -21,6 +21,9 @@ std::string shortName(SCM::SCMTypes type);
 // library's scmTypeFromString, an unknown name is not a category: nullopt.
 std::optional<SCM::SCMTypes> parseCategory(const std::string& text);
 
+// Every category for an empty text, else the one `text` names (see requireCategory).
+std::vector<SCM::SCMTypes> selectCategories(const std::string& text);
+
 // The category named by `text`; throws ToolError listing the accepted names when there is none.
 SCM::SCMTypes requireCategory(const std::string& text);
 

@@ -15,8 +15,10 @@ struct RegisterOptions {
     std::vector<std::string> manifests;  // "-" reads standard input
     bool json = false;                   // the summary as JSON
     bool verbose = false;                // one line per entry
+    bool keepGoing = false;              // commit the entries that could be stored despite errors
 };
-// Registers every entry of the manifests in one transaction (see Registration).
+// Registers every entry of the manifests in one transaction (see Registration): kept whole, or,
+// when any line or manifest has an error and keepGoing is off, not at all.
 int runRegister(const RegisterOptions& options);
 
 struct ListOptions {
@@ -43,7 +45,7 @@ int runExport(const ExportOptions& options);
 
 struct StatsOptions {
     std::string registry;
-    std::size_t top = 10;  // how many of the most shared pieces to list
+    int top = 10;  // how many of the most shared pieces to list
 };
 int runStats(const StatsOptions& options);
 

@@ -4,6 +4,7 @@
 #include "Commands.hpp"
 #include "OpenRegistry.hpp"
 #include "RecordProperties.hpp"
+#include "StandardOutput.hpp"
 #include "TextTable.hpp"
 #include "ValueText.hpp"
 
@@ -23,19 +24,18 @@ std::string shortClassName(tv::mi::Handle& object) {
 
 int runList(const ListOptions& options) {
     OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
-    const std::vector<SCM::SCMTypes> types =
-        options.category.empty() ? allCategories()
-                                 : std::vector<SCM::SCMTypes>{requireCategory(options.category)};
+    const std::vector<SCM::SCMTypes> types = selectCategories(options.category);
     TextTable table({"CATEGORY", "KEY", "NAME", "RECORD"});
-    for (const OwnedEntry& entry : registry.entries(types)) {
+    registry.forEachEntry(types, [&](OwnedEntry& entry) {
         if (options.names) {
             std::cout << entry.data->getName() << '\n';
+            requireStandardOutput();
         } else {
             table.addRow({shortName(entry.identity->getType()),
                           cellText(entry.identity->getChecksum()), cellText(entry.data->getName()),
                           shortClassName(*entry.data)});
         }
-    }
+    });
     if (!options.names) table.print(std::cout);
     return kExitOk;
 }

@@ -18,37 +18,49 @@ SCM::SCMVrexDataAdapter::OpenMode modeFor(OpenRegistry::Access access) {
 
 OpenRegistry::OpenRegistry(const std::string& path, Access access)
     : path_(printableRegistryName(path)),
+      facade_(std::make_unique<SCM::SharedCodeManagerInterface>()),
       adapter_(new SCM::SCMVrexDataAdapter(path, SCM::getMetaModelFile(), modeFor(access))) {
-    facade_.setDataAdapter(adapter_);
+    facade_->setDataAdapter(adapter_);
     if (!adapter_->doesExist()) {
         throw ToolError("cannot open the registry: " + adapter_->getOpenError());
     }
 }
 
-std::vector<OwnedEntry> OpenRegistry::entries(SCM::SCMTypes type) {
-    const std::vector<SCM::SCMIdentityDataPair> entries = adapter_->getAllEntries(type);
-    std::vector<OwnedEntry> owned;
-    owned.reserve(entries.size());  // no reallocation: nothing can throw while raw pointers wait
-    for (auto [identity, data] : entries) {
-        owned.push_back({std::unique_ptr<SCM::SCMIdentity>(identity),
-                         std::unique_ptr<SCM::SCMData>(data)});
-    }
-    const std::size_t stored = adapter_->getAllChildren(type).size();
-    if (owned.size() < stored) {
-        skippedEntries_ += stored - owned.size();
-        std::cerr << "scm: warning: " << stored - owned.size() << " of the " << stored
-                  << " entries of " << SCM::scmTypeToString(type)
+void OpenRegistry::forEachEntry(SCM::SCMTypes type, const EntryVisitor& visit) {
+    std::size_t skipped = 0;
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    const std::size_t stored = adapter_->visitEntries(
+        type,
+        [&](SCM::SCMVrexDataAdapter::StoredEntry& stored) {
+            if (stored.identity == nullptr || stored.data == nullptr) {
+                ++skipped;
+                return;
+            }
+            OwnedEntry entry{std::move(stored.identity), std::move(stored.data)};
+            visit(entry);
+        },
+        diagnostics);
+    if (!diagnostics.empty()) throwUnreadable(diagnostics);
+    if (skipped > 0) {
+        skippedEntries_ += skipped;
+        std::cerr << "scm: warning: " << skipped << " of the " << stored << " entries of "
+                  << SCM::scmTypeToString(type)
                   << " do not decode and are left out (scm check lists them)\n";
     }
-    return owned;
 }
 
-std::vector<OwnedEntry> OpenRegistry::entries(const std::vector<SCM::SCMTypes>& types) {
-    std::vector<OwnedEntry> all;
-    for (SCM::SCMTypes type : types) {
-        for (OwnedEntry& entry : entries(type)) all.push_back(std::move(entry));
-    }
-    return all;
+void OpenRegistry::forEachEntry(const std::vector<SCM::SCMTypes>& types,
+                                const EntryVisitor& visit) {
+    for (SCM::SCMTypes type : types) forEachEntry(type, visit);
+}
+
+void OpenRegistry::discard() {
+    facade_.reset();  // deletes the adapter, which closes the dictionary
+    adapter_ = nullptr;
+}
+
+void throwUnreadable(const tvdiag::util::diagnostics& diagnostics) {
+    throw ToolError("cannot read the registry: " + diagnostics.messages());
 }
 
 }  // namespace scm_tool

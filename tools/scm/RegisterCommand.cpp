@@ -9,6 +9,8 @@
 
 #include "Commands.hpp"
 #include "Registration.hpp"
+#include "RunTransaction.hpp"
+#include "StandardOutput.hpp"
 
 namespace scm_tool {
 
@@ -49,12 +51,16 @@ int runRegister(const RegisterOptions& options) {
     Registration registration(registry, report, progress, options.verbose ? &std::cout : nullptr);
 
     // One transaction for the whole run: batch speed, and either the whole run is kept or none.
-    if (!registry.adapter().beginTransaction()) {
-        throw ToolError("cannot begin a transaction on the registry \"" + registry.path() + "\"");
-    }
+    RunTransaction run(registry);
     for (const std::string& manifest : options.manifests) registerManifest(registration, manifest);
-    if (!registry.adapter().endTransaction()) {
-        report.setFailure("the registry \"" + registry.path() + "\" could not commit the run");
+    std::string reason;
+    if (report.hasErrors() && !options.keepGoing) {
+        run.abandon();
+        report.setFailure("nothing was written: the run had errors (--keep-going keeps the "
+                          "entries that could be stored)");
+    } else if (!run.commit(reason)) {
+        report.setFailure("nothing was kept: the registry \"" + registry.path() +
+                          "\" could not commit the run: " + reason);
     }
     progress.finish();
 
@@ -64,6 +70,12 @@ int runRegister(const RegisterOptions& options) {
         report.printJson(std::cout, registry.path());
     } else {
         report.printText(std::cout);
+    }
+    try {
+        finishStandardOutput();
+    } catch (const ToolError& error) {  // the report decides nothing: say what became of the run
+        throw ToolError(std::string(error.what()) + " (" +
+                        (report.committed() ? "the run was committed" : "nothing was kept") + ")");
     }
     return report.exitCode();
 }

@@ -20,6 +20,12 @@ const char* outcomeWord(Outcome outcome) {
 
 }  // namespace
 
+// Why the registry refused to store an entry: its own words when it gave any.
+std::string Registration::storeError(SCM::SCMRegistry outcome) const {
+    const std::string& reason = registry_.adapter().getLastError();
+    return reason.empty() ? SCM::scmRegistryToString(outcome) : reason;
+}
+
 Registration::Registration(OpenRegistry& registry, RegistrationReport& report,
                            ProgressBar& progress, std::ostream* verbose)
     : registry_(registry), report_(report), progress_(progress), verbose_(verbose) {}
@@ -74,8 +80,7 @@ Outcome Registration::registerEntry(OwnedEntry& entry, ReportedEntry& reported) 
             return Outcome::Clash;
         }
         default:
-            reported.message = "the registry could not store the entry (" +
-                               SCM::scmRegistryToString(outcome) + ")";
+            reported.message = "the registry could not store the entry: " + storeError(outcome);
             return Outcome::Error;
     }
 }

@@ -9,6 +9,7 @@
 #include "OpenRegistry.hpp"
 #include "ProgressBar.hpp"
 #include "RegistrationReport.hpp"
+#include "SCMRegistry.hpp"
 
 namespace scm_tool {
 
@@ -30,6 +31,7 @@ public:
 private:
     void registerItem(const std::string& source, ManifestItem& item);
     Outcome registerEntry(OwnedEntry& entry, ReportedEntry& reported);
+    std::string storeError(SCM::SCMRegistry outcome) const;
     void record(ReportedEntry reported);
 
     OpenRegistry& registry_;

@@ -90,7 +90,7 @@ void RegistrationReport::printText(std::ostream& out) const {
             out << describeEntry(entry.place, "error") << ": " << entry.message << '\n';
         }
     }
-    if (!failure_.empty()) out << "nothing was kept: " << failure_ << '\n';
+    if (!failure_.empty()) out << failure_ << '\n';
     out << "registered " << registered_ << ", merged " << merged_ << ", clashes " << clashes_
         << ", errors " << errors_ << " (" << total() << " entries in " << secondsText(seconds_)
         << ")\n";

@@ -37,11 +37,15 @@ public:
     void count(Outcome outcome);
     // Counts the entry and keeps it for the report (a clash or an error).
     void add(ReportedEntry entry);
-    // The run as a whole failed (its transaction was not committed): nothing was kept.
+    // The run as a whole was not committed: `message` says so and why, as a sentence.
     void setFailure(std::string message);
     void setSeconds(double seconds) { seconds_ = seconds; }
 
     std::uint64_t total() const;
+    // True unless setFailure was called.
+    bool committed() const { return failure_.empty(); }
+    // True when an entry or a manifest could not be read or stored.
+    bool hasErrors() const { return errors_ > 0; }
     // kExitError when anything failed, else kExitFindings when something clashed, else kExitOk.
     ExitCode exitCode() const;
 

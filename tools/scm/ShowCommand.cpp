@@ -11,23 +11,41 @@ namespace scm_tool {
 
 namespace {
 
-// The entries to show: the first one named `name` in its category, or every category's entry
-// with the checksum.
-std::vector<OwnedEntry> findEntries(OpenRegistry& registry, const ShowOptions& options) {
-    std::vector<OwnedEntry> found;
-    auto keep = [&found](SCM::SCMIdentityDataPair pair) {
-        OwnedEntry entry{std::unique_ptr<SCM::SCMIdentity>(pair.first),
-                         std::unique_ptr<SCM::SCMData>(pair.second)};
-        if (entry.identity != nullptr && entry.data != nullptr) found.push_back(std::move(entry));
-    };
+using StoredEntry = SCM::SCMVrexDataAdapter::StoredEntry;
+using EntryKey = SCM::SCMVrexDataAdapter::EntryKey;
+
+// What a search found: the entries that decode, and how many matched but do not.
+struct Found {
+    std::vector<OwnedEntry> entries;
+    std::size_t undecodable = 0;
+};
+
+// Adds the entries of `type` whose `key` is `value` to `found`.
+void findIn(OpenRegistry& registry, SCM::SCMTypes type, EntryKey key, const std::string& value,
+            Found& found) {
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    registry.adapter().visitEntries(
+        type, key, value,
+        [&found](StoredEntry& stored) {
+            if (stored.identity == nullptr || stored.data == nullptr) {
+                ++found.undecodable;
+                return;
+            }
+            found.entries.push_back({std::move(stored.identity), std::move(stored.data)});
+        },
+        diagnostics);
+    if (!diagnostics.empty()) throwUnreadable(diagnostics);
+}
+
+// Every entry named `name` in its category, or every category's entry with the checksum.
+Found findEntries(OpenRegistry& registry, const ShowOptions& options) {
+    Found found;
     if (!options.checksum.empty()) {
         for (SCM::SCMTypes type : allCategories()) {
-            keep(registry.adapter().getEntryForChecksum(type, options.checksum));
+            findIn(registry, type, EntryKey::Checksum, options.checksum, found);
         }
     } else {
-        // The tool never uses the write cache, so these are fresh objects: ours to delete.
-        keep(registry.facade().retrieveIdentityAndDataForName(requireCategory(options.category),
-                                                              options.name));
+        findIn(registry, requireCategory(options.category), EntryKey::Name, options.name, found);
     }
     return found;
 }
@@ -59,19 +77,24 @@ int runShow(const ShowOptions& options) {
         throw ToolError("show takes either CATEGORY NAME or --checksum TEXT");
     }
     OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
-    const std::vector<OwnedEntry> entries = findEntries(registry, options);
-    if (entries.empty()) {
-        std::cerr << "scm: no entry "
-                  << (byName ? "named " + quotedText(options.name) + " in " + options.category
-                             : "with the checksum " + quotedText(options.checksum))
-                  << " in " << registry.path() << '\n';
-        return kExitFindings;
+    const Found found = findEntries(registry, options);
+    const std::string searched =
+        byName ? "named " + quotedText(options.name) + " in " + options.category
+               : "with the checksum " + quotedText(options.checksum);
+    if (found.undecodable > 0) {
+        const bool one = found.undecodable == 1;
+        std::cerr << "scm: " << found.undecodable << (one ? " entry " : " entries ") << searched
+                  << " in " << registry.path() << (one ? " does" : " do")
+                  << " not decode (scm check says why)\n";
     }
-    for (std::size_t i = 0; i < entries.size(); ++i) {
+    for (std::size_t i = 0; i < found.entries.size(); ++i) {
         if (i > 0) std::cout << '\n';
-        printEntry(entries[i], options.all);
+        printEntry(found.entries[i], options.all);
     }
-    return kExitOk;
+    if (found.entries.empty() && found.undecodable == 0) {
+        std::cerr << "scm: no entry " << searched << " in " << registry.path() << '\n';
+    }
+    return found.entries.empty() || found.undecodable > 0 ? kExitFindings : kExitOk;
 }
 
 }  // namespace scm_tool

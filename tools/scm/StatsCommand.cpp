@@ -60,11 +60,8 @@ void printReuse(const ReuseStats& stats, std::size_t top) {
 int runStats(const StatsOptions& options) {
     OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
     ReuseStats stats;
-    for (SCM::SCMTypes type : allCategories()) {
-        for (const OwnedEntry& entry : registry.entries(type)) {
-            stats.add(*entry.identity, *entry.data);
-        }
-    }
+    registry.forEachEntry(allCategories(),
+                          [&stats](OwnedEntry& entry) { stats.add(*entry.identity, *entry.data); });
     std::cout << "registry: " << registry.path() << "\n\n";
     printCategories(stats);
     printReuse(stats, options.top);

@@ -8,6 +8,7 @@
 #include "Commands.hpp"
 #include "ExitCode.hpp"
 #include "SCMModuleEntry.hpp"
+#include "StandardOutput.hpp"
 
 namespace {
 
@@ -37,6 +38,9 @@ CLI::App* addRegister(CLI::App& app, RegisterOptions& options) {
     CLI::Option* json = command->add_flag("--json", options.json, "print the summary as JSON");
     command->add_flag("-v,--verbose", options.verbose, "print every entry's outcome")
         ->excludes(json);  // the JSON summary stays the only output
+    command->add_flag("--keep-going", options.keepGoing,
+                      "keep the entries that could be stored when others have errors (by default "
+                      "a run with any error writes nothing)");
     return command;
 }
 
@@ -64,7 +68,8 @@ CLI::App* addExport(CLI::App& app, ExportOptions& options) {
     CLI::App* command = addCommand(
         app, "export", "Write the entries as a manifest (JSON Lines) that register reads back",
         options.registry);
-    command->add_option("--category", options.category, kCategoryHelp);
+    CLI::Option* positional = command->add_option("category", options.category, kCategoryHelp);
+    command->add_option("--category", options.category, kCategoryHelp)->excludes(positional);
     return command;
 }
 
@@ -72,15 +77,31 @@ CLI::App* addStats(CLI::App& app, StatsOptions& options) {
     CLI::App* command = addCommand(app, "stats", "Entries per category and what the models share",
                                    options.registry);
     command->add_option("--top", options.top, "how many of the most shared pieces to list")
-        ->capture_default_str();
+        ->capture_default_str()
+        ->check(CLI::NonNegativeNumber);
     return command;
+}
+
+// Throws ToolError when the first argument names no command: CLI11 would only say that a command
+// is required.
+void requireKnownCommand(CLI::App& app, int argc, char** argv) {
+    if (argc < 2 || argv[1][0] == '-') return;
+    std::string known;
+    for (const CLI::App* command : app.get_subcommands({})) {
+        if (command->get_name() == argv[1]) return;
+        known += (known.empty() ? "" : ", ") + command->get_name();
+    }
+    throw ToolError("unknown command \"" + std::string(argv[1]) + "\": use one of " + known +
+                    " (scm --help)");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    guardStandardStreams();
     CLI::App app("scm: the shared code registry of code generation runs", "scm");
     app.require_subcommand(1);
+    app.set_version_flag("--version", "scm " SCM_VERSION);
     RegisterOptions registerOptions;
     ListOptions listOptions;
     ShowOptions showOptions;
@@ -97,19 +118,24 @@ int main(int argc, char** argv) {
         "Check the file and every entry (decoding, checksums, duplicates); exit 1 on problems",
         checkRegistry);
     try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kExitOk : kExitError;
-    }
-
-    try {
+        requireKnownCommand(app, argc, argv);
+        int exitCode = kExitError;
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::ParseError& error) {  // --help and --version end here too
+            exitCode = app.exit(error) == 0 ? kExitOk : kExitError;
+            finishStandardOutput();
+            return exitCode;
+        }
         HxInitialize_shared_code_manager();  // the library's classes, for reading manifests
-        if (registerCommand->parsed()) return runRegister(registerOptions);
-        if (listCommand->parsed()) return runList(listOptions);
-        if (showCommand->parsed()) return runShow(showOptions);
-        if (exportCommand->parsed()) return runExport(exportOptions);
-        if (statsCommand->parsed()) return runStats(statsOptions);
-        if (checkCommand->parsed()) return runCheck(checkRegistry);
+        if (registerCommand->parsed()) exitCode = runRegister(registerOptions);
+        if (listCommand->parsed()) exitCode = runList(listOptions);
+        if (showCommand->parsed()) exitCode = runShow(showOptions);
+        if (exportCommand->parsed()) exitCode = runExport(exportOptions);
+        if (statsCommand->parsed()) exitCode = runStats(statsOptions);
+        if (checkCommand->parsed()) exitCode = runCheck(checkRegistry);
+        finishStandardOutput();
+        return exitCode;
     } catch (const ToolError& error) {
         std::cerr << "scm: " << error.what() << '\n';
     } catch (const std::exception& error) {
