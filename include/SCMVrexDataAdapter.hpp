@@ -17,6 +17,10 @@ class SCMCategoryClasses;
 // "toolbox", "qvd", "qvd", "shared_metamodel.xml".
 SCM_EXPORT std::string getMetaModelFile();
 
+// A registry's path or URI fit for messages: a database URI loses its password and every other
+// secret parameter.
+SCM_EXPORT std::string getPrintableRegistryName(const std::string& dictionaryFile);
+
 // The storage backend on a dictionary repository file: one dictionary object per entry, of the
 // class named after the entry's category, with the properties "Checksum", "Name", "Identity" and
 // "Data". Dictionary errors never throw: they read as null, an empty list, false or

@@ -31,6 +31,10 @@ std::string getMetaModelFile() {
     return path.u8string();
 }
 
+std::string getPrintableRegistryName(const std::string& dictionaryFile) {
+    return vrex::DataModelRepository::printableName(dictionaryFile);
+}
+
 SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
                                        const std::string& metaModelFile)
     : SCMVrexDataAdapter(dictionaryFile, metaModelFile, OpenMode::ReadWrite) {}

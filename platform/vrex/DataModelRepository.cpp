@@ -46,9 +46,8 @@ int busyTimeoutFromEnvironment(int fallback) {
     return static_cast<int>(value);
 }
 
-// A registry's name fit for messages: a database URI loses its password.
 std::string displayName(const std::string& location) {
-    return internal::PostgresUri::matches(location) ? internal::PostgresUri(location).redacted() : location;
+    return DataModelRepository::printableName(location);
 }
 
 // The driver for `location`: a PostgreSQL database for a postgresql:// or postgres:// URI, else
@@ -80,6 +79,10 @@ void reportClosed(tvdiag::util::diagnostics& diagnostics, const char* action) {
 }
 
 }  // namespace
+
+std::string DataModelRepository::printableName(const std::string& location) {
+    return internal::PostgresUri::matches(location) ? internal::PostgresUri(location).redacted() : location;
+}
 
 DataModelRepository::Options DataModelRepository::defaultOptions() {
     Options options;

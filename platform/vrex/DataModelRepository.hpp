@@ -69,6 +69,10 @@ public:
     // SCM_BUSY_TIMEOUT_MS, when set.
     static Options defaultOptions();
 
+    // A registry location fit for messages: a file path as it is, a database URI without its
+    // secrets (its password and every parameter libpq takes as a password field).
+    static std::string printableName(const std::string& location);
+
     DataModelRepository();
     // Closes an open repository; an open transaction is rolled back.
     ~DataModelRepository();

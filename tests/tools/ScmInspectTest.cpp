@@ -6,7 +6,6 @@
 
 #include "ScmToolRunner.hpp"
 #include "kobj/ObjectEncoding.hpp"
-#include "scm/RegistryName.hpp"
 #include "shared_code_manager.hpp"
 #include "support/DirectSql.hpp"
 #include "support/RegistryDriver.hpp"
@@ -47,7 +46,7 @@ protected:
 
     const std::string& registry() const { return registry_.location(); }
     // The registry as the tool prints it: a URI without its password.
-    std::string printedRegistry() const { return scm_tool::printableRegistryName(registry()); }
+    std::string printedRegistry() const { return SCM::getPrintableRegistryName(registry()); }
 
     vrex_test::TempDir dir_;
     TestRegistry registry_{dir_.file("registry.scm")};

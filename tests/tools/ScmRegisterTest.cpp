@@ -7,7 +7,7 @@
 
 #include "ScmToolRunner.hpp"
 #include "SCMSharedFunctionIdentity.hpp"
-#include "scm/RegistryName.hpp"
+#include "SCMVrexDataAdapter.hpp"
 #include "support/DirectSql.hpp"
 #include "support/RegistryDriver.hpp"
 #include "support/TestRegistry.hpp"
@@ -49,7 +49,7 @@ protected:
 
     const std::string& registry() const { return registry_.location(); }
     // The registry as the tool prints it: a URI without its password.
-    std::string printedRegistry() const { return scm_tool::printableRegistryName(registry()); }
+    std::string printedRegistry() const { return SCM::getPrintableRegistryName(registry()); }
 
     vrex_test::TempDir dir_;
     TestRegistry registry_{dir_.file("registry.scm")};

@@ -46,6 +46,10 @@ TEST(PostgresUriTest, ThePasswordNeverShows) {
         {"postgresql://agent@farm/registry", "postgresql://agent@farm/registry"},
         {"postgresql://farm/registry?connect_timeout=3", "postgresql://farm/registry?connect_timeout=3"},
         {"postgresql:///registry", "postgresql:///registry"},
+        // Every parameter libpq takes as a password field, however its name is written.
+        {"postgresql://farm/registry?sslpassword=key&pass%77ord=pw",
+         "postgresql://farm/registry?sslpassword=***&pass%77ord=***"},
+        {"postgresql://agent:pw@farm/registry?nosuch=1", "postgresql://***"},  // libpq cannot read it
     };
     for (const Case& c : cases) EXPECT_EQ(PostgresUri(c.uri).redacted(), c.redacted) << c.uri;
 

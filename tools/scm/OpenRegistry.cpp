@@ -3,7 +3,6 @@
 #include <iostream>
 
 #include "ExitCode.hpp"
-#include "RegistryName.hpp"
 
 namespace scm_tool {
 
@@ -17,7 +16,7 @@ SCM::SCMVrexDataAdapter::OpenMode modeFor(OpenRegistry::Access access) {
 }  // namespace
 
 OpenRegistry::OpenRegistry(const std::string& path, Access access)
-    : path_(printableRegistryName(path)),
+    : path_(SCM::getPrintableRegistryName(path)),
       facade_(std::make_unique<SCM::SharedCodeManagerInterface>()),
       adapter_(new SCM::SCMVrexDataAdapter(path, SCM::getMetaModelFile(), modeFor(access))) {
     facade_->setDataAdapter(adapter_);

@@ -15,15 +15,18 @@ public:
     explicit PostgresUri(std::string uri);
 
     const std::string& text() const { return uri_; }
-    // The URI with its password (in the user part or a password= parameter) replaced by "***":
-    // the registry's name in every message.
+    // The URI with its secrets (the password of the user part, and the value of every parameter
+    // libpq takes as a password field: password=, sslpassword=, also %-escaped) replaced by "***":
+    // the registry's name in every message. A URI libpq cannot read shows only its scheme.
     const std::string& redacted() const { return redacted_; }
-    // The password as written and as decoded from %-escapes (empty when there is none).
+    // The secrets as written and as decoded from %-escapes (empty when there is none): blanked
+    // from every text the server or libpq gives back.
     const std::vector<std::string>& secrets() const { return secrets_; }
 
 private:
     void redactUserPassword();
-    void redactPasswordParameter();
+    void redactPasswordParameters();
+    void keepParsedSecrets();
     void keepSecret(const std::string& written);
 
     std::string uri_;
