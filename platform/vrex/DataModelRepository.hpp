@@ -148,9 +148,12 @@ public:
     std::optional<std::string> getStoredText(const ObjectRef& object, const PropertyRef& property,
                                              tvdiag::util::diagnostics& diagnostics);
 
-    // Checks the file's structure with SQLite's integrity check (pages, b-trees, indexes). Each
-    // problem found adds a diagnostic "vrex:integrity:damaged" with SQLite's description of it;
-    // a check that cannot run adds one with SQLite's error. Nothing added: the file is sound.
+    // Checks the file's structure with SQLite's integrity check (pages, b-trees, indexes; on
+    // PostgreSQL, the tables, columns and indexes the metamodel needs). Each problem found adds a
+    // diagnostic "vrex:integrity:damaged" with a description of it; each table, index, trigger
+    // or view that the registry's schema does not have (made by another program) adds one
+    // "vrex:integrity:foreign" naming it; a check that cannot run adds one with the engine's
+    // error. Nothing added: the registry is sound.
     void checkIntegrity(tvdiag::util::diagnostics& diagnostics);
 
     // Closes the file; an open transaction is rolled back. Does nothing when closed.

@@ -96,4 +96,24 @@ TEST_F(InspectionTest, ADamagedIndexFailsTheIntegrityCheck) {
         << diagnostics.toString();
 }
 
+// Another program's tables, indexes, triggers and views are named; the registry's own parts are not.
+TEST_F(InspectionTest, SchemaObjectsTheRegistryDoesNotMakeAreReported) {
+    addFunction("abc", "one");
+    repository_.close();
+    execSql(file_,
+            "CREATE TABLE extra (x); CREATE VIEW peek AS SELECT 1;"
+            "CREATE INDEX \"byName\" ON \"SCM_UTILITIES\" (\"Name\");"
+            "CREATE TRIGGER wipe AFTER INSERT ON \"SCM_SHARED_FUNCTIONS\" BEGIN DELETE FROM \"SCM_UTILITIES\"; END");
+    ASSERT_EQ(openRepository(repository_, file_), "");
+    tvdiag::util::diagnostics diagnostics;
+    repository_.checkIntegrity(diagnostics);
+    const std::string report = diagnostics.toString();
+    EXPECT_EQ(diagnostics.size(), 4u) << report;
+    for (const auto& record : diagnostics.records()) EXPECT_EQ(record.identifier, "vrex:integrity:foreign");
+    for (const char* part : {"table \"extra\" is", "view \"peek\" is", "index \"byName\" on table \"SCM_UTILITIES\"",
+                             "trigger \"wipe\" on table \"SCM_SHARED_FUNCTIONS\" is not part of the registry's schema"}) {
+        EXPECT_NE(report.find(part), std::string::npos) << part << "\n" << report;
+    }
+}
+
 }  // namespace

@@ -185,6 +185,11 @@ bool PostgresDriver::checkIntegrity(std::vector<std::string>& findings) {
     return schema.findMissingParts(findings);
 }
 
+bool PostgresDriver::findForeignParts(std::vector<std::string>& findings) {
+    PostgresSchema schema(connection_, metamodel_, names_, location());
+    return schema.findForeignParts(findings);
+}
+
 void PostgresDriver::report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
                             const std::string& action) const {
     diagnostics.add(identifier, action + " in the registry \"" + location() + "\": " + connection_.lastError());

@@ -59,6 +59,7 @@ public:
     RowResult writeProperty(const PropertyInfo& property, std::int64_t id,
                             const std::optional<std::string>& text) override;
     bool checkIntegrity(std::vector<std::string>& findings) override;
+    bool findForeignParts(std::vector<std::string>& findings) override;
 
     void report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
                 const std::string& action) const override;

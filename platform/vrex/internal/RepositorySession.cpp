@@ -360,6 +360,14 @@ void RepositorySession::checkIntegrity(tvdiag::util::diagnostics& diagnostics) {
     for (const std::string& finding : findings) {
         diagnostics.add("vrex:integrity:damaged", "the registry \"" + file() + "\" is damaged: " + finding);
     }
+    std::vector<std::string> foreign;
+    if (!check(driver_->findForeignParts(foreign), "vrex:integrity:foreign", "cannot read the registry's schema",
+               diagnostics)) {
+        return;
+    }
+    for (const std::string& part : foreign) {
+        diagnostics.add("vrex:integrity:foreign", "in the registry \"" + file() + "\", " + part);
+    }
 }
 
 // --- checks and conversions -----------------------------------------------------------------

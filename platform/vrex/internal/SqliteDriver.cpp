@@ -40,6 +40,7 @@ bool SqliteDriver::connect(const std::string& file, const Metamodel& metamodel,
         return false;
     }
     statements_ = std::make_unique<StatementCache>(connection_, metamodel);
+    metamodel_ = &metamodel;
     return true;
 }
 
@@ -200,6 +201,10 @@ bool SqliteDriver::checkIntegrity(std::vector<std::string>& findings) {
         if (finding != "ok") findings.push_back(std::move(finding));
     }
     return rc == SQLITE_DONE;
+}
+
+bool SqliteDriver::findForeignParts(std::vector<std::string>& findings) {
+    return RegistrySchema(connection_, *metamodel_).findForeignParts(findings);
 }
 
 void SqliteDriver::report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
