@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 
 #include "SCMData.hpp"
 #include "SCMIdentity.hpp"
@@ -18,6 +19,24 @@ std::string quoted(const std::string& text, std::size_t limit = 80) {
     kobj::json::appendString(out, text.substr(0, limit));
     if (text.size() > limit) out.insert(out.size() - 1, "...");
     return out;
+}
+
+// Whether a record of the published class `recordClass` belongs in `category` (its dictionary
+// class). As permissive as registration, which stores any record under any identity: the base
+// and the generic record fit every category; SCM_OTHER and the marker SCM_NUM take any record.
+bool fitsCategory(const std::string& recordClass, const std::string& category) {
+    static const std::map<std::string, std::set<std::string>> kRecordClasses = {
+        {"SCM_UTILITIES", {"BasicUtilityData", "MultiWordFcnData"}},
+        {"SCM_SHARED_FUNCTIONS", {"SharedFunctionData", "MultiWordFcnData"}},
+        {"SCM_SHARED_TYPES", {"SharedTypesData", "SharedCommonData"}},
+        {"SCM_SHARED_DATA", {"SharedData", "SharedCommonData"}},
+        {"SCM_SHARED_CONSTANTS", {"SharedConstantsData", "SharedCommonData"}},
+    };
+    const std::string prefix = "SharedCodeManager.";
+    const std::string name = recordClass.rfind(prefix, 0) == 0 ? recordClass.substr(prefix.size()) : recordClass;
+    if (name == "Data" || name == "GenericData") return true;
+    auto listed = kRecordClasses.find(category);
+    return listed == kRecordClasses.end() || listed->second.count(name) != 0;
 }
 
 }  // namespace
@@ -111,6 +130,11 @@ void SCMEntryCheck::checkData(const vrex::ObjectRef& object, const StoredTexts& 
     std::unique_ptr<SCMData> data =
         readStored<SCMData>(object, texts, texts.data, kDataProperty, "SharedCodeManager.Data");
     if (data == nullptr) return;
+    const std::string recordClass = data->getFullyQualifiedKobjTypeName();
+    if (!fitsCategory(recordClass, object.objectClass().name())) {
+        report("scm:check:wrongRecordClass",
+               describe(object, texts) + " holds a record of " + recordClass + ", which its category does not hold");
+    }
     const bool hasName = !object.objectClass().findProperty(kNameProperty).isNull();
     if (hasName && texts.name.value_or("") != data->getName()) {
         report("scm:check:nameMismatch", describe(object, texts) + ": its Name " +

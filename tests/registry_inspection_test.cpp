@@ -160,14 +160,15 @@ TEST_F(RegistryInspection, CheckFindsEveryKindOfTamperedEntry) {
         << report;
 }
 
-TEST_F(RegistryInspection, AnIdentityStoredUnderAnotherCategoryIsReported) {
+TEST_F(RegistryInspection, AnIdentityAndARecordStoredUnderAnotherCategoryAreReported) {
     registerFunctions(1);
     tamper("INSERT INTO \"SCM_SHARED_TYPES\" (\"Checksum\", \"Name\", \"Identity\", \"Data\") "
            "SELECT \"Checksum\", \"Name\", \"Identity\", \"Data\" FROM \"SCM_SHARED_FUNCTIONS\"");
     SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
     tvdiag::util::diagnostics problems;
     EXPECT_EQ(adapter.checkEntries(problems), 2u);
-    EXPECT_EQ(identifiers(problems), "scm:check:wrongCategory\n") << problems.toString();
+    EXPECT_EQ(identifiers(problems), "scm:check:wrongCategory\nscm:check:wrongRecordClass\n")
+        << problems.toString();
 }
 
 }  // namespace

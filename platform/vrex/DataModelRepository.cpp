@@ -1,6 +1,5 @@
 #include "vrex/DataModelRepository.hpp"
 
-#include <cerrno>
 #include <climits>
 #include <cstdlib>
 
@@ -35,15 +34,24 @@ std::string plainFileName(const std::string& file) {
     return file;
 }
 
-// The milliseconds in SCM_BUSY_TIMEOUT_MS, or `fallback` when it is unset or not a number.
-int busyTimeoutFromEnvironment(int fallback) {
+// Reads SCM_BUSY_TIMEOUT_MS into `options`: a whole number of milliseconds from 0 to INT_MAX, or
+// else its text in busyTimeoutError. Unset or empty leaves the default.
+void busyTimeoutFromEnvironment(DataModelRepository::Options& options) {
     const char* text = std::getenv("SCM_BUSY_TIMEOUT_MS");
-    if (text == nullptr || *text == '\0') return fallback;
-    char* end = nullptr;
-    errno = 0;
-    const long value = std::strtol(text, &end, 10);
-    if (*end != '\0' || errno != 0 || value < 0 || value > INT_MAX) return fallback;
-    return static_cast<int>(value);
+    if (text == nullptr || *text == '\0') return;
+    long long value = 0;
+    for (const char* c = text; *c != '\0'; ++c) {
+        if (*c < '0' || *c > '9' || value > INT_MAX) {
+            value = -1;
+            break;
+        }
+        value = value * 10 + (*c - '0');
+    }
+    if (value < 0 || value > INT_MAX) {
+        options.busyTimeoutError = text;
+    } else {
+        options.busyTimeoutMs = static_cast<int>(value);
+    }
 }
 
 std::string displayName(const std::string& location) {
@@ -87,7 +95,7 @@ std::string DataModelRepository::printableName(const std::string& location) {
 DataModelRepository::Options DataModelRepository::defaultOptions() {
     Options options;
     options.objectCodec = defaultObjectCodec();
-    options.busyTimeoutMs = busyTimeoutFromEnvironment(options.busyTimeoutMs);
+    busyTimeoutFromEnvironment(options);
     return options;
 }
 
@@ -106,6 +114,13 @@ void DataModelRepository::open(const std::u16string& dictionaryFile, const std::
     }
     if (file.empty()) {
         diagnostics.add("vrex:open:noFile", "cannot open a registry: the file name is empty");
+        return;
+    }
+    if (!options.busyTimeoutError.empty()) {
+        diagnostics.add("vrex:open:badBusyTimeout",
+                        "cannot open \"" + displayName(file) + "\": SCM_BUSY_TIMEOUT_MS is \"" +
+                            options.busyTimeoutError +
+                            "\", not a whole number of milliseconds from 0 to " + std::to_string(INT_MAX));
         return;
     }
     auto metamodel = internal::MetamodelReader::read(fromUtf16(metamodelFile), diagnostics);

@@ -52,21 +52,31 @@ public:
     };
 
     struct Options {
-        // How long an operation waits for another process's lock before it fails with
-        // "database is locked". Default 60 s: parallel code generation holds locks briefly.
-        // defaultOptions() takes it from the environment variable SCM_BUSY_TIMEOUT_MS when that
-        // holds a number of milliseconds.
+        // How long an operation waits for another process's lock before it fails with a
+        // diagnostic saying the registry is locked and how long it waited. Default 60 s: parallel
+        // code generation holds locks briefly. defaultOptions() takes it from the environment
+        // variable SCM_BUSY_TIMEOUT_MS when that is set.
         int busyTimeoutMs = 60000;
+        // The text of SCM_BUSY_TIMEOUT_MS when it is not a whole number of milliseconds from 0 to
+        // INT_MAX (set by defaultOptions()); open refuses with "vrex:open:badBusyTimeout" while
+        // it is not empty. Default empty.
+        std::string busyTimeoutError;
         Durability durability = Durability::Normal;
-        // Open for reading only: writes and metamodel additions fail with diagnostics. A file the
-        // process may not write is opened so anyway. Default false.
+        // Open for reading only: writes and metamodel additions fail with diagnostics. A registry
+        // file the process may not write, or whose directory it may not write, is opened so
+        // anyway; then nothing is left beside the file after close. Default false.
         bool readOnly = false;
+        // Refuse up front, with one "vrex:open:readOnly" diagnostic saying why, a registry this
+        // process cannot write: a read-only file, a file in a read-only directory (the log beside
+        // the file cannot be made), a database role without INSERT or UPDATE on the registry's
+        // tables. Default false: such a registry opens for reading.
+        bool requireWrite = false;
         // Encodes the values of object properties; null: object properties cannot be used.
         std::shared_ptr<const ObjectCodec> objectCodec;
     };
 
     // The options above with objectCodec = defaultObjectCodec() and the busy timeout of
-    // SCM_BUSY_TIMEOUT_MS, when set.
+    // SCM_BUSY_TIMEOUT_MS, when set (an invalid value is kept in busyTimeoutError).
     static Options defaultOptions();
 
     // A registry location fit for messages: a file path as it is, a database URI without its
@@ -152,9 +162,12 @@ public:
     std::optional<std::string> getStoredText(const ObjectRef& object, const PropertyRef& property,
                                              tvdiag::util::diagnostics& diagnostics);
 
-    // Checks the file's structure with SQLite's integrity check (pages, b-trees, indexes). Each
-    // problem found adds a diagnostic "vrex:integrity:damaged" with SQLite's description of it;
-    // a check that cannot run adds one with SQLite's error. Nothing added: the file is sound.
+    // Checks the file's structure with SQLite's integrity check (pages, b-trees, indexes; on
+    // PostgreSQL, the tables, columns and indexes the metamodel needs). Each problem found adds a
+    // diagnostic "vrex:integrity:damaged" with a description of it; each table, index, trigger
+    // or view that the registry's schema does not have (made by another program) adds one
+    // "vrex:integrity:foreign" naming it; a check that cannot run adds one with the engine's
+    // error. Nothing added: the registry is sound.
     void checkIntegrity(tvdiag::util::diagnostics& diagnostics);
 
     // Closes the file; an open transaction is rolled back. Does nothing when closed.

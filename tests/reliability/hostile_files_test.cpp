@@ -19,6 +19,8 @@
 
 #include "reliability/RegistryCheck.hpp"
 #include "reliability/Workload.hpp"
+#include "vrex/DataModelRepository.hpp"
+#include "vrex/Utf16.hpp"
 #include "vrex/internal/RegistryFileProbe.hpp"
 
 namespace {
@@ -121,6 +123,7 @@ struct Observation {
     bool damagedPresent = false;  // retrieveData of the key in the damaged category
     bool intactPresent = false;   // retrieveData of a key in another category
     SCMRegistry write = IS_EMPTY;  // registerDataInTransaction of the damaged key
+    bool refusedForWriting = false;  // an open with requireWrite says the registry is read-only
 };
 
 Observation observeHere(const std::string& file) {
@@ -134,6 +137,12 @@ Observation observeHere(const std::string& file) {
     found.reset(registry.retrieveData(intact.identity.get()));
     seen.intactPresent = found != nullptr;
     seen.write = registry.registerDataInTransaction(damaged.identity.get(), damaged.data.get());
+    vrex::DataModelRepository::Options writable = vrex::DataModelRepository::defaultOptions();
+    writable.requireWrite = true;
+    vrex::DataModelRepository repository;
+    tvdiag::util::diagnostics diagnostics;
+    repository.open(vrex::toUtf16(file), vrex::toUtf16(getMetaModelFile()), writable, diagnostics);
+    seen.refusedForWriting = diagnostics.size() == 1 && diagnostics.records()[0].identifier == "vrex:open:readOnly";
     seen.finished = true;
     return seen;
 }
@@ -248,7 +257,7 @@ std::vector<HostileCase> hostileCases() {
         {"read-only file", [](const Target& t) { return readOnly(t.file, kReadable); }, true, true, true,
          error, false},
         {"read-only directory", [](const Target& t) { return readOnly(t.directory, kClosedDirectory); },
-         true, false, false, error, false},
+         true, true, true, error, false},
         {"locked by a writer past the busy timeout",
          [](const Target& t) { return lockHolder(t.file, "BEGIN IMMEDIATE"); }, false, true, true, error,
          false},
@@ -303,6 +312,12 @@ TEST_P(HostileFile, GivesThePrescribedOutcome) {
     EXPECT_EQ(seen.write, hostile.write);
     if (!hostile.mayChange) {
         EXPECT_TRUE(readBytes(target_.file) == before) << "the file changed";
+    }
+    // Unprivileged, each case is a registry this process may not write: it is read as such,
+    // and nothing is left beside it.
+    EXPECT_EQ(seen.refusedForWriting, hostile.unprivileged);
+    if (hostile.unprivileged) {
+        EXPECT_FALSE(fs::exists(target_.file + "-wal") || fs::exists(target_.file + "-shm"));
     }
 }
 

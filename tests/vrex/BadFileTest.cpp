@@ -162,4 +162,37 @@ TEST(BadLocation, AFileWithoutWritePermissionOpensForReading) {
     EXPECT_EQ(diagnostics.records().at(0).identifier, "vrex:readOnly");
 }
 
+// SCM_BUSY_TIMEOUT_MS must be a whole number of milliseconds; anything else refuses the open.
+TEST(BadLocation, AnInvalidBusyTimeoutRefusesTheOpen) {
+    TempDir dir;
+    for (const std::string text : {"abc", "-5", "1e3", " 5", "2147483648"}) {
+        setenv("SCM_BUSY_TIMEOUT_MS", text.c_str(), 1);
+        vrex::DataModelRepository repository;
+        const std::string refused = openRepository(repository, dir.file("r.reg"));
+        EXPECT_NE(refused.find("vrex:open:badBusyTimeout"), std::string::npos) << text;
+        EXPECT_NE(refused.find("SCM_BUSY_TIMEOUT_MS is \"" + text + "\""), std::string::npos) << refused;
+    }
+    setenv("SCM_BUSY_TIMEOUT_MS", "250", 1);
+    EXPECT_EQ(vrex::DataModelRepository::defaultOptions().busyTimeoutMs, 250);
+    unsetenv("SCM_BUSY_TIMEOUT_MS");
+    EXPECT_FALSE(fs::exists(dir.file("r.reg")));
+}
+
+// Reading cannot roll back what a killed writer left half done; the message says what to do.
+TEST(BadLocation, AnUnfinishedTransactionIsExplainedToAReader) {
+    TempDir dir;
+    const std::string file = dir.file("killed.reg");
+    {
+        vrex::DataModelRepository repository;
+        ASSERT_EQ(openRepository(repository, file), "");
+    }
+    writeBytes(file + "-journal", std::string("\xd9\xd5\x05\xf9", 4) + std::string(508, '\0'));
+    auto options = thingOptions();
+    options.readOnly = true;
+    vrex::DataModelRepository repository;
+    const std::string refused = openRepository(repository, file, shippedMetamodel(), options);
+    EXPECT_NE(refused.find("vrex:open:unfinishedTransaction"), std::string::npos) << refused;
+    EXPECT_NE(refused.find("open it once with write access"), std::string::npos) << refused;
+}
+
 }  // namespace

@@ -25,6 +25,17 @@ protected:
         return object;
     }
 
+    // Runs `sql` on the closed file behind the registry's back, then the reopened registry's
+    // integrity check.
+    tvdiag::util::diagnostics checkAfter(const std::string& sql) {
+        repository_.close();
+        execSql(file_, sql);
+        tvdiag::util::diagnostics diagnostics;
+        EXPECT_EQ(openRepository(repository_, file_), "");
+        repository_.checkIntegrity(diagnostics);
+        return diagnostics;
+    }
+
     TempDir dir_;
     std::string file_ = dir_.file("registry.reg");
     vrex::DataModelRepository repository_;
@@ -80,20 +91,32 @@ TEST_F(InspectionTest, ASoundFilePassesTheIntegrityCheck) {
 TEST_F(InspectionTest, ADamagedIndexFailsTheIntegrityCheck) {
     addFunction("abc", "one");
     addFunction("def", "two");
-    repository_.close();
-    execSql(file_,
-            "PRAGMA writable_schema = ON;"
-            "UPDATE sqlite_schema SET sql = 'CREATE INDEX \"index:SCM_SHARED_FUNCTIONS.Checksum\" "
-            "ON \"SCM_SHARED_FUNCTIONS\" (\"Data\")' "
-            "WHERE name = 'index:SCM_SHARED_FUNCTIONS.Checksum'");
-    ASSERT_EQ(openRepository(repository_, file_), "");
-    tvdiag::util::diagnostics diagnostics;
-    repository_.checkIntegrity(diagnostics);
+    const tvdiag::util::diagnostics diagnostics = checkAfter(
+        "PRAGMA writable_schema = ON;"
+        "UPDATE sqlite_schema SET sql = 'CREATE INDEX \"index:SCM_SHARED_FUNCTIONS.Checksum\" "
+        "ON \"SCM_SHARED_FUNCTIONS\" (\"Data\")' "
+        "WHERE name = 'index:SCM_SHARED_FUNCTIONS.Checksum'");
     ASSERT_FALSE(diagnostics.empty());
     EXPECT_EQ(diagnostics.records()[0].identifier, "vrex:integrity:damaged");
     EXPECT_NE(diagnostics.records()[0].message.find("index:SCM_SHARED_FUNCTIONS.Checksum"),
               std::string::npos)
         << diagnostics.toString();
+}
+
+// Another program's tables, indexes, triggers and views are named; the registry's own parts are not.
+TEST_F(InspectionTest, SchemaObjectsTheRegistryDoesNotMakeAreReported) {
+    addFunction("abc", "one");
+    const tvdiag::util::diagnostics diagnostics = checkAfter(
+        "CREATE TABLE extra (x); CREATE VIEW peek AS SELECT 1;"
+        "CREATE INDEX \"byName\" ON \"SCM_UTILITIES\" (\"Name\");"
+        "CREATE TRIGGER wipe AFTER INSERT ON \"SCM_SHARED_FUNCTIONS\" BEGIN DELETE FROM \"SCM_UTILITIES\"; END");
+    const std::string report = diagnostics.toString();
+    EXPECT_EQ(diagnostics.size(), 4u) << report;
+    for (const auto& record : diagnostics.records()) EXPECT_EQ(record.identifier, "vrex:integrity:foreign");
+    for (const char* part : {"table \"extra\" is", "view \"peek\" is", "index \"byName\" on table \"SCM_UTILITIES\"",
+                             "trigger \"wipe\" on table \"SCM_SHARED_FUNCTIONS\" is not part of the registry's schema"}) {
+        EXPECT_NE(report.find(part), std::string::npos) << part << "\n" << report;
+    }
 }
 
 }  // namespace

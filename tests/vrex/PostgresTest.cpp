@@ -198,17 +198,15 @@ TEST_F(PostgresTest, ALostConnectionEndsTheTransactionAndTheNextOneConnectsAgain
 TEST_F(PostgresTest, AWriterWaitsForTheWriteLockNoLongerThanTheBusyTimeout) {
     vrex::DataModelRepository holder;
     ASSERT_EQ(openRepository(holder, uri_), "");
-    vrex::DataModelRepository::Options impatient = thingOptions();
-    impatient.busyTimeoutMs = 200;
     vrex::DataModelRepository waiter;
-    ASSERT_EQ(openRepository(waiter, uri_, shippedMetamodel(), impatient), "");
+    ASSERT_EQ(openImpatient(waiter, uri_, 200), "");
 
     tvdiag::util::diagnostics diagnostics;
     holder.beginTransaction(diagnostics);
     ASSERT_EQ(diagnostics.toString(), "");
     const std::string refused = beginWhileLocked(waiter);
     EXPECT_NE(refused.find("vrex:transaction:beginFailed"), std::string::npos) << refused;
-    EXPECT_NE(refused.find("lock timeout"), std::string::npos) << refused;
+    EXPECT_NE(refused.find("locked by another process"), std::string::npos) << refused;
     EXPECT_FALSE(waiter.isTransactionOpen());
 
     // Readers never wait for the writer.
@@ -220,7 +218,7 @@ TEST_F(PostgresTest, AWriterWaitsForTheWriteLockNoLongerThanTheBusyTimeout) {
                     "' AND state = 'idle'"),
               "");
     const std::string refusedAgain = beginWhileLocked(waiter);
-    EXPECT_NE(refusedAgain.find("lock timeout"), std::string::npos) << refusedAgain;
+    EXPECT_NE(refusedAgain.find("locked by another process"), std::string::npos) << refusedAgain;
 
     holder.commitTransaction(diagnostics);
     tvdiag::util::diagnostics afterwards;
@@ -229,16 +227,26 @@ TEST_F(PostgresTest, AWriterWaitsForTheWriteLockNoLongerThanTheBusyTimeout) {
     waiter.rollbackTransaction(afterwards);
 }
 
-TEST_F(PostgresTest, ADroppedIndexIsReportedAndMadeAgainOnTheNextOpen) {
+TEST_F(PostgresTest, ADroppedIndexAndAForeignTriggerAreReportedAndTheIndexMadeAgain) {
     {
         vrex::DataModelRepository repository;
         ASSERT_EQ(openRepository(repository, uri_), "");
         ASSERT_EQ(admin("DROP INDEX scm.\"index:scm_utilities.checksum\"", true), "");
+        ASSERT_EQ(admin("CREATE FUNCTION public.wipe() RETURNS trigger LANGUAGE plpgsql AS "
+                        "'BEGIN DELETE FROM scm.scm_utilities; RETURN NULL; END'; "
+                        "CREATE TRIGGER wipe AFTER INSERT ON scm.scm_shared_functions "
+                        "FOR EACH ROW EXECUTE FUNCTION public.wipe()",
+                        true),
+                  "");
         tvdiag::util::diagnostics diagnostics;
         repository.checkIntegrity(diagnostics);
-        EXPECT_EQ(identifiers(diagnostics), "vrex:integrity:damaged ");
+        EXPECT_EQ(identifiers(diagnostics), "vrex:integrity:damaged vrex:integrity:foreign ");
         EXPECT_NE(diagnostics.toString().find("SCM_UTILITIES.Checksum"), std::string::npos)
             << diagnostics.toString();
+        EXPECT_NE(diagnostics.toString().find("trigger \"wipe\" on table \"scm_shared_functions\""),
+                  std::string::npos)
+            << diagnostics.toString();
+        ASSERT_EQ(admin("DROP TRIGGER wipe ON scm.scm_shared_functions", true), "");
     }
     vrex::DataModelRepository reopened;
     ASSERT_EQ(openRepository(reopened, uri_), "");

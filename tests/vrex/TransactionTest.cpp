@@ -203,6 +203,19 @@ TEST_F(TransactionTest, AFailedCommitIsReportedAndRolledBack) {
     EXPECT_EQ(committed(), "committed ");
 }
 
+// A writer that cannot have the write lock within the busy timeout says why and how long it waited.
+TEST_F(TransactionTest, AWriterThatTimesOutSaysTheRegistryIsLocked) {
+    vrex::DataModelRepository waiter;
+    ASSERT_EQ(openImpatient(waiter, location_, 200), "");
+    tvdiag::util::diagnostics diagnostics;
+    repository_.beginTransaction(diagnostics);
+    waiter.beginTransaction(diagnostics);
+    EXPECT_EQ(identifiers(diagnostics), "vrex:transaction:beginFailed ");
+    EXPECT_NE(diagnostics.toString().find("is locked by another process; waited 0.2 s (SCM_BUSY_TIMEOUT_MS)"),
+              std::string::npos)
+        << diagnostics.toString();
+}
+
 TEST_F(TransactionTest, AReadFunctionSeesOneStateOfTheFile) {
     tvdiag::util::diagnostics diagnostics;
     create("first", diagnostics);

@@ -86,6 +86,14 @@ inline std::string openRepository(vrex::DataModelRepository& repository, const s
     return diagnostics.toString();
 }
 
+// Opens `location` with a busy timeout of `milliseconds`; the diagnostics as one string.
+inline std::string openImpatient(vrex::DataModelRepository& repository, const std::string& location,
+                                 int milliseconds) {
+    vrex::DataModelRepository::Options impatient = thingOptions();
+    impatient.busyTimeoutMs = milliseconds;
+    return openRepository(repository, location, shippedMetamodel(), impatient);
+}
+
 // One SCM class with the four registry properties, found through the repository's metamodel.
 struct Category {
     vrex::ClassRef cls;

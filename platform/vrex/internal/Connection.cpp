@@ -2,17 +2,39 @@
 
 #include <sqlite3.h>
 
+#include "vrex/internal/LockedRegistry.hpp"
 #include "vrex/internal/Statement.hpp"
 
 namespace vrex::internal {
 
 Connection::~Connection() { close(); }
 
-int Connection::open(const std::string& file, int flags) {
+namespace {
+
+// `file` as an SQLite URI filename with immutable=1; '%', '?' and '#' are escaped.
+std::string immutableUri(const std::string& file) {
+    std::string uri = file.rfind('/', 0) == 0 ? "file://" : "file:";  // an empty authority
+    for (char c : file) {
+        if (c == '%' || c == '?' || c == '#') {
+            static const char hex[] = "0123456789ABCDEF";
+            uri += '%';
+            uri += hex[static_cast<unsigned char>(c) >> 4];
+            uri += hex[c & 0xf];
+        } else {
+            uri += c;
+        }
+    }
+    return uri + "?immutable=1";
+}
+
+}  // namespace
+
+int Connection::open(const std::string& file, int flags, bool immutable) {
     close();
     file_ = file;
     sqlite3* db = nullptr;
-    int rc = sqlite3_open_v2(file.c_str(), &db, flags, nullptr);
+    const std::string name = immutable ? immutableUri(file) : file;
+    int rc = sqlite3_open_v2(name.c_str(), &db, immutable ? flags | SQLITE_OPEN_URI : flags, nullptr);
     if (rc != SQLITE_OK) {
         openError_ = db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(rc);
         sqlite3_close_v2(db);
@@ -44,7 +66,8 @@ int Connection::queryText(const std::string& sql, std::string& value) {
 }
 
 void Connection::setBusyTimeout(int milliseconds) {
-    sqlite3_busy_timeout(db_, milliseconds < 0 ? 0 : milliseconds);
+    busyTimeoutMs_ = milliseconds < 0 ? 0 : milliseconds;
+    sqlite3_busy_timeout(db_, busyTimeoutMs_);
 }
 
 bool Connection::isInTransaction() const {
@@ -61,6 +84,10 @@ std::string Connection::lastError() const {
 
 void Connection::report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
                         const std::string& action) const {
+    if (db_ != nullptr && (sqlite3_errcode(db_) & 0xff) == SQLITE_BUSY) {
+        diagnostics.add(identifier, action + ": " + lockedRegistryReason(file_, busyTimeoutMs_));
+        return;
+    }
     diagnostics.add(identifier, action + " in the registry \"" + file_ + "\": " + lastError());
 }
 

@@ -18,9 +18,10 @@ public:
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    // Opens `file` with SQLite's open flags. Returns the SQLite result code; on failure the
-    // connection stays closed and lastError() says why.
-    int open(const std::string& file, int flags);
+    // Opens `file` with SQLite's open flags; `immutable` reads it as a file nothing changes while
+    // it is open (no locks, no log files; only when no writer can exist). Returns the SQLite
+    // result code; on failure the connection stays closed and lastError() says why.
+    int open(const std::string& file, int flags, bool immutable = false);
     void close();
     bool isOpen() const { return db_ != nullptr; }
     sqlite3* handle() const { return db_; }
@@ -41,7 +42,8 @@ public:
 
     // SQLite's text of the last error (or of the failed open).
     std::string lastError() const;
-    // Adds "<action> in the registry "<file>": <SQLite's error text>" under `identifier`.
+    // Adds "<action> in the registry "<file>": <SQLite's error text>" under `identifier`; when
+    // the last error is SQLITE_BUSY, "<action>: the registry ... is locked by another process ...".
     void report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
                 const std::string& action) const;
 
@@ -49,6 +51,7 @@ private:
     sqlite3* db_ = nullptr;
     std::string file_;
     std::string openError_;
+    int busyTimeoutMs_ = 0;
 };
 
 }  // namespace vrex::internal

@@ -62,6 +62,9 @@ public:
                                     const std::optional<std::string>& text) = 0;
     // Checks the storage's structure; each problem found is one line in `findings`.
     virtual bool checkIntegrity(std::vector<std::string>& findings) = 0;
+    // Finds the tables, indexes, triggers and views that the registry's schema does not have;
+    // each is one line in `findings` (see findForeignParts).
+    virtual bool findForeignParts(std::vector<std::string>& findings) = 0;
 
     // Adds "<action> in the registry "<location>": <the engine's reason>" under `identifier`.
     virtual void report(tvdiag::util::diagnostics& diagnostics, const char* identifier,

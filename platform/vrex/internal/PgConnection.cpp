@@ -113,6 +113,8 @@ void PgConnection::fail(const PGresult* result) {
                        : connection_ != nullptr ? PQerrorMessage(connection_)
                                                 : "out of memory";
     lastError_ = withoutSecrets(oneLine(text));
+    const char* state = result != nullptr ? PQresultErrorField(result, PG_DIAG_SQLSTATE) : nullptr;
+    lastSqlState_ = state != nullptr ? state : "";
     if (lastError_.empty()) lastError_ = "the server did not answer";
     if (connection_ != nullptr && PQstatus(connection_) == CONNECTION_OK &&
         PQtransactionStatus(connection_) == PQTRANS_INERROR) {

@@ -49,6 +49,9 @@ public:
     PgResult query(const std::string& sql, const PgParams& params = PgParams());
 
     const std::string& lastError() const { return lastError_; }
+    // The SQLSTATE of the last failed statement ("55P03": a lock wait timed out); empty when the
+    // failure had none (a lost connection).
+    const std::string& lastSqlState() const { return lastSqlState_; }
 
 private:
     const std::string* prepared(const std::string& sql, int parameters);
@@ -61,6 +64,7 @@ private:
     std::vector<std::string> secrets_;
     std::string sessionSetup_;
     std::string lastError_;
+    std::string lastSqlState_;
 };
 
 }  // namespace vrex::internal

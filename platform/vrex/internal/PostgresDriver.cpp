@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "vrex/internal/LockedRegistry.hpp"
 #include "vrex/internal/PostgresSchema.hpp"
 #include "vrex/internal/RefAccess.hpp"
 
@@ -21,10 +22,30 @@ std::unique_ptr<PostgresDriver> PostgresDriver::open(const std::string& uri, con
                                                      const DataModelRepository::Options& options,
                                                      tvdiag::util::diagnostics& diagnostics) {
     std::unique_ptr<PostgresDriver> driver(new PostgresDriver(uri, metamodel, options.readOnly));
+    driver->busyTimeoutMs_ = std::max(options.busyTimeoutMs, 1);
     if (!driver->connect(options, diagnostics)) return nullptr;
     PostgresSchema schema(driver->connection_, metamodel, driver->names_, driver->location());
     if (!schema.prepare(driver->readOnly_, diagnostics)) return nullptr;
+    if (options.requireWrite && !driver->checkWritable(diagnostics)) return nullptr;
     return driver;
+}
+
+bool PostgresDriver::checkWritable(tvdiag::util::diagnostics& diagnostics) {
+    PgResult denied = connection_.query(
+        "SELECT current_user::text, string_agg(c.relname::text, ', ' ORDER BY c.relname) "
+        "FROM pg_catalog.pg_class AS c JOIN pg_catalog.pg_namespace AS n ON n.oid = c.relnamespace "
+        "WHERE n.nspname = $1::text AND c.relkind = 'r' "
+        "AND NOT (has_table_privilege(c.oid, 'INSERT') AND has_table_privilege(c.oid, 'UPDATE'))",
+        PgParams().bytes(names_.schema()));
+    if (!denied.ok()) {
+        report(diagnostics, "vrex:open:serverError", "cannot read the privileges");
+        return false;
+    }
+    if (denied.isNull(0, 1)) return true;
+    diagnostics.add("vrex:open:readOnly", "cannot open the registry \"" + location() + "\" for writing: the role \"" +
+                                              denied.bytes(0, 0) + "\" may not insert into or update its tables " +
+                                              denied.bytes(0, 1) + " (schema \"" + names_.schema() + "\")");
+    return false;
 }
 
 PostgresDriver::PostgresDriver(const std::string& uri, const Metamodel& metamodel, bool readOnly)
@@ -185,8 +206,18 @@ bool PostgresDriver::checkIntegrity(std::vector<std::string>& findings) {
     return schema.findMissingParts(findings);
 }
 
+bool PostgresDriver::findForeignParts(std::vector<std::string>& findings) {
+    PostgresSchema schema(connection_, metamodel_, names_, location());
+    return schema.findForeignParts(findings);
+}
+
+// A lock wait that outlasts lock_timeout fails with SQLSTATE 55P03 (lock_not_available).
 void PostgresDriver::report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
                             const std::string& action) const {
+    if (connection_.lastSqlState() == "55P03") {
+        diagnostics.add(identifier, action + ": " + lockedRegistryReason(location(), busyTimeoutMs_));
+        return;
+    }
     diagnostics.add(identifier, action + " in the registry \"" + location() + "\": " + connection_.lastError());
 }
 

@@ -59,6 +59,7 @@ public:
     RowResult writeProperty(const PropertyInfo& property, std::int64_t id,
                             const std::optional<std::string>& text) override;
     bool checkIntegrity(std::vector<std::string>& findings) override;
+    bool findForeignParts(std::vector<std::string>& findings) override;
 
     void report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
                 const std::string& action) const override;
@@ -70,6 +71,9 @@ private:
     // The settings of every session (also after a reconnect): timeouts, durability, read-only.
     std::string sessionSetup(const DataModelRepository::Options& options) const;
     bool begin(const std::string& sql);
+    // False with a "vrex:open:readOnly" diagnostic when this role may not insert into or update
+    // one of the registry's tables.
+    bool checkWritable(tvdiag::util::diagnostics& diagnostics);
     // Runs `write` in a write transaction of its own unless one is open: a write outside a
     // transaction takes the write lock like any other.
     template <typename Write>
@@ -79,6 +83,7 @@ private:
     const Metamodel& metamodel_;
     PostgresNames names_;
     bool readOnly_;
+    int busyTimeoutMs_ = 0;  // for messages: how long a begin waits for the write lock
     PgConnection connection_;
 };
 

@@ -94,6 +94,33 @@ bool PostgresSchema::findMissingParts(std::vector<std::string>& findings) {
     return true;
 }
 
+bool PostgresSchema::findForeignParts(std::vector<std::string>& findings) {
+    Catalogue catalogue;
+    tvdiag::util::diagnostics ignored;  // the connection keeps the error for its caller
+    if (!readCatalogue(catalogue, ignored)) return false;
+    PgResult rows = connection_.query(
+        "SELECT CASE c.relkind WHEN 'i' THEN 'index' WHEN 'I' THEN 'index' WHEN 'v' THEN 'view' "
+        "WHEN 'm' THEN 'view' WHEN 'S' THEN 'sequence' ELSE 'table' END, c.relname::text, "
+        "coalesce(t.relname, c.relname)::text "
+        "FROM pg_catalog.pg_class AS c JOIN pg_catalog.pg_namespace AS n ON n.oid = c.relnamespace "
+        "LEFT JOIN pg_catalog.pg_index AS i ON i.indexrelid = c.oid "
+        "LEFT JOIN pg_catalog.pg_class AS t ON t.oid = i.indrelid "
+        "WHERE n.nspname = $1::text AND c.relkind IN ('r', 'p', 'f', 'v', 'm', 'S', 'i', 'I') "
+        "AND NOT coalesce(i.indisprimary, false) "
+        "UNION ALL SELECT 'trigger', g.tgname::text, t.relname::text "
+        "FROM pg_catalog.pg_trigger AS g JOIN pg_catalog.pg_class AS t ON t.oid = g.tgrelid "
+        "JOIN pg_catalog.pg_namespace AS n ON n.oid = t.relnamespace "
+        "WHERE n.nspname = $1::text AND NOT g.tgisinternal",
+        PgParams().bytes(names_.schema()));
+    if (!rows.ok()) return false;
+    std::vector<SchemaObject> objects;
+    for (int row = 0; row < rows.rows(); ++row) {
+        objects.push_back({rows.bytes(row, 0), rows.bytes(row, 1), rows.bytes(row, 2)});
+    }
+    vrex::internal::findForeignParts(objects, catalogue, findings);
+    return true;
+}
+
 bool PostgresSchema::checkNameLengths(tvdiag::util::diagnostics& diagnostics) const {
     std::vector<std::string> names = {names_.schema()};
     for (const ClassInfo* cls : metamodel_.classes()) {
@@ -121,7 +148,7 @@ bool PostgresSchema::inspect(SchemaPlan& plan, tvdiag::util::diagnostics& diagno
         return true;
     }
     Catalogue catalogue;
-    return readCatalogue(catalogue, diagnostics) && plan.compare(metamodel_, catalogue, location_, diagnostics);
+    return readCatalogue(catalogue, diagnostics) && dropWhatIsGone(catalogue, diagnostics) && plan.compare(metamodel_, catalogue, location_, diagnostics);
 }
 
 bool PostgresSchema::inspectHeader(SchemaPlan& plan, tvdiag::util::diagnostics& diagnostics) {
@@ -183,7 +210,7 @@ bool PostgresSchema::readCatalogue(Catalogue& catalogue, tvdiag::util::diagnosti
         stored.kind = rows.bytes(row, 2);
         stored.indexed = rows.boolean(row, 3);
     }
-    return dropWhatIsGone(catalogue, diagnostics);
+    return true;
 }
 
 // Forgets from `catalogue` what the database no longer holds (see keepWhatExists).

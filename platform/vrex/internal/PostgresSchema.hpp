@@ -33,6 +33,10 @@ public:
     // The parts of the metamodel the registry's tables lack (each one line), for an integrity
     // check. False with lastError() when the tables cannot be read.
     bool findMissingParts(std::vector<std::string>& findings);
+    // The tables, indexes (primary keys aside), triggers and views of the registry's schema that
+    // the registry does not make, for an integrity check (see findForeignParts). False with
+    // lastError() when the schema cannot be read.
+    bool findForeignParts(std::vector<std::string>& findings);
 
 private:
     bool checkNameLengths(tvdiag::util::diagnostics& diagnostics) const;

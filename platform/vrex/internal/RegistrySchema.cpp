@@ -101,6 +101,28 @@ bool RegistrySchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnosti
     return true;
 }
 
+// Inside an open transaction the BEGIN fails harmlessly and the reads share that transaction.
+bool RegistrySchema::findForeignParts(std::vector<std::string>& findings) {
+    SchemaTransaction reading(connection_, "BEGIN");
+    Catalogue catalogue;
+    tvdiag::util::diagnostics ignored;  // the connection keeps the error for its caller
+    if (!readCatalogue(catalogue, ignored)) return false;
+    std::vector<SchemaObject> objects;
+    Statement statement;
+    int rc = statement.prepare(connection_.handle(),
+                               "SELECT type, name, tbl_name FROM sqlite_master "
+                               "WHERE name NOT LIKE 'sqlite\\_%' ESCAPE '\\'");
+    while (rc == SQLITE_OK || rc == SQLITE_ROW) {
+        rc = statement.step();
+        if (rc == SQLITE_ROW) {
+            objects.push_back({statement.columnText(0), statement.columnText(1), statement.columnText(2)});
+        }
+    }
+    if (rc != SQLITE_DONE) return false;
+    vrex::internal::findForeignParts(objects, catalogue, findings);
+    return true;
+}
+
 bool RegistrySchema::inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics) {
     if (!inspectHeader(plan, diagnostics)) return false;
     if (plan.createHeader) {
@@ -108,7 +130,7 @@ bool RegistrySchema::inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics)
         return true;
     }
     Catalogue catalogue;
-    return readCatalogue(catalogue, diagnostics) &&
+    return readCatalogue(catalogue, diagnostics) && dropWhatIsGone(catalogue, diagnostics) &&
            plan.compare(metamodel_, catalogue, connection_.file(), diagnostics);
 }
 
@@ -175,7 +197,7 @@ bool RegistrySchema::readCatalogue(Catalogue& catalogue, tvdiag::util::diagnosti
         reportFailure(rc, "cannot read the registry catalogue", diagnostics);
         return false;
     }
-    return dropWhatIsGone(catalogue, diagnostics);
+    return true;
 }
 
 // Forgets from `catalogue` what the file no longer holds (see keepWhatExists).

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tvdiag/diagnostics.hpp"
 #include "vrex/internal/Connection.hpp"
@@ -36,6 +37,11 @@ public:
     // tables (not when `readOnly`: then a missing part is refused). False with diagnostics
     // ("vrex:open:...") when the file cannot serve the metamodel; nothing is then changed.
     bool prepare(bool readOnly, tvdiag::util::diagnostics& diagnostics);
+
+    // Adds a line to `findings` for each table, index, trigger and view of the file that the
+    // registry does not make (see findForeignParts in SchemaPlan.hpp). False with the
+    // connection's error when the schema cannot be read.
+    bool findForeignParts(std::vector<std::string>& findings);
 
 private:
     using Plan = SchemaPlan;

@@ -352,13 +352,17 @@ bool RepositorySession::readStoredText(const ObjectRef& object, const PropertyIn
 }
 
 void RepositorySession::checkIntegrity(tvdiag::util::diagnostics& diagnostics) {
-    std::vector<std::string> findings;
-    if (!check(driver_->checkIntegrity(findings), "vrex:integrity:damaged", "cannot check the registry",
-               diagnostics)) {
+    std::vector<std::string> damaged;
+    std::vector<std::string> foreign;
+    if (!check(driver_->checkIntegrity(damaged) && driver_->findForeignParts(foreign), "vrex:integrity:damaged",
+               "cannot check the registry", diagnostics)) {
         return;
     }
-    for (const std::string& finding : findings) {
+    for (const std::string& finding : damaged) {
         diagnostics.add("vrex:integrity:damaged", "the registry \"" + file() + "\" is damaged: " + finding);
+    }
+    for (const std::string& part : foreign) {
+        diagnostics.add("vrex:integrity:foreign", "in the registry \"" + file() + "\", " + part);
     }
 }
 

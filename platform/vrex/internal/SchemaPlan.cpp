@@ -80,4 +80,32 @@ void keepWhatExists(Catalogue& catalogue, const std::map<std::string, std::set<s
     }
 }
 
+namespace {
+
+bool isRegistryPart(const SchemaObject& object, const Catalogue& catalogue) {
+    const std::string name = asciiLowercase(object.name);
+    if (object.type == "table") {
+        return name == "_vrex_registry" || name == "_vrex_catalogue" || catalogue.count(name) != 0;
+    }
+    if (object.type != "index") return false;
+    const std::string table = asciiLowercase(object.table);
+    const std::string prefix = "index:" + table + ".";
+    auto cls = catalogue.find(table);
+    return cls != catalogue.end() && name.rfind(prefix, 0) == 0 &&
+           cls->second.count(name.substr(prefix.size())) != 0;
+}
+
+}  // namespace
+
+void findForeignParts(const std::vector<SchemaObject>& objects, const Catalogue& catalogue,
+                      std::vector<std::string>& findings) {
+    for (const SchemaObject& object : objects) {
+        if (isRegistryPart(object, catalogue)) continue;
+        const bool ofTable = object.type == "index" || object.type == "trigger";
+        findings.push_back(object.type + " \"" + object.name + "\"" +
+                           (ofTable ? " on table \"" + object.table + "\"" : std::string()) +
+                           " is not part of the registry's schema");
+    }
+}
+
 }  // namespace vrex::internal

@@ -62,4 +62,19 @@ struct SchemaPlan {
 void keepWhatExists(Catalogue& catalogue, const std::map<std::string, std::set<std::string>>& columns,
                     const std::set<std::string>& indexes);
 
+// A table, index, trigger or view as the storage lists it: its kind in SQLite's words ("table",
+// "index", "trigger", "view"), its name and the table it belongs to.
+struct SchemaObject {
+    std::string type;
+    std::string name;
+    std::string table;
+};
+
+// Adds to `findings` one line for each of `objects` that a registry with `catalogue` (as stored,
+// see readCatalogue) does not make: its header and catalogue tables, a table per class and the
+// index "index:<class>.<property>" of a property. Names compare ignoring ASCII case. A line reads
+// `trigger "x" on table "T" is not part of the registry's schema`.
+void findForeignParts(const std::vector<SchemaObject>& objects, const Catalogue& catalogue,
+                      std::vector<std::string>& findings);
+
 }  // namespace vrex::internal

@@ -1,7 +1,10 @@
 #include "vrex/internal/SqliteDriver.hpp"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <fstream>
 
 #include "vrex/internal/RefAccess.hpp"
 #include "vrex/internal/RegistrySchema.hpp"
@@ -9,11 +12,59 @@
 
 namespace vrex::internal {
 
+namespace {
+
+std::string directoryOf(const std::string& file) {
+    const std::size_t slash = file.rfind('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : file.substr(0, slash);
+}
+
+// Why this process cannot write the registry `file`; empty when it can.
+std::string whyNotWritable(const std::string& file) {
+    if (::access(file.c_str(), W_OK) != 0) return "the file is read-only for this process";
+    if (::access(directoryOf(file).c_str(), W_OK) != 0) {
+        return "its directory is read-only for this process, so the log beside the file cannot be made";
+    }
+    return "";
+}
+
+// Whether no process can change `file` while it is read: nobody may write it, or its directory
+// cannot take the log a writer makes; and no log of an earlier writer lies beside it.
+bool nothingCanChange(const std::string& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0 || ::access((file + "-wal").c_str(), F_OK) == 0) return false;
+    return (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0 ||
+           ::access(directoryOf(file).c_str(), W_OK) != 0;
+}
+
+// Whether a process killed while it changed `file` left a hot journal: one that must be rolled
+// back, which needs write access, before the file can be read (present, its header not zeroed).
+bool hasUnfinishedTransaction(const std::string& file) {
+    std::ifstream journal(file + "-journal", std::ios::binary);
+    char first = 0;
+    return journal.get(first) && first != 0;
+}
+
+}  // namespace
+
 std::unique_ptr<SqliteDriver> SqliteDriver::open(const std::string& file, const Metamodel& metamodel,
                                                  const DataModelRepository::Options& options,
                                                  bool create, tvdiag::util::diagnostics& diagnostics) {
-    // A file this process may not write opens for reading.
-    const bool readOnly = options.readOnly || (!create && ::access(file.c_str(), W_OK) != 0);
+    const std::string notWritable = create ? std::string() : whyNotWritable(file);
+    if (options.requireWrite && !notWritable.empty()) {
+        diagnostics.add("vrex:open:readOnly",
+                        "cannot open the registry \"" + file + "\" for writing: " + notWritable);
+        return nullptr;
+    }
+    const bool readOnly = options.readOnly || !notWritable.empty();  // opens for reading then
+    if (readOnly && hasUnfinishedTransaction(file)) {
+        diagnostics.add("vrex:open:unfinishedTransaction",
+                        "cannot read the registry \"" + file +
+                            "\": it has an unfinished transaction left by a process that was killed; "
+                            "open it once with write access to recover it");
+        return nullptr;
+    }
     std::unique_ptr<SqliteDriver> driver(new SqliteDriver(readOnly));
     if (!driver->connect(file, metamodel, options, create, diagnostics)) return nullptr;
     return driver;
@@ -21,13 +72,15 @@ std::unique_ptr<SqliteDriver> SqliteDriver::open(const std::string& file, const 
 
 SqliteDriver::~SqliteDriver() { close(); }
 
+// A reader that nothing can change under reads the file as immutable: it takes no locks and
+// makes no log files, which it could not remove again.
 bool SqliteDriver::connect(const std::string& file, const Metamodel& metamodel,
                            const DataModelRepository::Options& options, bool create,
                            tvdiag::util::diagnostics& diagnostics) {
     int flags = SQLITE_OPEN_NOMUTEX |
                 (readOnly_ ? SQLITE_OPEN_READONLY
                            : SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0));
-    if (connection_.open(file, flags) != SQLITE_OK) {
+    if (connection_.open(file, flags, readOnly_ && nothingCanChange(file)) != SQLITE_OK) {
         connection_.report(diagnostics, create ? "vrex:open:cannotCreate" : "vrex:open:sqliteError",
                            create ? "cannot create the file" : "cannot open the file");
         return false;
@@ -40,6 +93,7 @@ bool SqliteDriver::connect(const std::string& file, const Metamodel& metamodel,
         return false;
     }
     statements_ = std::make_unique<StatementCache>(connection_, metamodel);
+    metamodel_ = &metamodel;
     return true;
 }
 
@@ -200,6 +254,10 @@ bool SqliteDriver::checkIntegrity(std::vector<std::string>& findings) {
         if (finding != "ok") findings.push_back(std::move(finding));
     }
     return rc == SQLITE_DONE;
+}
+
+bool SqliteDriver::findForeignParts(std::vector<std::string>& findings) {
+    return RegistrySchema(connection_, *metamodel_).findForeignParts(findings);
 }
 
 void SqliteDriver::report(tvdiag::util::diagnostics& diagnostics, const char* identifier,

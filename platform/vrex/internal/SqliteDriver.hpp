@@ -46,6 +46,7 @@ public:
     RowResult writeProperty(const PropertyInfo& property, std::int64_t id,
                             const std::optional<std::string>& text) override;
     bool checkIntegrity(std::vector<std::string>& findings) override;
+    bool findForeignParts(std::vector<std::string>& findings) override;
 
     void report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
                 const std::string& action) const override;
@@ -63,6 +64,7 @@ private:
     Statement* findStatement(const ClassInfo& cls, const MatchConstraints& constraints);
 
     bool readOnly_;
+    const Metamodel* metamodel_ = nullptr;  // the session's, which outlives the driver
     Connection connection_;
     std::unique_ptr<StatementCache> statements_;
 };

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+namespace vrex::internal {
+
+// The reason given when another process held the registry's lock for the whole busy timeout:
+// `the registry "<location>" is locked by another process; waited 5.0 s (SCM_BUSY_TIMEOUT_MS)`.
+inline std::string lockedRegistryReason(const std::string& location, int waitedMs) {
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%.1f", waitedMs / 1000.0);
+    return "the registry \"" + location + "\" is locked by another process; waited " + seconds +
+           " s (SCM_BUSY_TIMEOUT_MS)";
+}
+
+}  // namespace vrex::internal
