@@ -33,8 +33,11 @@ class SCM_EXPORT SCMVrexDataAdapter : public SCMDataAdapter {
 public:
     // How the constructor opens the dictionary file.
     enum class OpenMode {
-        ReadWrite,  // opens the registry, or creates it when the file is absent or empty
+        ReadWrite,  // opens the registry, or creates it when the file is absent or empty; a
+                    // registry this process may not write opens for reading
         ReadOnly,   // opens an existing registry for reading; never creates or changes a file
+        Writable,   // as ReadWrite, but a registry this process may not write (file or directory
+                    // permissions, a read-only database role) is refused, and getOpenError says why
     };
 
     // Opens (or creates) `dictionaryFile` described by `metaModelFile`. On failure doesExist()
@@ -104,11 +107,13 @@ public:
 
     // Checks the whole dictionary: the file's structure (the repository's integrity check), and
     // for every stored entry of every category that its "Checksum", "Identity" and "Data" are set
-    // and decode, that its identity is of the category it is stored under, that its checksum is
-    // the one its identity computes from its key fields, that its "Name" is its record's name,
-    // and that no two entries of one category share a checksum. Each problem is added to
-    // `problems` (identifiers "scm:check:..." and "vrex:integrity:damaged"), naming the category,
-    // the object and its checksum. Returns the number of entries checked. Reads only.
+    // and decode, that its identity is of the category it is stored under and its record of a
+    // class that category holds, that its checksum is the one its identity computes from its key
+    // fields, that its "Name" is its record's name, and that no two entries of one category share
+    // a checksum. Each problem is added to `problems` (identifiers "scm:check:...",
+    // "vrex:integrity:damaged", and "vrex:integrity:foreign" for tables, indexes, triggers and
+    // views that are not the registry's), naming the category, the object and its checksum.
+    // Returns the number of entries checked. Reads only.
     std::size_t checkEntries(tvdiag::util::diagnostics& problems);
 
 private:

@@ -47,6 +47,7 @@ SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     vrex::DataModelRepository::Options options = vrex::DataModelRepository::defaultOptions();
     options.readOnly = mode == OpenMode::ReadOnly;
+    options.requireWrite = mode == OpenMode::Writable;
     repository_.open(vrex::toUtf16(dictionaryFile), vrex::toUtf16(metaModelFile), options,
                      diagnostics);
     if (!diagnostics.empty()) {  // doesExist() stays false, no write cache

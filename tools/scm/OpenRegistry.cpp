@@ -10,7 +10,7 @@ namespace {
 
 SCM::SCMVrexDataAdapter::OpenMode modeFor(OpenRegistry::Access access) {
     return access == OpenRegistry::Access::Read ? SCM::SCMVrexDataAdapter::OpenMode::ReadOnly
-                                                : SCM::SCMVrexDataAdapter::OpenMode::ReadWrite;
+                                                : SCM::SCMVrexDataAdapter::OpenMode::Writable;
 }
 
 }  // namespace
