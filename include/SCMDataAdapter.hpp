@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "SCMCachedEntries.hpp"
 #include "SCMExport.hpp"
 #include "SCMIdentity.hpp"
 #include "SCMData.hpp"
@@ -48,15 +49,32 @@ public:
                              tvdiag::util::diagnostics& diagnostics) = 0;
     // True once the store is open.
     virtual bool doesExist() const;
-    // Writes and empties the write cache; IS_REGISTERED (also when there is no cache to write).
+    // Writes and empties the write cache, which keeps the entries of a batch that fails (see
+    // takeBatchFailures); IS_REGISTERED (also then, and when there is no cache to write).
     virtual SCMRegistry finalize();
     virtual SCMIdentityDataPair getIdentityAndDataFromName(SCMTypes type, const std::string& name) = 0;
     virtual SCMIdentity* getIdentityFromName(SCMTypes type, const std::string& name) = 0;
     virtual SCMData* getDataFromName(SCMTypes type, const std::string& name) = 0;
     // True when `data` is one of the backend's own objects (such as a write-cache copy returned by
     // getDataFromName or getIdentityAndDataFromName): the caller must neither delete it nor keep it
-    // past the next registration or finalize. False here: this backend hands out fresh objects.
+    // past the next registration, finalize or takeBatchFailures. False here: this backend hands out fresh objects.
     virtual bool isBackendOwned(const SCMData* data) const;
+
+    // What the write cache could not write. Its batch errors do not change the answers of
+    // registration or finalize: a batch that fails is rolled back as a whole, and its entries
+    // stay in the cache (isBackendOwned is true for them, getDataFromName finds them) until the
+    // next flush retries them. The destructor flushes once more; what fails then is lost, so
+    // callers who care call finalize and take the failures first. None without a write cache.
+    //
+    // Hands over the entries still unwritten, with the reason of the last failure: the caller
+    // shares the copies, which the cache no longer holds or retries.
+    SCMBatchFailures takeBatchFailures();
+    // How many entries takeBatchFailures would hand over, and the reason ("" when none).
+    std::size_t countBatchFailures() const;
+    std::string batchFailureReason() const;
+    // Hands over the cached entries that their stored records refused (the merge answered
+    // IS_PRESENT_ERROR, so nothing was written for them) since the last call, in write order.
+    std::vector<SCMCachedEntry> takeRefusedEntries();
 
     void setTransactionInProgress(bool inProgress);
     bool isTransactionInProgress();

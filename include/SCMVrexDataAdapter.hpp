@@ -46,7 +46,7 @@ public:
     // The same, opening the file as `mode` says.
     SCMVrexDataAdapter(const std::string& dictionaryFile, const std::string& metaModelFile,
                        OpenMode mode);
-    // Writes the write cache, then closes the dictionary.
+    // Writes the write cache (what cannot be written then is lost), then closes the dictionary.
     ~SCMVrexDataAdapter() override;
 
     SCMData* getValue(SCMIdentity* identity) override;

@@ -51,7 +51,8 @@ public:
     // The direct road: stores the pair now in a transaction of its own.
     virtual SCMRegistry registerDataInTransaction(SCMIdentity* identity, SCMData* data);
     // Ends a registration run: writes what the write cache holds. IS_TRANSACTION_ERROR when there
-    // is no backend.
+    // is no backend. Entries the cache could not write are the backend's to report
+    // (getDataAdapter()->takeBatchFailures()).
     virtual SCMRegistry finalize();
     virtual SCMIdentityDataPair retrieveIdentityAndDataForName(SCMTypes type,
                                                                const std::string& name);

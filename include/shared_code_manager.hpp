@@ -4,6 +4,7 @@
 
 #include "SCMBasicUtilityData.hpp"
 #include "SCMBasicUtilityIdentity.hpp"
+#include "SCMCachedEntries.hpp"
 #include "SCMData.hpp"
 #include "SCMDataAdapter.hpp"
 #include "SCMGenericData.hpp"

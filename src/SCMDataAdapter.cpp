@@ -19,6 +19,24 @@ SCMRegistry SCMDataAdapter::finalize() {
 
 bool SCMDataAdapter::isBackendOwned(const SCMData*) const { return false; }
 
+SCMBatchFailures SCMDataAdapter::takeBatchFailures() {
+    if (cacheManager_ == nullptr) return {};
+    return cacheManager_->takeFailures();
+}
+
+std::size_t SCMDataAdapter::countBatchFailures() const {
+    return cacheManager_ == nullptr ? 0 : cacheManager_->failureCount();
+}
+
+std::string SCMDataAdapter::batchFailureReason() const {
+    return cacheManager_ == nullptr ? std::string() : cacheManager_->failureReason();
+}
+
+std::vector<SCMCachedEntry> SCMDataAdapter::takeRefusedEntries() {
+    if (cacheManager_ == nullptr) return {};
+    return cacheManager_->takeRefused();
+}
+
 void SCMDataAdapter::setTransactionInProgress(bool inProgress) {
     transactionInProgress_ = inProgress;
 }

@@ -1,17 +1,40 @@
 #include "SCMVrexDataCacheManager.hpp"
 
+#include <utility>
+
 #include "SCMCategoryClasses.hpp"
 #include "StoredObjects.hpp"
 #include "vrex/DataModelRepository.hpp"
 
 namespace SCM {
 
+namespace {
+
+std::pair<SCMIdentity*, SCMData*> findIn(const SCMVrexDataCacheManager::Entries& entries,
+                                         SCMTypes type, const std::string& name) {
+    for (const auto& [identity, data] : entries) {
+        if (data->getName() == name && identity->getType() == type) {
+            return {identity.get(), data.get()};
+        }
+    }
+    return {nullptr, nullptr};
+}
+
+bool holdsIn(const SCMVrexDataCacheManager::Entries& entries, const SCMData* data) {
+    for (const auto& entry : entries) {
+        if (entry.second.get() == data) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
 SCMVrexDataCacheManager::SCMVrexDataCacheManager(vrex::DataModelRepository* repository,
                                                  std::size_t limit)
     : entries_(std::make_unique<Entries>()), repository_(repository), limit_(limit) {}
 
 SCMVrexDataCacheManager::~SCMVrexDataCacheManager() {
-    if (!entries_->empty()) flush();
+    if (size() != 0) flush();
 }
 
 SCMRegistry SCMVrexDataCacheManager::add(SCMIdentity* identity, SCMData* data) {
@@ -23,26 +46,47 @@ SCMRegistry SCMVrexDataCacheManager::add(SCMIdentity* identity, SCMData* data) {
 
 SCMRegistry SCMVrexDataCacheManager::flushAndClear() {
     flush();
-    entries_->clear();
     return IS_REGISTERED;
 }
 
-// One dictionary function for the whole batch; its errors are swallowed.
+// The unwritten entries are retried in a batch of their own before the entries cached since, so
+// that a batch which cannot be written never holds back the entries that come after it.
 void SCMVrexDataCacheManager::flush() {
-    if (entries_->empty()) return;
+    Entries retried;
+    retried.swap(unwritten_);
+    writeOrKeep(retried);
+    writeOrKeep(*entries_);
+    if (unwritten_.empty()) failureReason_.clear();
+}
+
+// One dictionary function for the whole batch, which is empty afterwards: its entries are written,
+// or, when the batch failed, kept as unwritten with the reason. Its refusals count only when the
+// batch was written.
+void SCMVrexDataCacheManager::writeOrKeep(Entries& batch) {
+    if (batch.empty()) return;
+    std::vector<SCMCachedEntry> refused;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     repository_->performDictionaryFunction(
-        [this](tvdiag::util::diagnostics& batch) { writeBatch(batch); }, diagnostics);
-    diagnostics.clear();
+        [&](tvdiag::util::diagnostics& writing) { writeBatch(batch, refused, writing); },
+        diagnostics);
+    if (diagnostics.empty()) {
+        refused_.insert(refused_.end(), refused.begin(), refused.end());
+    } else {
+        unwritten_.merge(batch);  // distinct copies as keys: every entry moves
+        failureReason_ = diagnostics.messages();
+    }
+    batch.clear();
 }
 
 // Creates or merges each cached entry in cache order. The diagnostics list is shared by the whole
 // batch and never cleared in between: after a failed write every later entry takes the creating
 // branch, and the failed batch is rolled back as a whole by the dictionary function.
-void SCMVrexDataCacheManager::writeBatch(tvdiag::util::diagnostics& diagnostics) {
+// Entries whose stored record refuses them are added to `refused`.
+void SCMVrexDataCacheManager::writeBatch(const Entries& batch, std::vector<SCMCachedEntry>& refused,
+                                         tvdiag::util::diagnostics& diagnostics) {
     const vrex::MetamodelRef metamodel = repository_->metamodel(diagnostics);
     const SCMCategoryClasses categories(metamodel.findPackage("SCM"));
-    for (const auto& [identity, data] : *entries_) {
+    for (const auto& [identity, data] : batch) {
         const SCMCategoryClasses::Category& category = categories.of(identity->getTypeString());
 
         vrex::MatchConstraints constraints;
@@ -54,9 +98,13 @@ void SCMVrexDataCacheManager::writeBatch(tvdiag::util::diagnostics& diagnostics)
         if (diagnostics.empty() && !found.empty()) {
             std::unique_ptr<SCMData> stored = takeStoredData(
                 repository_->getPropertyValue(found.front(), category.data, diagnostics));
-            if (stored != nullptr && stored->update(data.get()) == IS_PRESENT_UPDATE) {
+            // A stored record that does not decode leaves the entry unwritten, unreported.
+            const SCMRegistry merged = stored != nullptr ? stored->update(data.get()) : IS_EMPTY;
+            if (merged == IS_PRESENT_UPDATE) {
                 repository_->setPropertyValue(found.front(), category.data, stored->toScriptValue(),
                                               diagnostics);
+            } else if (merged == IS_PRESENT_ERROR) {
+                refused.emplace_back(identity, data);
             }
             continue;
         }
@@ -73,23 +121,31 @@ void SCMVrexDataCacheManager::writeBatch(tvdiag::util::diagnostics& diagnostics)
     }
 }
 
+SCMBatchFailures SCMVrexDataCacheManager::takeFailures() {
+    SCMBatchFailures failures{{unwritten_.begin(), unwritten_.end()}, std::move(failureReason_)};
+    unwritten_.clear();
+    failureReason_.clear();
+    return failures;
+}
+
+std::size_t SCMVrexDataCacheManager::failureCount() const { return unwritten_.size(); }
+
+const std::string& SCMVrexDataCacheManager::failureReason() const { return failureReason_; }
+
+std::vector<SCMCachedEntry> SCMVrexDataCacheManager::takeRefused() {
+    return std::exchange(refused_, {});
+}
+
 std::pair<SCMIdentity*, SCMData*> SCMVrexDataCacheManager::findByName(
     SCMTypes type, const std::string& name) const {
-    for (const auto& [identity, data] : *entries_) {
-        if (data->getName() == name && identity->getType() == type) {
-            return {identity.get(), data.get()};
-        }
-    }
-    return {nullptr, nullptr};
+    const std::pair<SCMIdentity*, SCMData*> found = findIn(*entries_, type, name);
+    return found.second != nullptr ? found : findIn(unwritten_, type, name);
 }
 
 bool SCMVrexDataCacheManager::holds(const SCMData* data) const {
-    for (const auto& entry : *entries_) {
-        if (entry.second.get() == data) return true;
-    }
-    return false;
+    return holdsIn(*entries_, data) || holdsIn(unwritten_, data);
 }
 
-std::size_t SCMVrexDataCacheManager::size() const { return entries_->size(); }
+std::size_t SCMVrexDataCacheManager::size() const { return entries_->size() + unwritten_.size(); }
 
 }  // namespace SCM

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -103,7 +104,7 @@ TEST_F(RegistrationPaths, OneTransactionRegistersMergesAndRefuses) {
     for (SCMData* record : all) delete record;
 }
 
-TEST_F(RegistrationPaths, ARefusedMergeLeavesTheStoredTextAsItWas) {
+TEST_F(RegistrationPaths, ARefusedMergeLeavesTheStoredTextAsItWasAndTheCacheReportsIt) {
     SCM_SQLITE_ONLY("reads the stored texts through SQLite");
     SCMSharedFunctionIdentity function(5, 6, 7, 8);
     SCMSharedFunctionData add("add", "add.c");
@@ -115,6 +116,54 @@ TEST_F(RegistrationPaths, ARefusedMergeLeavesTheStoredTextAsItWas) {
     EXPECT_EQ(registry.registerData(&function, &other), WILL_BE_REGISTERED);
     EXPECT_EQ(registry.finalize(), IS_REGISTERED);
     EXPECT_EQ(storedData("SCM_SHARED_FUNCTIONS"), before);
+
+    const std::vector<SCMCachedEntry> refused = registry.getDataAdapter()->takeRefusedEntries();
+    ASSERT_EQ(refused.size(), 1u);
+    EXPECT_EQ(refused[0].first->getChecksum(), function.getChecksum());
+    EXPECT_EQ(static_cast<SCMSharedFunctionData&>(*refused[0].second).getFunctionName(), "other");
+    EXPECT_TRUE(registry.getDataAdapter()->takeRefusedEntries().empty()) << "handed over";
+}
+
+// While another connection holds the write lock, cached batches fail; the answers do not say so.
+TEST_F(RegistrationPaths, CachedEntriesOfAFailedBatchAreRetriedUntilTakenOver) {
+    SharedCodeManagerInterface holder(registry_.location());
+    setenv("SCM_BUSY_TIMEOUT_MS", "100", 1);
+    SharedCodeManagerInterface registry(registry_.location());
+    unsetenv("SCM_BUSY_TIMEOUT_MS");
+    SCMDataAdapter* adapter = registry.getDataAdapter();
+    auto stored = [adapter] {
+        return static_cast<SCMVrexDataAdapter*>(adapter)->getAllChildren(SCM_UTILITIES).size();
+    };
+    SCMBasicUtilityData record = utilityRecord("model_a");
+
+    ASSERT_TRUE(holder.getDataAdapter()->beginTransaction());
+    for (int i = 0; i < 51; ++i) {
+        SCMBasicUtilityIdentity key("rt_" + std::to_string(i));
+        EXPECT_EQ(registry.registerData(&key, &record), i < 50 ? WILL_BE_REGISTERED : IS_REGISTERED);
+    }
+    EXPECT_EQ(registry.finalize(), IS_REGISTERED);  // retried, still locked
+    EXPECT_EQ(adapter->countBatchFailures(), 51u);
+    const std::string reason = adapter->batchFailureReason();
+    EXPECT_NE(reason.find("lock"), std::string::npos) << reason;
+    SCMData* cached = registry.retrieveDataForName(SCM_UTILITIES, "rt_sat");
+    EXPECT_TRUE(cached != nullptr && adapter->isBackendOwned(cached));
+    ASSERT_TRUE(holder.getDataAdapter()->endTransaction());
+    EXPECT_EQ(registry.finalize(), IS_REGISTERED);
+    EXPECT_EQ(adapter->countBatchFailures(), 0u);
+    EXPECT_EQ(stored(), 51u);
+
+    ASSERT_TRUE(holder.getDataAdapter()->beginTransaction());
+    SCMBasicUtilityIdentity late("rt_late");
+    EXPECT_EQ(registry.registerData(&late, &record), WILL_BE_REGISTERED);
+    EXPECT_EQ(registry.finalize(), IS_REGISTERED);
+    const SCMBatchFailures failures = adapter->takeBatchFailures();
+    ASSERT_EQ(failures.entries.size(), 1u);
+    EXPECT_EQ(failures.entries[0].first->getChecksum(), late.getChecksum());
+    EXPECT_EQ(failures.entries[0].second->getName(), "rt_sat");
+    EXPECT_NE(failures.reason.find("lock"), std::string::npos) << failures.reason;
+    ASSERT_TRUE(holder.getDataAdapter()->endTransaction());
+    EXPECT_EQ(registry.finalize(), IS_REGISTERED);
+    EXPECT_EQ(stored(), 51u) << "taken entries are no longer retried";
 }
 
 TEST_F(RegistrationPaths, AClassWithoutNameTakesEntriesOnBothRoads) {

@@ -6,7 +6,9 @@ Heterogeneous. Properties and methods are generated from the catalogue and call 
 by name through the extension, so nothing here knows any particular class.
 """
 
+import functools
 import reprlib
+import warnings
 import weakref
 
 from . import _core
@@ -83,11 +85,16 @@ class Heterogeneous:
 
 
 class RegistryLifetime:
-    """What a registry adds to its published methods: close(), and use as a context manager.
+    """What a registry adds to its published methods: close(), use as a context manager, and the
+    reports of its write cache.
 
-    Leaving a `with` block calls finalize() (which writes what the write cache holds) and then
-    close(), also when the block raised; exceptions propagate. Mixed into the classes that
-    publish a "finalize" method.
+    A write-cache batch that cannot be written (the registry locked by another writer for too
+    long, say) does not change what registerDataUsingCaching and finalize answer: the cache keeps
+    its entries and retries them at its next write. finalize() warns (RuntimeWarning) while some
+    are left unwritten. Leaving a `with` block calls finalize() and then close(), also when the
+    block raised; exceptions propagate. When the block ended normally and entries are left
+    unwritten, it takes them and raises Error (identifier "scm:unwrittenEntries", the entries as
+    `entries`). Mixed into the classes that publish a "finalize" method.
     """
 
     __slots__ = ()
@@ -95,20 +102,60 @@ class RegistryLifetime:
     def __enter__(self):
         return self
 
-    def __exit__(self, *exception):
+    def __exit__(self, exception_type, *exception):
+        unwritten, reason = [], ""
         try:
             if not self._scm_object.released:
-                self.finalize()
+                _core.call_method(self._scm_object, "finalize", [])
+                if exception_type is None:
+                    unwritten, reason = self.take_unwritten_entries()
         finally:
             self.close()
+        if unwritten:
+            error = _core.Error(f"{len(unwritten)} cached entries could not be written to the "
+                                f"registry: {reason}")
+            error.identifier = "scm:unwrittenEntries"
+            error.entries = unwritten
+            raise error
         return False
 
     def close(self):
         """Releases the registry: the library object is deleted once no one else holds it,
-        which writes what the write cache still holds and closes the file. Later calls raise
-        ValueError; closing again does nothing."""
+        which writes what the write cache still holds (what fails then is lost) and closes the
+        file. Later calls raise ValueError; closing again does nothing."""
         self._scm_object.release()
         _open_registries.discard(self)
+
+    def take_unwritten_entries(self):
+        """([(identity, data), ...], reason): the entries the write cache could not write, and
+        why. They are handed over: the cache no longer retries them."""
+        entries, reason = _core.take_unwritten_entries(self._scm_object)
+        return _wrap_pairs(entries), reason
+
+    def take_refused_entries(self):
+        """[(identity, data), ...]: the cached entries that their stored records refused
+        (IS_PRESENT_ERROR), so that nothing was written for them; handed over."""
+        return _wrap_pairs(_core.take_refused_entries(self._scm_object))
+
+
+def _wrap_pairs(pairs):
+    return [(_wrap(identity), _wrap(data)) for identity, data in pairs]
+
+
+def _warning_finalize(finalize):
+    """The published finalize, warning when the write cache keeps entries it could not write."""
+
+    @functools.wraps(finalize)
+    def method(self, *arguments):
+        outcome = finalize(self, *arguments)
+        count, reason = _core.unwritten_entries(self._scm_object)
+        if count:
+            warnings.warn(f"{count} cached entries could not be written to the registry yet "
+                          f"(retried at the next finalize or close): {reason}", RuntimeWarning,
+                          stacklevel=2)
+        return outcome
+
+    return method
 
 
 # Both classes are part of the package's surface.
@@ -165,6 +212,8 @@ def _make_class(record, base):
         namespace[member["name"]] = _make_property(member)
     for member in record["methods"]:
         namespace[member["name"]] = _make_method(member, short_name)
+    if "finalize" in namespace:
+        namespace["finalize"] = _warning_finalize(namespace["finalize"])
     bases = (base, RegistryLifetime) if closable and not inherits_lifetime else (base,)
     return type(short_name, bases, namespace)
 

@@ -40,7 +40,8 @@ def class_doc(record, superclass_name, closable):
                     [member["usage"] for member in record["methods"] if not member["hidden"]])
     if closable:
         lines += ["", "A context manager: leaving a `with` block calls finalize() (which writes",
-                  "the write cache) and close() (which releases the registry file)."]
+                  "the write cache) and close() (which releases the registry file); it raises",
+                  "Error when cached entries are left unwritten (see RegistryLifetime)."]
     return "\n".join(lines)
 
 

@@ -1,11 +1,13 @@
 // SharedCodeManager._core: the by-name interface of the class system, with Python values. It
-// converts values and errors and nothing else; the package SharedCodeManager builds the Python
-// classes from the catalogue that describe_package() returns.
+// converts values and errors, and adds the write-cache reports that no published method carries;
+// the package SharedCodeManager builds the Python classes from the catalogue that
+// describe_package() returns.
 //
 // The library has no threads and no locks: every call here runs with the GIL held, so Python
 // threads reach it one at a time.
 #include <pybind11/pybind11.h>
 
+#include "CacheReports.hpp"
 #include "CatalogueDescription.hpp"
 #include "ErrorTranslation.hpp"
 #include "SCMModuleEntry.hpp"
@@ -76,4 +78,5 @@ PYBIND11_MODULE(_core, module) {
     module.def("set_property", &setProperty, py::arg("object"), py::arg("name"), py::arg("value"));
     module.def("call_method", &callMethod, py::arg("object"), py::arg("name"),
                py::arg("arguments"));
+    scmpy::registerCacheReports(module);
 }

@@ -4,6 +4,7 @@ lifetime as a Python object."""
 
 import json
 import pathlib
+import sqlite3
 
 import pytest
 
@@ -142,6 +143,22 @@ class TestLifetime:
                 registry.registerDataUsingCaching(*utility_entry("rt_foo", "foo", "m1"))
                 raise KeyError("generator failed")
         assert len(dump_in_new_interpreter(registry_path)["SCM_UTILITIES"]) == 1
+
+    @sqlite_only("holds the write lock through SQLite")
+    def test_a_block_that_leaves_cached_entries_unwritten_raises(self, registry_path, monkeypatch):
+        scm.SharedCodeManagerInterface(str(registry_path)).close()  # creates the file
+        monkeypatch.setenv("SCM_BUSY_TIMEOUT_MS", "100")
+        holder = sqlite3.connect(registry_path, isolation_level=None)
+        holder.execute("BEGIN IMMEDIATE")
+        try:
+            with pytest.raises(scm.Error, match="1 cached entries .*locked") as raised:
+                with scm.SharedCodeManagerInterface(str(registry_path)) as registry:
+                    registry.registerDataUsingCaching(*utility_entry("rt_foo", "foo", "m1"))
+                    with pytest.warns(RuntimeWarning, match="1 cached entries .*locked"):
+                        registry.finalize()
+        finally:
+            holder.close()
+        assert raised.value.entries[0][0].UtilityIdentifier == "rt_foo"
 
     def test_retrieved_objects_outlive_the_registry(self, registry_path):
         with scm.SharedCodeManagerInterface(str(registry_path)) as registry:

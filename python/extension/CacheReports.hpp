@@ -1,0 +1,18 @@
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+namespace scmpy {
+
+// Adds the functions that report what a registry's write cache could not write, which no
+// published method returns. Each takes the object of a registry (SharedCodeManagerInterface or
+// a subclass); an object of another class, or one without a backend, reports nothing.
+//   unwritten_entries(registry) -> (count, reason): the entries a failed batch left unwritten
+//       (the cache retries them), and why ("" when none); takes nothing.
+//   take_unwritten_entries(registry) -> ([(identity, data), ...], reason): hands them over.
+//   take_refused_entries(registry) -> [(identity, data), ...]: hands over the cached entries
+//       that their stored records refused.
+// Handed-over entries are fresh copies that Python owns.
+void registerCacheReports(pybind11::module_& module);
+
+}  // namespace scmpy
