@@ -12,13 +12,7 @@ namespace SCM {
 
 namespace {
 
-// `text` as a quoted JSON string for a message (every byte visible), cut after `limit` bytes.
-std::string quoted(const std::string& text, std::size_t limit = 80) {
-    std::string out;
-    kobj::json::appendString(out, text.substr(0, limit));
-    if (text.size() > limit) out.insert(out.size() - 1, "...");
-    return out;
-}
+std::string quoted(const std::string& text) { return kobj::json::quotedExcerpt(text); }
 
 }  // namespace
 
