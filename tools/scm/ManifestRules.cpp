@@ -44,9 +44,9 @@ std::string categoryTexts() {
     return texts;
 }
 
-bool isGenericRecord(const std::string& recordClass) {
+bool isGenericRecord(const char* recordClass) {
     for (const char* generic : kGenericRecords) {
-        if (recordClass == generic) return true;
+        if (std::strcmp(recordClass, generic) == 0) return true;
     }
     return false;
 }
@@ -79,13 +79,13 @@ bool checkIdentityTexts(const kobj::EncodedObject& identity, std::string& proble
 }
 
 bool checkRecordClass(const OwnedEntry& entry, std::string& problem) {
-    const std::string recordClass = entry.data->getFullyQualifiedKobjTypeName();
+    const char* const recordClass = entry.data->getFullyQualifiedKobjTypeName();
     const SCM::SCMTypes category = entry.identity->getType();
     const bool generic = dynamic_cast<const SCM::SCMGenericIdentity*>(entry.identity.get()) != nullptr;
     if (generic && isGenericRecord(recordClass)) return true;
     for (const CategoryRecord& own : kCategoryRecords) {
-        if (own.category == category && recordClass != own.recordClass) {
-            return refuse("\"data\": class " + recordClass + " is no record of category " +
+        if (own.category == category && std::strcmp(recordClass, own.recordClass) != 0) {
+            return refuse(std::string("\"data\": class ") + recordClass + " is no record of category " +
                               SCM::scmTypeToString(category) + " (it takes " + own.recordClass +
                               (generic ? ", or a generic record with a GenericIdentity)" : ")"),
                           problem);
