@@ -142,8 +142,8 @@ private:
             do {
                 std::string bytes;
                 if (!take('"')) {
-                    return fail(next_ != end_ && *next_ == '[' ? "a list holds texts only, not lists"
-                                                              : "a list holds texts only");
+                    const bool nested = next_ != end_ && *next_ == '[';
+                    return fail(nested ? "a list holds texts only, not lists" : "a list holds texts only");
                 }
                 if (!readString(bytes)) return false;
                 cells.push_back(qaArray::fromText(std::move(bytes)));
@@ -201,7 +201,7 @@ private:
             } else if (byte < 0x20) {
                 return fail("a control character in a string must be escaped", next_ - 1);
             } else {
-                return fail(kBeyondLatin1, next_ - 1);  // invalid UTF-8 or a code point above U+00FF
+                return fail(kBeyondLatin1, next_ - 1);  // invalid UTF-8, or beyond U+00FF
             }
         }
         return fail("the string is not closed");

@@ -30,8 +30,7 @@ public:
         }
         skipSpace();
         // A NUL byte after the entry ends the line, as general JSON parsers read it.
-        if (next_ != end_ && *next_ != '\0') return fail("unexpected text after the entry", problem);
-        return true;
+        return next_ == end_ || *next_ == '\0' || fail("unexpected text after the entry", problem);
     }
 
 private:
@@ -58,7 +57,9 @@ private:
         seen = true;
         if (!take(':')) return fail("expected ':' after the member name", problem);
         skipSpace();
-        if (next_ == end_ || *next_ != '{') return fail("\"" + name + "\" is not an object", problem);
+        if (next_ == end_ || *next_ != '{') {
+            return fail("\"" + name + "\" is not an object", problem);
+        }
         if (!kobj::readEncodedObjectAt(next_, end_, isIdentity ? identity : data, error)) {
             return fail(error, "\"" + name + "\" ", problem);
         }

@@ -29,6 +29,13 @@ const char* const kGenericRecords[] = {"SharedCodeManager.GenericData",
 
 const char* const kKeyTexts[] = {"UtilityIdentifier", "SymbolString", "DesiredIdentifier"};
 
+bool isKeyText(const std::string& name) {
+    for (const char* keyText : kKeyTexts) {
+        if (name == keyText) return true;
+    }
+    return false;
+}
+
 bool isCategoryText(const std::string& text) {
     for (SCM::SCMTypes category : allCategories()) {
         if (text == SCM::scmTypeToPropertyText(category)) return true;
@@ -67,12 +74,10 @@ bool checkIdentityTexts(const kobj::EncodedObject& identity, std::string& proble
                               " is no category (" + categoryTexts() + ")",
                           problem);
         }
-        for (const char* keyText : kKeyTexts) {
-            if (isText && name == keyText && std::memchr(value.text().data(), '\0', value.text().size())) {
-                return refuse("\"identity\": property \"" + name +
-                                  "\": a NUL byte (the checksum would end there)",
-                              problem);
-            }
+        if (isText && isKeyText(name) && value.text().find('\0') != std::string::npos) {
+            return refuse("\"identity\": property \"" + name +
+                              "\": a NUL byte (the checksum would end there)",
+                          problem);
         }
     }
     return true;
@@ -81,12 +86,14 @@ bool checkIdentityTexts(const kobj::EncodedObject& identity, std::string& proble
 bool checkRecordClass(const OwnedEntry& entry, std::string& problem) {
     const char* const recordClass = entry.data->getFullyQualifiedKobjTypeName();
     const SCM::SCMTypes category = entry.identity->getType();
-    const bool generic = dynamic_cast<const SCM::SCMGenericIdentity*>(entry.identity.get()) != nullptr;
+    const bool generic =
+        dynamic_cast<const SCM::SCMGenericIdentity*>(entry.identity.get()) != nullptr;
     if (generic && isGenericRecord(recordClass)) return true;
     for (const CategoryRecord& own : kCategoryRecords) {
         if (own.category == category && std::strcmp(recordClass, own.recordClass) != 0) {
-            return refuse(std::string("\"data\": class ") + recordClass + " is no record of category " +
-                              SCM::scmTypeToString(category) + " (it takes " + own.recordClass +
+            return refuse(std::string("\"data\": class ") + recordClass +
+                              " is no record of category " + SCM::scmTypeToString(category) +
+                              " (it takes " + own.recordClass +
                               (generic ? ", or a generic record with a GenericIdentity)" : ")"),
                           problem);
         }
