@@ -1,10 +1,12 @@
-// Fuzzes the scm tool's manifest reader with arbitrary manifests. It must never crash, every
-// entry it accepts must write out as a manifest line that reads back into the same line, and each
-// line must get the same answer from the one-pass reading as from the general JSON reading.
+// Fuzzes the scm tool's manifest reader with arbitrary manifests. It must never crash, every line
+// it accepts must be valid JSON (a general parser, the oracle, reads it too), and every entry it
+// accepts must write out as a manifest line that reads back into the same line.
 #include <cstddef>
 #include <cstdint>
 #include <sstream>
 #include <string>
+
+#include <nlohmann/json.hpp>
 
 #include "scm/ManifestLine.hpp"
 #include "scm/ManifestReader.hpp"
@@ -17,21 +19,11 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 namespace {
 
-// The answer of a reading: the written-out entry, or the problem.
-std::string answer(bool parsed, const scm_tool::OwnedEntry& entry, const std::string& problem) {
-    return parsed ? scm_tool::manifestLine(*entry.identity, *entry.data) : "problem: " + problem;
-}
-
-void compareReadings(const std::string& line) {
-    scm_tool::OwnedEntry entry;
-    std::string problem;
-    const bool parsed = scm_tool::parseManifestLine(line, entry, problem);
-    scm_tool::OwnedEntry jsonEntry;
-    std::string jsonProblem;
-    const bool jsonParsed = scm_tool::parseManifestLineAsJson(line, jsonEntry, jsonProblem);
-    if (answer(parsed, entry, problem) != answer(jsonParsed, jsonEntry, jsonProblem)) {
-        __builtin_trap();
-    }
+// An accepted line is JSON; a NUL byte after the entry ends it, as for the general parser. The
+// oracle only checks the syntax (no tree), so a deep line cannot exhaust its stack.
+void checkAcceptedLineIsJson(const std::string& line) {
+    const std::string text = line.substr(0, line.find('\0'));
+    if (!nlohmann::json::accept(text)) __builtin_trap();
 }
 
 }  // namespace
@@ -40,7 +32,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(reinterpret_cast<const char*>(data), size);
     std::istringstream lines(text);
     std::string line;
-    while (std::getline(lines, line)) compareReadings(line);
+    while (std::getline(lines, line)) {
+        scm_tool::OwnedEntry entry;
+        std::string problem;
+        if (scm_tool::parseManifestLine(line, entry, problem)) {
+            checkAcceptedLineIsJson(line);
+        } else if (problem.empty() || problem.size() > 1000) {
+            __builtin_trap();  // every refusal says why, quoting a short excerpt at most
+        }
+    }
 
     std::istringstream manifest(text);
     scm_tool::ManifestReader reader(manifest);

@@ -13,13 +13,7 @@ namespace SCM {
 
 namespace {
 
-// `text` as a quoted JSON string for a message (every byte visible), cut after `limit` bytes.
-std::string quoted(const std::string& text, std::size_t limit = 80) {
-    std::string out;
-    kobj::json::appendString(out, text.substr(0, limit));
-    if (text.size() > limit) out.insert(out.size() - 1, "...");
-    return out;
-}
+std::string quoted(const std::string& text) { return kobj::json::quotedExcerpt(text); }
 
 // Whether a record of the published class `recordClass` belongs in `category` (its dictionary
 // class). As permissive as registration, which stores any record under any identity: the base

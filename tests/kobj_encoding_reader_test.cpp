@@ -50,7 +50,13 @@ std::string disagreement(const std::string& text) {
     kobj::EncodedObject onePass;
     const std::string expected =
         describe(kobjtest::readWithGeneralParser(text, general), general, true);
-    const std::string actual = describe(kobj::readEncodedObject(text, onePass), onePass, false);
+    kobj::ReadError error;
+    const bool accepted = kobj::readEncodedObject(text, onePass, error);
+    if (accepted != kobj::readEncodedObject(text, onePass)) return "the readings with and without error differ";
+    if (!accepted && (error.message.empty() || error.column < 1 || error.column > text.size() + 1)) {
+        return "refused at column " + std::to_string(error.column) + ": " + error.message;
+    }
+    const std::string actual = describe(accepted, onePass, false);
     // A member name beyond Latin-1 is no property name: the one-pass reader refuses it early.
     if (expected == actual || (expected == "name outside Latin-1" && actual == "refused")) return "";
     return "general parser: " + expected + "\none-pass reader: " + actual;
@@ -104,13 +110,44 @@ TEST(KobjEncodingReaderTest, AgreesWithAGeneralParserOnEveryMutation) {
     EXPECT_GT(checked, 10000);
 }
 
-TEST(KobjEncodingReaderTest, RefusesNumbersThatAreNoInt32OrUInt32) {
-    for (const char* number : {"1.0", "1e3", "01", "-", "--1", "+1", "4294967296", "-2147483649",
-                               "99999999999999999999999", "0x10"}) {
-        const std::string text = std::string("{\"class\":\"p.C\",\"A\":") + number + "}";
+// Each refusal says where (the 1-based column) and what, naming the property of a bad value.
+TEST(KobjEncodingReaderTest, RefusalsSayWhatAndWhere) {
+    struct Case {
+        std::string value;  // of property "A"
+        std::size_t column;
+        const char* message;
+    };
+    const std::string kValueAt = "{\"class\":\"p.C\",\"A\":";  // the value starts at column 20
+    const std::string deep = std::string(100000, '[') + std::string(100000, ']');
+    const std::vector<Case> cases = {
+        {"1.0", 20, "property \"A\": a number with a fraction"},
+        {"1e3", 20, "property \"A\": a number with a fraction"},
+        {"01", 21, "expected ',' or '}'"},
+        {"-", 20, "property \"A\": not a value"},
+        {"--1", 20, "property \"A\": not a value"},
+        {"+1", 20, "property \"A\": not a value"},
+        {"4294967296", 20, "property \"A\": the integer is out of range"},
+        {"-2147483649", 20, "property \"A\": the integer is out of range"},
+        {"99999999999999999999999", 20, "property \"A\": the integer is out of range"},
+        {"0x10", 21, "expected ',' or '}'"},
+        {"null", 20, "property \"A\": null is not a value"},
+        {"[\"x\",[]]", 25, "property \"A\": a list holds texts only, not lists"},
+        {deep, 21, "property \"A\": a list holds texts only, not lists"},
+        {"{}", 20, "property \"A\": an object is not a value"},
+        {"\"ab\\u0100\"", 23, "property \"A\": a character above U+00FF"},
+        {"\"a\tb\"", 22, "property \"A\": a control character"},
+        {"1,\"A\":2", 22, "property \"A\": given twice"},
+        {"1,\"class\":\"q\"", 22, "\"class\" is given twice"},
+    };
+    for (const Case& row : cases) {
+        const std::string text = kValueAt + row.value + "}";
         kobj::EncodedObject object;
-        EXPECT_FALSE(kobj::readEncodedObject(text, object)) << number;
-        EXPECT_EQ(disagreement(text), "") << number;
+        kobj::ReadError error;
+        EXPECT_FALSE(kobj::readEncodedObject(text, object, error)) << row.value.substr(0, 40);
+        EXPECT_EQ(error.column, row.column) << row.value.substr(0, 40);
+        EXPECT_NE(error.message.find(row.message), std::string::npos)
+            << row.value.substr(0, 40) << ": " << error.message;
+        EXPECT_EQ(disagreement(text), "") << row.value.substr(0, 40);
     }
 }
 

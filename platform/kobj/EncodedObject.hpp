@@ -8,6 +8,14 @@
 
 namespace kobj {
 
+// Why a text was refused: where (the 1-based column, in bytes from where the reading started) and
+// what, in a sentence without that column ("property \"Name\": an array holds texts only, not
+// arrays"). A message quotes at most a short excerpt of the text.
+struct ReadError {
+    std::size_t column = 0;
+    std::string message;
+};
+
 // An object as the whole-object encoding holds it: its published class name and its property
 // values, in the order of the text.
 struct EncodedObject {
@@ -23,10 +31,23 @@ struct EncodedObject {
 // input.
 bool readEncodedObject(const std::string& text, EncodedObject& object);
 
+// The same, and on failure `error` says what is wrong and where; a value's error names its
+// property.
+bool readEncodedObject(const std::string& text, EncodedObject& object, ReadError& error);
+
 // Reads one encoding that starts at `next` (after optional white space) inside a longer text
 // ending at `end`, with the same rules but for the byte order mark and what follows the object,
 // which is not looked at. On success `next` points just past the object's closing brace; on
 // failure `next` is unchanged and `object` unspecified.
 bool readEncodedObjectAt(const char*& next, const char* end, EncodedObject& object);
+
+// The same, and on failure `error` says what is wrong, its column counted from `next`.
+bool readEncodedObjectAt(const char*& next, const char* end, EncodedObject& object,
+                         ReadError& error);
+
+// Reads one JSON string that starts at `next` (after optional white space, at its opening quote)
+// as bytes, with the encoding's rules for texts. On success `next` points just past the closing
+// quote; on failure `next` is unchanged and `error` says why, its column counted from `next`.
+bool readEncodedString(const char*& next, const char* end, std::string& bytes, ReadError& error);
 
 }  // namespace kobj

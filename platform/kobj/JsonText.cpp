@@ -46,6 +46,13 @@ void appendString(std::string& out, const std::string& bytes) {
     out += '"';
 }
 
+std::string quotedExcerpt(const std::string& bytes, std::size_t limit) {
+    std::string out;
+    appendString(out, bytes.substr(0, limit));
+    if (bytes.size() > limit) out.insert(out.size() - 1, "...");
+    return out;
+}
+
 // A validated UTF-8 text holds code points up to U+00FF as single bytes (ASCII) or as the
 // two-byte sequences that start with 0xC2 or 0xC3; any other lead byte means a larger code point.
 bool bytesFromUtf8(const std::string& utf8, std::string& bytes) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 // How the whole-object encoding writes 8-bit strings as JSON strings, byte for byte.
@@ -13,6 +14,10 @@ namespace kobj::json {
 
 // Appends `bytes` to `out` as a JSON string literal, quotes included.
 void appendString(std::string& out, const std::string& bytes);
+
+// `bytes` as a JSON string literal for a message (every byte visible), cut after `limit` bytes
+// with "..." before the closing quote: a message never repeats a long input whole.
+std::string quotedExcerpt(const std::string& bytes, std::size_t limit = 80);
 
 // The bytes of a JSON string's value as a JSON parser delivers it (UTF-8). Returns false, leaving
 // `bytes` unspecified, when the value holds a code point above U+00FF.

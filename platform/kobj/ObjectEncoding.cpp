@@ -18,6 +18,12 @@ namespace kobj {
 
 namespace {
 
+// A name from the text for a message: cut after 80 bytes, so that a long input is never repeated
+// whole.
+std::string shown(const std::string& name) {
+    return name.size() <= 80 ? name : name.substr(0, 80) + "...";
+}
+
 Error notEncodable(const ClassRecord& record, const std::string& why) {
     return Error("kobj:notEncodable",
                  "Objects of class " + record.name() + " cannot be encoded: " + why + ".");
@@ -72,7 +78,7 @@ void restoreProperties(tv::mi::Handle& object, const ClassRecord& record, Encode
         const COSPropInfo* property = record.findProperty(name);
         if (property == nullptr) {
             throw Error("kobj:unknownProperty",
-                        "Class " + record.name() + " has no property " + name + ".");
+                        "Class " + record.name() + " has no property " + shown(name) + ".");
         }
         if (attributes::isDependent(property->attributes())) {
             dependent.emplace_back(property, &value);
@@ -158,9 +164,9 @@ qaArray decodeObject(EncodedObject&& encoded, const std::string& requiredClass,
     try {
         const ClassRecord* record = ClassRegistry::instance().findClass(encoded.className);
         if (record == nullptr) {
-            problem = "There is no class " + encoded.className + ".";
+            problem = "There is no class " + shown(encoded.className) + ".";
         } else if (!record->isA(requiredClass)) {
-            problem = "Class " + encoded.className + " is not a " + requiredClass + ".";
+            problem = "Class " + shown(encoded.className) + " is not a " + requiredClass + ".";
         } else if (!isEncodable(*record)) {
             problem = "Objects of class " + encoded.className +
                       " cannot be rebuilt: it has no published constructor or no settable property.";

@@ -122,7 +122,7 @@ TEST_F(ScmRegister, MalformedLinesAreReportedAndKeepGoingKeepsTheValidLines) {
     EXPECT_EQ(scm({"list", registry(), "--names"}).out, "");
     const ToolRun run = scm({"register", registry(), "mixed.jsonl", "--keep-going"});
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(contains(run.out, "mixed.jsonl:2: error: not valid JSON at column 14")) << run.out;
+    EXPECT_TRUE(contains(run.out, "mixed.jsonl:2: error: at column 14: \"identity\" is not an object")) << run.out;
     EXPECT_TRUE(contains(run.out, "mixed.jsonl:5: error: \"identity\": There is no class "
                                   "SharedCodeManager.NoSuchIdentity.\n"))
         << run.out;
@@ -130,7 +130,7 @@ TEST_F(ScmRegister, MalformedLinesAreReportedAndKeepGoingKeepsTheValidLines) {
                                   "SharedCodeManager.SharedFunctionIdentity: Value must be an "
                                   "integer scalar in the uint32 range"))
         << run.out;
-    EXPECT_TRUE(contains(run.out, "mixed.jsonl:7: error: the line is not a JSON object\n")) << run.out;
+    EXPECT_TRUE(contains(run.out, "mixed.jsonl:7: error: at column 1: the line is not a JSON object\n")) << run.out;
     EXPECT_TRUE(contains(run.out, "registered 3, merged 0, clashes 0, errors 4 (7 entries")) << run.out;
     EXPECT_EQ(scm({"list", registry(), "--names"}).out, "rt_one\nrt_two\nrt_three\n");
 }
@@ -141,7 +141,7 @@ TEST_F(ScmRegister, StandardInputIsAManifest) {
     EXPECT_TRUE(contains(run.out, "registered 8, merged 0")) << run.out;
     writeManifest("broken.jsonl", {"nonsense"});
     EXPECT_TRUE(contains(scm({"register", registry(), "-"}, "broken.jsonl").out,
-                         "<stdin>:1: error: not valid JSON"));
+                         "<stdin>:1: error: at column 1: the line is not a JSON object"));
 }
 
 // Each registration is a nested transaction of the run's one transaction: an entry the registry

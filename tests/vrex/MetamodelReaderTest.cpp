@@ -73,7 +73,17 @@ TEST_P(BadMetamodelTest, IsRefusedWithFileAndLineAndNoRegistryIsMade) {
 #define HEAD "<?xml version=\"1.0\"?>\n<metamodel name=\"m\" version=\"1\">\n<package name=\"P\">\n"
 #define TAIL "</package>\n</metamodel>\n"
 
+// Elements nested 1,000 deep on line 4: libxml2's own depth limit (256 levels, 2048 with
+// XML_PARSE_HUGE) must refuse them.
+std::string deepMetamodel() {
+    std::string xml = HEAD;
+    for (int i = 0; i < 1000; ++i) xml += "<class>";
+    return xml + "\n" TAIL;
+}
+const std::string kDeepMetamodel = deepMetamodel();
+
 const BadMetamodel kBadMetamodels[] = {
+        BadMetamodel{"nested too deep", kDeepMetamodel.c_str(), "vrex:metamodel:malformed", 4, "depth"},
         BadMetamodel{"unclosed element", HEAD "<class name=\"C\">\n<property name=\"a\" kind=\"text\">\n</class>\n" TAIL,
                      "vrex:metamodel:malformed", 6, "mismatch"},
         BadMetamodel{"not XML", "Checksum, Name\n", "vrex:metamodel:malformed", 1, "Start tag expected"},

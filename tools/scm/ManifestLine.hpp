@@ -16,16 +16,11 @@
 // point, so only U+0000 to U+00FF can be written. docs/manifest.md describes the format.
 namespace scm_tool {
 
-// Reads one manifest line into `entry`. Returns false, with `problem` saying what is wrong (a
-// sentence without the file and line), when the line is not an entry. A line written the usual
-// way is read in one pass by the class system's reader (ManifestHalves.hpp); any other line, and
-// every line that is not an entry, is read by parseManifestLineAsJson, whose answer it gives.
+// Reads one manifest line into `entry`, in one pass (ManifestHalves.hpp), then checks it by the
+// rules of ManifestRules.hpp. Returns false, with `entry` empty and `problem` saying what is wrong
+// (a sentence without the file and line, naming the property at fault, quoting at most a short
+// excerpt of the line), when the line is not an entry.
 bool parseManifestLine(const std::string& line, OwnedEntry& entry, std::string& problem);
-
-// The same, reading the line as general JSON first and each half as the whole-object encoding
-// then: slower, but it says where a line is not valid JSON ("at column 15: ..."). Both readings
-// accept the same entries and build equal objects from them.
-bool parseManifestLineAsJson(const std::string& line, OwnedEntry& entry, std::string& problem);
 
 // The manifest line of an entry, without the line end, with full class names. Registering it
 // rebuilds objects with equal fields, the identity's checksum included.
