@@ -123,7 +123,7 @@ void libraryTool(benchmark::State& state, StoreTemplates& templates, std::uint64
     std::istringstream in(std::move(manifest));
     scm_tool::RegistrationReport report;
     scm_tool::ProgressBar progress(0, false);
-    scm_tool::Registration registration(registry, report, progress, nullptr);
+    scm_tool::Registration registration(registry, report, progress, nullptr, true);
     timeOnce(state, count, [&] {
         bool ok = registry.adapter().beginTransaction();
         registration.registerManifest(in, "bench");

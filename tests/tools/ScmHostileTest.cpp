@@ -131,6 +131,15 @@ void writeGoodManifest(ScmHostile& test) {
     vrex_test::writeBytes(test.file("good.jsonl"), utilityLine("rt_a") + utilityLine("rt_b"));
 }
 
+// A registry whose utilities' table refuses the entry named rt_b.
+void refuseOneEntry(ScmHostile& test) {
+    test.registerUtilities(1);
+    writeGoodManifest(test);
+    execSql(test.registry(),
+            "CREATE TRIGGER refuse_b BEFORE INSERT ON \"SCM_UTILITIES\" WHEN NEW.\"Name\" = 'rt_b' "
+            "BEGIN SELECT RAISE(ABORT, 'refused by a test'); END");
+}
+
 RunSetup withEnvironment(const std::string& name, const std::string& value) {
     RunSetup setup;
     setup.environment = {{name, value}};
@@ -200,6 +209,8 @@ const HostileCase kHostileCases[] = {
      {"register", kRegistry, "deep.jsonl"}, {}, 2, "deep.jsonl:2: error", 0},
     {"KeepGoingKeepsTheGoodLinesAroundADeepOne", writeDeepManifest,
      {"register", kRegistry, "deep.jsonl", "--keep-going"}, {}, 2, "errors 1", 2},
+    {"AStoreErrorStopsTheRunAndWritesNothing", refuseOneEntry,
+     {"register", kRegistry, "good.jsonl"}, {}, 2, "the run stopped at the first entry", 1, true},
     {"AMissingManifestWritesNothing", writeGoodManifest,
      {"register", kRegistry, "good.jsonl", "absent.jsonl"}, {}, 2, "nothing was written", 0},
     {"ListOfADamagedPage", &ScmHostile::damageALeafPage, {"list", kRegistry}, {}, 2,

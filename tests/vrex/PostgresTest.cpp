@@ -166,6 +166,8 @@ TEST_F(PostgresTest, AServerThatDoesNotAnswerFailsTheOpen) {
     EXPECT_FALSE(repository.isOpen());
 }
 
+// A transaction whose connection is lost is lost whole: nothing later in it reconnects or falls
+// back to transactions of its own (which once committed most of a run reported as not kept).
 TEST_F(PostgresTest, ALostConnectionEndsTheTransactionAndTheNextOneConnectsAgain) {
     vrex::DataModelRepository repository;
     ASSERT_EQ(openRepository(repository, uri_), "");
@@ -179,20 +181,57 @@ TEST_F(PostgresTest, ALostConnectionEndsTheTransactionAndTheNextOneConnectsAgain
     ASSERT_EQ(admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
                     "' AND pid <> pg_backend_pid()"),
               "");
+    auto createNamed = [&](const char* checksum) {
+        tvdiag::util::diagnostics result;
+        repository.performDictionaryFunction(
+            [&](tvdiag::util::diagnostics& inside) {
+                vrex::ObjectRef object = repository.createObject(utilities.cls, inside);
+                repository.setPropertyValue(object, utilities.checksum, qaArray::fromText(checksum), inside);
+            },
+            result);
+        return identifiers(result);
+    };
+    EXPECT_NE(createNamed("first after"), "");  // finds the connection lost
+    EXPECT_EQ(createNamed("second after"), "vrex:transaction:lost ");
     repository.commitTransaction(diagnostics);
-    EXPECT_NE(identifiers(diagnostics).find("vrex:transaction:commitFailed"), std::string::npos)
-        << diagnostics.toString();
+    EXPECT_EQ(identifiers(diagnostics), "vrex:transaction:lost ") << diagnostics.toString();
     EXPECT_FALSE(repository.isTransactionOpen());
+    EXPECT_EQ(value("SELECT count(*) FROM scm.scm_utilities"), "0");
 
-    tvdiag::util::diagnostics again;
-    repository.performDictionaryFunction(
-        [&](tvdiag::util::diagnostics& inside) {
-            vrex::ObjectRef kept = repository.createObject(utilities.cls, inside);
-            repository.setPropertyValue(kept, utilities.checksum, qaArray::fromText("kept"), inside);
-        },
-        again);
-    EXPECT_EQ(again.toString(), "");
+    EXPECT_EQ(createNamed("kept"), "");  // a new transaction connects again
     EXPECT_EQ(value("SELECT string_agg(convert_from(checksum, 'UTF8'), ',') FROM scm.scm_utilities"), "kept");
+}
+
+// A statement the server refuses inside a transaction is undone alone by its savepoint; the
+// transaction goes on and keeps the rest.
+TEST_F(PostgresTest, ARefusedWriteInsideATransactionIsUndoneAlone) {
+    vrex::DataModelRepository repository;
+    ASSERT_EQ(openRepository(repository, uri_), "");
+    ASSERT_EQ(admin("CREATE FUNCTION scm.refuse() RETURNS trigger LANGUAGE plpgsql AS "
+                    "$$BEGIN IF NEW.checksum = 'refused'::bytea THEN RAISE EXCEPTION 'refused by a test'; "
+                    "END IF; RETURN NEW; END$$; CREATE TRIGGER refuse BEFORE INSERT OR UPDATE ON "
+                    "scm.scm_utilities FOR EACH ROW EXECUTE FUNCTION scm.refuse()",
+                    true),
+              "");
+    Category utilities(repository, "SCM_UTILITIES");
+    tvdiag::util::diagnostics diagnostics;
+    repository.beginTransaction(diagnostics);
+    std::string refusals;
+    for (const char* checksum : {"a", "refused", "b"}) {
+        tvdiag::util::diagnostics entry;
+        repository.performDictionaryFunction(
+            [&](tvdiag::util::diagnostics& inside) {
+                vrex::ObjectRef object = repository.createObject(utilities.cls, inside);
+                repository.setPropertyValue(object, utilities.checksum, qaArray::fromText(checksum), inside);
+            },
+            entry);
+        refusals += entry.toString();
+    }
+    EXPECT_NE(refusals.find("refused by a test (SQLSTATE P0001)"), std::string::npos) << refusals;
+    repository.commitTransaction(diagnostics);
+    EXPECT_EQ(diagnostics.toString(), "");
+    EXPECT_EQ(value("SELECT string_agg(convert_from(checksum, 'UTF8'), ',' ORDER BY _id) FROM scm.scm_utilities"),
+              "a,b");
 }
 
 TEST_F(PostgresTest, AWriterWaitsForTheWriteLockNoLongerThanTheBusyTimeout) {

@@ -48,16 +48,22 @@ int runRegister(const RegisterOptions& options) {
     RegistrationReport report;
     ProgressBar progress(totalSize(options.manifests),
                          !options.verbose && ::isatty(STDERR_FILENO) == 1);
-    Registration registration(registry, report, progress, options.verbose ? &std::cout : nullptr);
+    Registration registration(registry, report, progress, options.verbose ? &std::cout : nullptr,
+                              !options.keepGoing);
 
     // One transaction for the whole run: batch speed, and either the whole run is kept or none.
     RunTransaction run(registry);
-    for (const std::string& manifest : options.manifests) registerManifest(registration, manifest);
+    for (const std::string& manifest : options.manifests) {
+        if (!registration.stopped()) registerManifest(registration, manifest);
+    }
     std::string reason;
     if (report.hasErrors() && !options.keepGoing) {
         run.abandon();
-        report.setFailure("nothing was written: the run had errors (--keep-going keeps the "
-                          "entries that could be stored)");
+        report.setFailure(registration.stopped()
+                              ? "nothing was written: the run stopped at the first entry the "
+                                "registry could not store"
+                              : "nothing was written: the run had errors (--keep-going keeps the "
+                                "entries that could be stored)");
     } else if (!run.commit(reason)) {
         report.setFailure("nothing was kept: the registry \"" + registry.path() +
                           "\" could not commit the run: " + reason);

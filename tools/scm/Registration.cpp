@@ -27,13 +27,17 @@ std::string Registration::storeError(SCM::SCMRegistry outcome) const {
 }
 
 Registration::Registration(OpenRegistry& registry, RegistrationReport& report,
-                           ProgressBar& progress, std::ostream* verbose)
-    : registry_(registry), report_(report), progress_(progress), verbose_(verbose) {}
+                           ProgressBar& progress, std::ostream* verbose, bool stopAtStoreError)
+    : registry_(registry),
+      report_(report),
+      progress_(progress),
+      verbose_(verbose),
+      stopAtStoreError_(stopAtStoreError) {}
 
 void Registration::registerManifest(std::istream& in, const std::string& source) {
     ManifestReader reader(in);
     ManifestItem item;
-    while (reader.next(item)) {
+    while (!stopped_ && reader.next(item)) {
         registerItem(source, item);
         progress_.update(++entries_, bytesBefore_ + reader.bytesRead());
     }
@@ -81,6 +85,7 @@ Outcome Registration::registerEntry(OwnedEntry& entry, ReportedEntry& reported) 
         }
         default:
             reported.message = "the registry could not store the entry: " + storeError(outcome);
+            stopped_ = stopAtStoreError_;
             return Outcome::Error;
     }
 }

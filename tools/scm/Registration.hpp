@@ -19,14 +19,17 @@ namespace scm_tool {
 // The registry, report, progress bar and verbose stream stay the caller's and must outlive this.
 class Registration {
 public:
-    // `verbose`: when not null, one line per entry with its outcome.
+    // `verbose`: when not null, one line per entry with its outcome. `stopAtStoreError`: the
+    // first entry the registry cannot store ends the run (nothing will be kept of it anyway).
     Registration(OpenRegistry& registry, RegistrationReport& report, ProgressBar& progress,
-                 std::ostream* verbose);
+                 std::ostream* verbose, bool stopAtStoreError);
 
     // Registers every entry of `in`; `source` names the manifest in the report.
     void registerManifest(std::istream& in, const std::string& source);
     // Reports a manifest that cannot be read at all.
     void reportUnreadable(const std::string& source, const std::string& reason);
+    // True once an entry could not be stored and the run stops at it.
+    bool stopped() const { return stopped_; }
 
 private:
     void registerItem(const std::string& source, ManifestItem& item);
@@ -38,6 +41,8 @@ private:
     RegistrationReport& report_;
     ProgressBar& progress_;
     std::ostream* verbose_;
+    bool stopAtStoreError_;
+    bool stopped_ = false;
     std::uint64_t bytesBefore_ = 0;  // of the manifests already read
     std::uint64_t entries_ = 0;
 };

@@ -79,14 +79,14 @@ bool PgConnection::isInTransaction() const {
 }
 
 bool PgConnection::exec(const std::string& sql) {
-    if (connection_ == nullptr) return false;
+    if (connection_ == nullptr || refuseInAbortedTransaction(sql)) return false;
     PgResult result(PQexec(connection_, sql.c_str()));
     if (!result.ok()) fail(result.handle());
     return result.ok();
 }
 
 PgResult PgConnection::query(const std::string& sql, const PgParams& params) {
-    if (connection_ == nullptr) return PgResult();
+    if (connection_ == nullptr || refuseInAbortedTransaction(sql)) return PgResult();
     const std::string* name = prepared(sql, params.count());
     if (name == nullptr) return PgResult();
     PgResult result(PQexecPrepared(connection_, name->c_str(), params.count(), params.values(),
@@ -116,10 +116,34 @@ void PgConnection::fail(const PGresult* result) {
     const char* state = result != nullptr ? PQresultErrorField(result, PG_DIAG_SQLSTATE) : nullptr;
     lastSqlState_ = state != nullptr ? state : "";
     if (lastError_.empty()) lastError_ = "the server did not answer";
-    if (connection_ != nullptr && PQstatus(connection_) == CONNECTION_OK &&
-        PQtransactionStatus(connection_) == PQTRANS_INERROR) {
-        PQclear(PQexec(connection_, "ROLLBACK"));
+    if (!lastSqlState_.empty()) lastError_ += " (SQLSTATE " + lastSqlState_ + ")";
+    if (isAborted()) abortReason_ = lastError_;
+}
+
+bool PgConnection::isAborted() const {
+    return connection_ != nullptr && PQstatus(connection_) == CONNECTION_OK &&
+           PQtransactionStatus(connection_) == PQTRANS_INERROR;
+}
+
+// In an aborted transaction the server ignores everything but its end: say so without asking.
+bool PgConnection::refuseInAbortedTransaction(const std::string& sql) {
+    if (!isAborted() || sql.rfind("ROLLBACK", 0) == 0) return false;
+    lastError_ = "the transaction was aborted by an earlier error: " + abortReason_;
+    lastSqlState_.clear();
+    return true;
+}
+
+// COMMIT of an aborted transaction rolls it back and answers success: that must read as a failure.
+bool PgConnection::commit() {
+    if (refuseInAbortedTransaction("COMMIT")) {
+        endAborted();
+        return false;
     }
+    return exec("COMMIT");
+}
+
+void PgConnection::endAborted() {
+    if (isAborted()) PQclear(PQexec(connection_, "ROLLBACK"));
 }
 
 std::string PgConnection::withoutSecrets(std::string text) const {

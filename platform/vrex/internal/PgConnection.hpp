@@ -14,9 +14,10 @@ namespace vrex::internal {
 
 // One libpq connection to a PostgreSQL server. Owns the connection; closes it on destruction.
 //
-// A statement that fails inside a transaction aborts the server's transaction; the connection
-// then rolls it back at once, so that a failure ends the transaction as a lost connection does,
-// and isInTransaction() says so. Error texts never hold the password of the connection URI.
+// A statement that fails inside a transaction aborts the server's transaction: until it is rolled
+// back (to a savepoint, or whole) every other statement fails at once without reaching the
+// server, with the first error as the reason, and a commit rolls it back and fails. Error texts
+// never hold the secrets of the connection URI.
 class PgConnection {
 public:
     using Settings = std::vector<std::pair<std::string, std::string>>;
@@ -38,8 +39,14 @@ public:
     bool isOpen() const { return connection_ != nullptr; }
     // Whether the server side of an open connection is gone (found out by the last statement).
     bool isLost() const { return connection_ != nullptr && PQstatus(connection_) != CONNECTION_OK; }
-    // Whether a transaction is open (false once the connection is lost).
+    // Whether a transaction is open, aborted ones included (false once the connection is lost).
     bool isInTransaction() const;
+    // Whether the open transaction was aborted by a failed statement.
+    bool isAborted() const;
+    // Commits; an aborted transaction is rolled back instead and the commit fails.
+    bool commit();
+    // Rolls back an aborted transaction, keeping lastError().
+    void endAborted();
 
     // Runs SQL without parameters (several statements allowed). False with lastError().
     bool exec(const std::string& sql);
@@ -55,8 +62,9 @@ public:
 
 private:
     const std::string* prepared(const std::string& sql, int parameters);
-    // Records the failure of `result` (or of the connection) and ends an aborted transaction.
+    // Records the failure of `result` (or of the connection), and what aborted the transaction.
     void fail(const PGresult* result);
+    bool refuseInAbortedTransaction(const std::string& sql);
     std::string withoutSecrets(std::string text) const;
 
     PGconn* connection_ = nullptr;
@@ -65,6 +73,7 @@ private:
     std::string sessionSetup_;
     std::string lastError_;
     std::string lastSqlState_;
+    std::string abortReason_;  // the error that aborted the open transaction
 };
 
 }  // namespace vrex::internal

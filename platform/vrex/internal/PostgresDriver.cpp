@@ -93,8 +93,15 @@ bool PostgresDriver::beginRead() { return begin("BEGIN ISOLATION LEVEL REPEATABL
 // connection) is made again and the begin tried once more: nothing was open, nothing is lost.
 bool PostgresDriver::begin(const std::string& sql) {
     if (!connection_.reconnectIfLost()) return false;
+    if (tryBegin(sql)) return true;
+    return connection_.isLost() && connection_.reconnectIfLost() && tryBegin(sql);
+}
+
+// A begin whose lock was refused leaves an aborted transaction: it is ended, the error kept.
+bool PostgresDriver::tryBegin(const std::string& sql) {
     if (connection_.exec(sql)) return true;
-    return connection_.isLost() && connection_.reconnectIfLost() && connection_.exec(sql);
+    connection_.endAborted();
+    return false;
 }
 
 template <typename Write>

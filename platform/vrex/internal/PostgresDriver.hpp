@@ -20,8 +20,9 @@ namespace vrex::internal {
 // transaction is one REPEATABLE READ snapshot). Waiting for the lock is bounded by
 // Options::busyTimeoutMs (lock_timeout), every statement by a statement timeout, connecting by
 // connect_timeout, and a server that goes away is noticed by TCP keepalives: all end in errors,
-// never in a hang. A statement that fails inside a transaction ends the whole transaction (see
-// PgConnection), as an I/O error does on a file.
+// never in a hang. A statement that fails inside a transaction aborts it (see PgConnection): a
+// savepoint rolled back repairs it, else it can only be rolled back. A connection lost inside a
+// transaction is not made again before that transaction is ended.
 class PostgresDriver : public Driver {
 public:
     // Connects to the database `uri` names and readies its registry schema for `metamodel`. Null
@@ -38,7 +39,7 @@ public:
     bool isInTransaction() const override { return connection_.isInTransaction(); }
     bool beginWrite() override;
     bool beginRead() override;
-    bool commit() override { return connection_.exec("COMMIT"); }
+    bool commit() override { return connection_.commit(); }
     bool rollback() override { return connection_.exec("ROLLBACK"); }
     bool savepoint(const std::string& name) override { return connection_.exec("SAVEPOINT " + name); }
     bool releaseSavepoint(const std::string& name) override {
@@ -71,6 +72,7 @@ private:
     // The settings of every session (also after a reconnect): timeouts, durability, read-only.
     std::string sessionSetup(const DataModelRepository::Options& options) const;
     bool begin(const std::string& sql);
+    bool tryBegin(const std::string& sql);
     // False with a "vrex:open:readOnly" diagnostic when this role may not insert into or update
     // one of the registry's tables.
     bool checkWritable(tvdiag::util::diagnostics& diagnostics);

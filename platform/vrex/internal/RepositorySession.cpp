@@ -34,7 +34,10 @@ void RepositorySession::close() {
 // --- transactions ---------------------------------------------------------------------------
 
 void RepositorySession::beginTransaction(tvdiag::util::diagnostics& diagnostics) {
-    if (refuseInsideFunction("begin a transaction", diagnostics)) return;
+    if (refuseInsideFunction("begin a transaction", diagnostics) ||
+        refuseLostTransaction("begin a transaction", diagnostics)) {
+        return;
+    }
     syncTransactionState();
     if (explicitTransaction_) {
         diagnostics.add("vrex:transaction:alreadyOpen",
@@ -61,6 +64,13 @@ void RepositorySession::rollbackTransaction(tvdiag::util::diagnostics& diagnosti
 void RepositorySession::endTransaction(bool commit, tvdiag::util::diagnostics& diagnostics) {
     const char* action = commit ? "commit" : "roll back";
     if (refuseInsideFunction(action, diagnostics)) return;
+    if (transactionLost()) {  // nothing is left to commit; a rollback is already done
+        if (commit) refuseLostTransaction("commit", diagnostics);
+        explicitTransaction_ = false;
+        pending_.discard();
+        forgetNextIds();
+        return;
+    }
     syncTransactionState();
     if (!explicitTransaction_) {
         diagnostics.add("vrex:transaction:notOpen", std::string("no transaction is open to ") + action +
@@ -86,6 +96,7 @@ bool RepositorySession::isTransactionOpen() const {
 
 void RepositorySession::performDictionaryFunction(
     const std::function<void(tvdiag::util::diagnostics&)>& fn, tvdiag::util::diagnostics& diagnostics) {
+    if (refuseLostTransaction("run a dictionary function", diagnostics)) return;
     syncTransactionState();
     if (!writePendingObject(diagnostics)) return;  // it belongs to the enclosing transaction
     const bool nested = explicitTransaction_ || functionDepth_ > 0;
@@ -114,6 +125,7 @@ void RepositorySession::performDictionaryFunction(
 // Ending a read loses nothing, so its errors are not fn's and go unreported.
 void RepositorySession::performDictionaryRead(
     const std::function<void(tvdiag::util::diagnostics&)>& fn, tvdiag::util::diagnostics& diagnostics) {
+    if (refuseLostTransaction("read", diagnostics)) return;
     syncTransactionState();
     if (driver_->isInTransaction()) return fn(diagnostics);
     if (!check(driver_->beginRead(), "vrex:read:beginFailed", "cannot begin reading", diagnostics)) return;
@@ -129,7 +141,7 @@ void RepositorySession::performDictionaryRead(
 // Ends a dictionary function: its work is kept (released or committed) or undone.
 void RepositorySession::leaveFunction(bool nested, const std::string& savepoint, bool keep,
                                       tvdiag::util::diagnostics& diagnostics) {
-    if (keep && !writePendingObject(diagnostics)) keep = false;
+    if (keep && !transactionLost() && !writePendingObject(diagnostics)) keep = false;
     if (!keep) {
         pending_.discard();
         forgetNextIds();  // undone rows give their ids back
@@ -137,11 +149,10 @@ void RepositorySession::leaveFunction(bool nested, const std::string& savepoint,
     --functionDepth_;
     if (!driver_->isInTransaction()) {
         // The engine rolled everything back itself after an I/O error, a full disk, a lost
-        // connection or the like.
-        explicitTransaction_ = false;
+        // connection or the like. An explicit transaction stays lost until it is ended.
         if (keep) {
-            diagnostics.add("vrex:function:rolledBack",
-                            "the transaction on the registry \"" + file() + "\" was rolled back");
+            driver_->report(diagnostics, "vrex:function:rolledBack",
+                            "the transaction was rolled back, nothing of it is kept");
         }
         return;
     }
@@ -162,11 +173,24 @@ void RepositorySession::leaveFunction(bool nested, const std::string& savepoint,
 }
 
 void RepositorySession::syncTransactionState() {
-    if (explicitTransaction_ && !driver_->isInTransaction()) explicitTransaction_ = false;
     if (!driver_->isInTransaction()) {  // rolled back with its transaction
         pending_.discard();
         forgetNextIds();
     }
+}
+
+// An explicit transaction or a running dictionary function that the engine has ended behind the
+// session's back: a lost connection, or an error after which the engine rolled everything back.
+bool RepositorySession::transactionLost() const {
+    return (explicitTransaction_ || functionDepth_ > 0) && !driver_->isInTransaction();
+}
+
+bool RepositorySession::refuseLostTransaction(const std::string& action,
+                                              tvdiag::util::diagnostics& diagnostics) const {
+    if (!transactionLost()) return false;
+    driver_->report(diagnostics, "vrex:transaction:lost",
+                    "cannot " + action + ": the transaction was lost and nothing of it is kept");
+    return true;
 }
 
 bool RepositorySession::refuseInsideFunction(const char* action,
@@ -246,8 +270,14 @@ void RepositorySession::forgetNextIds() { std::fill(nextIds_.begin(), nextIds_.e
 // object whose transaction the engine rolled back is gone with it.
 bool RepositorySession::writePendingObject(tvdiag::util::diagnostics& diagnostics,
                                            const char* identifier, const char* action) {
+    if (transactionLost()) {  // no write may fall back to a transaction of its own
+        pending_.discard();
+        forgetNextIds();
+        refuseLostTransaction(action != nullptr ? action : "write", diagnostics);
+        return false;
+    }
     if (pending_.isEmpty()) return true;
-    if (!driver_->isInTransaction()) {  // the engine rolled its transaction back by itself
+    if (!driver_->isInTransaction()) {  // the pending object went with its transaction
         pending_.discard();
         return true;
     }

@@ -66,6 +66,10 @@ private:
     // Forgets an explicit transaction that the engine has rolled back by itself.
     void syncTransactionState();
     bool refuseInsideFunction(const char* action, tvdiag::util::diagnostics& diagnostics) const;
+    bool transactionLost() const;
+    // Reports "cannot <action>" when the transaction is lost (vrex:transaction:lost); then
+    // nothing may touch the engine until the transaction is ended.
+    bool refuseLostTransaction(const std::string& action, tvdiag::util::diagnostics& diagnostics) const;
 
     // The metamodel part a ref stands for, or null with a diagnostic when the ref is null or
     // belongs to another metamodel; the message says "cannot <action><actionObject>: ...".
