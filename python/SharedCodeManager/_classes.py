@@ -95,6 +95,9 @@ class RegistryLifetime:
     block raised; exceptions propagate. When the block ended normally and entries are left
     unwritten, it takes them and raises Error (identifier "scm:unwrittenEntries", the entries as
     `entries`). Mixed into the classes that publish a "finalize" method.
+
+    A registry that cannot be opened is made all the same, as in C++ (every registration then
+    answers IS_TRANSACTION_ERROR); `openError` says why, and is "" for an open registry.
     """
 
     __slots__ = ()
@@ -125,6 +128,11 @@ class RegistryLifetime:
         file. Later calls raise ValueError; closing again does nothing."""
         self._scm_object.release()
         _open_registries.discard(self)
+
+    @property
+    def openError(self):
+        """Why the registry's file or database could not be opened (naming it); "" when open."""
+        return _core.open_error(self._scm_object)
 
     def take_unwritten_entries(self):
         """([(identity, data), ...], reason): the entries the write cache could not write, and

@@ -7,7 +7,7 @@
 // threads reach it one at a time.
 #include <pybind11/pybind11.h>
 
-#include "CacheReports.hpp"
+#include "RegistryReports.hpp"
 #include "CatalogueDescription.hpp"
 #include "ErrorTranslation.hpp"
 #include "SCMModuleEntry.hpp"
@@ -78,5 +78,5 @@ PYBIND11_MODULE(_core, module) {
     module.def("set_property", &setProperty, py::arg("object"), py::arg("name"), py::arg("value"));
     module.def("call_method", &callMethod, py::arg("object"), py::arg("name"),
                py::arg("arguments"));
-    scmpy::registerCacheReports(module);
+    scmpy::registerRegistryReports(module);
 }

@@ -125,6 +125,7 @@ class TestSession:
             assert registry.registerData(*function_entry((1, 1, 1, 1), "f", "f.c")) \
                 == "IS_TRANSACTION_ERROR"
             assert registry.retrieveAllData("SCM_SHARED_FUNCTIONS") == []
+            assert str(not_a_registry) in registry.openError
         assert not_a_registry.read_text() == "not a registry"
 
 

@@ -1,9 +1,10 @@
-#include "CacheReports.hpp"
+#include "RegistryReports.hpp"
 
 #include <string>
 #include <vector>
 
 #include "SCMDataAdapter.hpp"
+#include "SCMVrexDataAdapter.hpp"
 #include "ScriptObject.hpp"
 #include "SharedCodeManagerInterface.hpp"
 #include "kobj/ObjectAccess.hpp"
@@ -36,6 +37,11 @@ py::list toPython(const std::vector<SCM::SCMCachedEntry>& entries) {
     return pairs;
 }
 
+std::string openError(const ScriptObject& registry) {
+    const auto* backend = dynamic_cast<const SCM::SCMVrexDataAdapter*>(backendOf(registry));
+    return backend != nullptr ? backend->getOpenError() : "";
+}
+
 py::tuple unwrittenEntries(const ScriptObject& registry) {
     const SCM::SCMDataAdapter* backend = backendOf(registry);
     if (backend == nullptr) return py::make_tuple(0, "");
@@ -56,7 +62,9 @@ py::list takeRefusedEntries(const ScriptObject& registry) {
 
 }  // namespace
 
-void registerCacheReports(py::module_& module) {
+void registerRegistryReports(py::module_& module) {
+    module.def("open_error", &openError, py::arg("registry"),
+               "Why the registry could not be opened; \"\" when it is open.");
     module.def("unwritten_entries", &unwrittenEntries, py::arg("registry"),
                "(count, reason) of the entries the write cache could not write yet.");
     module.def("take_unwritten_entries", &takeUnwrittenEntries, py::arg("registry"),
