@@ -8,6 +8,9 @@
 #include <mutex>
 #include <thread>
 
+#include "SCMBasicUtilityData.hpp"
+#include "SCMBasicUtilityIdentity.hpp"
+#include "SCMVrexDataAdapter.hpp"
 #include "VrexTestSupport.hpp"
 #include "support/RegistryDriver.hpp"
 #include "support/TestRegistry.hpp"
@@ -143,6 +146,60 @@ TEST_F(PostgresTest, AnEmptyDatabaseIsNoRegistryForReading) {
     const std::string diagnostics = openRepository(repository, uri_, shippedMetamodel(), options);
     EXPECT_NE(diagnostics.find("vrex:open:notFound"), std::string::npos) << diagnostics;
     EXPECT_EQ(value("SELECT count(*) FROM pg_namespace WHERE nspname = 'scm'"), "0");
+}
+
+// A developer's machine reads the farm's registry with a role that may only read: it lists, and
+// a writer that requires writing is refused once, up front, with the reason.
+TEST_F(PostgresTest, AReadOnlyRoleReadsAndIsRefusedForWriting) {
+    {
+        vrex::DataModelRepository creator;
+        ASSERT_EQ(openRepository(creator, uri_), "");
+    }
+    const std::string role = "reader_" + database_;
+    ASSERT_EQ(admin("CREATE ROLE " + role + " LOGIN PASSWORD 'reads'; GRANT USAGE ON SCHEMA scm TO " +
+                        role + "; GRANT SELECT ON ALL TABLES IN SCHEMA scm TO " + role,
+                    true),
+              "");
+    const std::string readerUri = "postgresql://" + role + ":reads@" + uri_.substr(uri_.find('@') + 1);
+    vrex::DataModelRepository::Options options = thingOptions();
+    options.requireWrite = true;
+    vrex::DataModelRepository writer;
+    const std::string refused = openRepository(writer, readerUri, shippedMetamodel(), options);
+    EXPECT_NE(refused.find("vrex:open:readOnly"), std::string::npos) << refused;
+    options.requireWrite = false;
+    options.readOnly = true;
+    vrex::DataModelRepository reader;
+    EXPECT_EQ(openRepository(reader, readerUri, shippedMetamodel(), options), "");
+    reader.close();
+    admin("DROP OWNED BY " + role, true);
+    admin("DROP ROLE " + role);
+}
+
+// A walk through the registry whose connection is cut part way ends with the error: a listing
+// or an export is never silently short.
+TEST_F(PostgresTest, AWalkThroughACutConnectionEndsWithTheError) {
+    {
+        SCM::SCMVrexDataAdapter writer(uri_, SCM::getMetaModelFile());
+        for (const char* name : {"rt_a", "rt_b", "rt_c"}) {
+            SCM::SCMBasicUtilityIdentity key(name);
+            SCM::SCMBasicUtilityData record(name, name);
+            ASSERT_EQ(writer.insertValueInTransaction(&key, &record), SCM::IS_REGISTERED);
+        }
+    }
+    SCM::SCMVrexDataAdapter reader(uri_, SCM::getMetaModelFile(), SCM::SCMVrexDataAdapter::OpenMode::ReadOnly);
+    tvdiag::util::diagnostics diagnostics;
+    int visited = 0;
+    reader.visitEntries(
+        SCM::SCM_UTILITIES,
+        [&](SCM::SCMVrexDataAdapter::StoredEntry&) {
+            if (++visited == 1) {
+                admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" +
+                      database_ + "' AND pid <> pg_backend_pid()");
+            }
+        },
+        diagnostics);
+    EXPECT_EQ(visited, 1);
+    EXPECT_NE(diagnostics.messages().find("connection"), std::string::npos) << diagnostics.toString();
 }
 
 TEST_F(PostgresTest, AWrongPasswordIsReportedWithoutIt) {
