@@ -56,8 +56,9 @@ public:
     virtual SCMIdentity* getIdentityFromName(SCMTypes type, const std::string& name) = 0;
     virtual SCMData* getDataFromName(SCMTypes type, const std::string& name) = 0;
     // True when `data` is one of the backend's own objects (such as a write-cache copy returned by
-    // getDataFromName or getIdentityAndDataFromName): the caller must neither delete it nor keep it
-    // past the next registration, finalize or takeBatchFailures. False here: this backend hands out fresh objects.
+    // getDataFromName or getIdentityAndDataFromName): the caller must neither delete it nor keep
+    // it past the next registration, finalize or takeBatchFailures. False here: this backend
+    // hands out fresh objects.
     virtual bool isBackendOwned(const SCMData* data) const;
 
     // What the write cache could not write. Its batch errors do not change the answers of

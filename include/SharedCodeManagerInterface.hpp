@@ -17,10 +17,14 @@ namespace SCM {
 // identity, by category or by name. Owns one storage backend and forwards to it.
 //
 // Objects passed in stay the caller's: the facade neither copies nor deletes them. Retrieved
-// objects come from the backend with the ownership it gives them.
+// objects are new and the caller's to delete, except the write cache's own copies that the
+// data-by-name retrievals may return: getDataAdapter()->isBackendOwned(data) tells them apart,
+// and such a copy must not be deleted; it lives until the cache writes its batch.
 //
 // When there is no backend, or its store does not exist, the registration operations answer
 // IS_TRANSACTION_ERROR, retrieval answers null or an empty list; nothing throws.
+//
+// A facade, its backend and the objects they hand out belong to one thread at a time.
 class SCM_EXPORT SharedCodeManagerInterface : public tv::mi::Handle {
 public:
     // No backend; for derived facades that supply their own.
@@ -44,8 +48,11 @@ public:
     // the first identity without a data record, after the pairs before it were registered.
     virtual SCMRegistry registerDataArray(std::vector<SCMIdentity*>* identities,
                                           std::vector<SCMData*>* records);
+    // The stored record of the identity's key, from the store only (not the write cache): new,
+    // the caller deletes it; null when there is none.
     virtual SCMData* retrieveData(SCMIdentity* identity);
-    // A new list; the caller owns the list and, as the backend says, its elements.
+    // Every stored identity (record) of the category in store order: new objects, the caller
+    // deletes each; empty when there are none or on error.
     virtual std::vector<SCMIdentity*> retrieveAllIdentities(SCMTypes type);
     virtual std::vector<SCMData*> retrieveAllData(SCMTypes type);
     // The direct road: stores the pair now in a transaction of its own.
@@ -54,13 +61,19 @@ public:
     // is no backend. Entries the cache could not write are the backend's to report
     // (getDataAdapter()->takeBatchFailures()).
     virtual SCMRegistry finalize();
+    // The first entry named `name`: the write cache's own pair when it holds one (the cache's,
+    // not to be deleted: isBackendOwned), else new objects from the store that the caller
+    // deletes; a pair of nulls when there is none.
     virtual SCMIdentityDataPair retrieveIdentityAndDataForName(SCMTypes type,
                                                                const std::string& name);
+    // The same for the record alone.
     virtual SCMData* retrieveDataForName(SCMTypes type, const std::string& name);
+    // The first stored identity named `name`, from the store only: new, the caller deletes it.
     virtual SCMIdentity* retrieveIdentityForName(SCMTypes type, const std::string& name);
 
     // Stores `adapter` and takes ownership of it. A backend set earlier is deleted.
     void setDataAdapter(SCMDataAdapter* adapter);
+    // The backend, still owned by the facade; null when there is none.
     SCMDataAdapter* getDataAdapter();
 
 protected:

@@ -28,7 +28,8 @@ public:
                                                  bool complex);
     // The identifiers of every stored utility, sorted byte-wise, each once.
     virtual std::vector<std::string> getAllIdentifiers();
-    // retrieveIdentityAndDataForName(SCM_UTILITIES, name).
+    // retrieveIdentityAndDataForName(SCM_UTILITIES, name), with its ownership: new objects the
+    // caller deletes, or the write cache's own pair (isBackendOwned), which must not be deleted.
     virtual SCMIdentityDataPair getIdentityAndDataForName(const std::string& name);
 };
 

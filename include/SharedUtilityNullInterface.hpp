@@ -10,7 +10,7 @@ namespace SCM {
 // A utility facade without a store: it accepts every registration (IS_REGISTERED), remembers
 // nothing, and grants every utility the name asked for. It has no backend, so the operations it
 // does not override answer as on a facade whose store does not exist (IS_TRANSACTION_ERROR, null,
-// an empty list).
+// an empty list). Its retrievals return nothing, so nothing is handed over to delete.
 class SCM_EXPORT SharedUtilityNullInterface : public SharedUtilityInterface {
 public:
     SharedUtilityNullInterface();
