@@ -29,6 +29,12 @@ SCM_EXPORT void HxInitialize_shared_code_manager();
 // Releases the package for the class system's public client. Acts on the first call only: after
 // it, the package cannot be registered again in this process.
 SCM_EXPORT void HxTerminate_shared_code_manager();
+// Ends the waits of calls into the library (for another process's lock on a registry, for a
+// database server's answer): they fail early with their usual errors, and waits that begin later
+// end so too until HxResumeWaits_shared_code_manager(). Async-signal-safe: for a SIGINT handler.
+SCM_EXPORT void HxInterruptWaits_shared_code_manager();
+// Lets waits run to their limits again; before a call that should not inherit an old interrupt.
+SCM_EXPORT void HxResumeWaits_shared_code_manager();
 // The module's static function table; never null.
 SCM_EXPORT const HxFcnTable* QueryHxFcnTable_shared_code_manager();
 

@@ -61,6 +61,11 @@ public:
         // INT_MAX (set by defaultOptions()); open refuses with "vrex:open:badBusyTimeout" while
         // it is not empty. Default empty.
         std::string busyTimeoutError;
+        // PostgreSQL: how long a statement may run beyond the busy timeout. Past both, the server
+        // cancels it (statement_timeout) and the client stops waiting for its answer, cancels it
+        // and, when the server does not answer the cancel either, closes the connection. Default
+        // 60 s; tests shorten it.
+        int statementMarginMs = 60000;
         Durability durability = Durability::Normal;
         // Open for reading only: writes and metamodel additions fail with diagnostics. A registry
         // file the process may not write, or whose directory it may not write, is opened so

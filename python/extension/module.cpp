@@ -3,13 +3,16 @@
 // the package SharedCodeManager builds the Python classes from the catalogue that
 // describe_package() returns.
 //
-// The library has no threads and no locks: every call here runs with the GIL held, so Python
-// threads reach it one at a time.
+// Calls into the library run in a LibraryCall: without the GIL, one at a time, and with SIGINT
+// ending their waits (then raising KeyboardInterrupt). Conversions run with the GIL held. Objects
+// Python drops or releases are deleted with the GIL held, outside the library lock: a program
+// that drops an object in one thread while another thread's call uses it must keep it alive.
 #include <pybind11/pybind11.h>
 
 #include "RegistryReports.hpp"
 #include "CatalogueDescription.hpp"
 #include "ErrorTranslation.hpp"
+#include "LibraryCall.hpp"
 #include "SCMModuleEntry.hpp"
 #include "ScriptObject.hpp"
 #include "ValueConversion.hpp"
@@ -25,25 +28,30 @@ namespace {
 // __index__) that closes the object. The copy of the object value keeps it alive for the call.
 
 ScriptObject construct(const std::string& className, const py::sequence& arguments) {
-    return ScriptObject(kobj::construct(className, scmpy::toScriptList(arguments)));
+    const std::vector<qaArray> converted = scmpy::toScriptList(arguments);
+    return ScriptObject(scmpy::callLibrary([&] { return kobj::construct(className, converted); }));
 }
 
 py::object getProperty(const ScriptObject& object, const std::string& name) {
     const qaArray self = object.value();
-    qaArray value = kobj::getProperty(self, name);
+    qaArray value = scmpy::callLibrary([&] { return kobj::getProperty(self, name); });
     return scmpy::toPython(value, kobj::classOf(self).findProperty(name)->typeText(), self);
 }
 
 void setProperty(const ScriptObject& object, const std::string& name, py::handle value) {
     const qaArray converted = scmpy::toScript(value);
-    kobj::setProperty(object.value(), name, converted);
+    const qaArray self = object.value();
+    scmpy::callLibrary([&] {
+        kobj::setProperty(self, name, converted);
+        return true;
+    });
 }
 
 py::object callMethod(const ScriptObject& object, const std::string& name,
                       const py::sequence& arguments) {
     const std::vector<qaArray> converted = scmpy::toScriptList(arguments);
     const qaArray self = object.value();
-    qaArray result = kobj::callMethod(self, name, converted);
+    qaArray result = scmpy::callLibrary([&] { return kobj::callMethod(self, name, converted); });
     const auto& results = kobj::classOf(self).findMethod(name)->signature().results;
     return scmpy::toPython(result, results.empty() ? "" : results.front(), self);
 }

@@ -6,6 +6,7 @@
 #include "kobj/COSClient.hpp"
 #include "kobj/COSPackage.hpp"
 #include "package/SharedCodeManagerPackage.hpp"
+#include "vrex/WaitInterrupt.hpp"
 
 namespace {
 
@@ -34,6 +35,10 @@ void HxTerminate_shared_code_manager() {
         kobj::COSPackage::getPackageInterface(SCM::SharedCodeManagerPackage::kName);
     if (package) package.release(kobj::COSGetPublicClient());
 }
+
+void HxInterruptWaits_shared_code_manager() { vrex::interruptWaits(); }
+
+void HxResumeWaits_shared_code_manager() { vrex::clearWaitInterrupt(); }
 
 const HxFcnTable* QueryHxFcnTable_shared_code_manager() { return &functionTable; }
 

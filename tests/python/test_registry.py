@@ -4,12 +4,16 @@ lifetime as a Python object."""
 
 import json
 import pathlib
+import signal
 import sqlite3
+import subprocess
+import sys
+import time
 
 import pytest
 
 import SharedCodeManager as scm
-from conftest import run_python, sqlite_only, state_of
+from conftest import python_environment, run_python, sqlite_only, state_of
 
 # Prints every stored entry of the registry in argv[1] as JSON: category -> list of
 # [identity state, data state].
@@ -214,3 +218,33 @@ def test_the_example_shares_pieces_of_two_models(tmp_path):
     assert "brakes  utility   rt_SATURATE  IS_PRESENT_UPDATE" in output
     assert "brakes  function  brake_filter IS_PRESENT_ERROR" in output
     assert "rt_SATURATE  used by engine, brakes" in output
+
+
+# Registers in the registry argv[1] through the direct road, saying so on stdout first.
+REGISTER_WHILE_LOCKED = """
+import sys
+import SharedCodeManager as scm
+registry = scm.SharedCodeManagerInterface(sys.argv[1])
+print("registering", flush=True)
+registry.registerData(scm.BasicUtilityIdentity("late"), scm.BasicUtilityData("late", "late"))
+"""
+
+
+@sqlite_only("another process holds the file's write lock")
+def test_ctrl_c_ends_a_wait_for_the_write_lock(registry_path):
+    with scm.SharedCodeManagerInterface(str(registry_path)) as registry:
+        registry.registerData(*utility_entry("first", "first", "m"))
+    holder = sqlite3.connect(registry_path, isolation_level=None)
+    holder.execute("BEGIN IMMEDIATE")
+    waiter = subprocess.Popen([sys.executable, "-c", REGISTER_WHILE_LOCKED, str(registry_path)],
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                              env={**python_environment(), "SCM_BUSY_TIMEOUT_MS": "100000"})
+    try:
+        assert waiter.stdout.readline() == "registering\n"
+        time.sleep(0.5)
+        waiter.send_signal(signal.SIGINT)
+        _, errors = waiter.communicate(timeout=20)
+    finally:
+        waiter.kill()
+        holder.rollback()
+    assert "KeyboardInterrupt" in errors

@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -93,18 +95,15 @@ protected:
         return PQntuples(result.get()) > 0 ? PQgetvalue(result.get(), 0, 0) : "";
     }
 
-    // Begins a transaction on `waiter` while another connection holds the write lock; the
-    // diagnostics. Should the wait not end by itself (a lost lock timeout), a watchdog ends the
-    // waiting connection after a minute, so that the test fails instead of hanging.
-    std::string beginWhileLocked(vrex::DataModelRepository& waiter) const {
+    // Begins a transaction on `waiter`; the diagnostics. Should the begin not end by itself, a
+    // watchdog runs `rescue` after a minute, so that the test fails instead of hanging.
+    std::string beginGuarded(vrex::DataModelRepository& waiter, const std::function<void()>& rescue) const {
         std::mutex mutex;
         std::condition_variable done;
         bool finished = false;
         std::thread watchdog([&] {
             std::unique_lock<std::mutex> lock(mutex);
-            if (done.wait_for(lock, std::chrono::minutes(1), [&] { return finished; })) return;
-            admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
-                  "' AND wait_event_type = 'Lock'");
+            if (!done.wait_for(lock, std::chrono::minutes(1), [&] { return finished; })) rescue();
         });
         tvdiag::util::diagnostics diagnostics;
         waiter.beginTransaction(diagnostics);
@@ -115,6 +114,15 @@ protected:
         done.notify_one();
         watchdog.join();
         return diagnostics.toString();
+    }
+
+    // Begins a transaction on `waiter` while another connection holds the write lock; the
+    // diagnostics. The watchdog ends a wait that outlasts a lost lock timeout.
+    std::string beginWhileLocked(vrex::DataModelRepository& waiter) const {
+        return beginGuarded(waiter, [&] {
+            admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
+                  "' AND wait_event_type = 'Lock'");
+        });
     }
 
     static std::string identifiers(const tvdiag::util::diagnostics& diagnostics) {
@@ -321,6 +329,30 @@ TEST_F(PostgresTest, AWriterWaitsForTheWriteLockNoLongerThanTheBusyTimeout) {
     waiter.beginTransaction(afterwards);
     EXPECT_EQ(afterwards.toString(), "");
     waiter.rollbackTransaction(afterwards);
+}
+
+// A stopped backend enforces no statement_timeout: the client's own deadline ends the wait, and
+// the cancel that goes unanswered closes the connection.
+TEST_F(PostgresTest, AServerThatStopsAnsweringIsGivenUpAfterTheStatementLimit) {
+    vrex::DataModelRepository repository;
+    vrex::DataModelRepository::Options options = thingOptions();
+    options.busyTimeoutMs = 200;
+    options.statementMarginMs = 300;
+    ASSERT_EQ(openRepository(repository, uri_, shippedMetamodel(), options), "");
+    const std::string backend = value("SELECT pid FROM pg_stat_activity WHERE datname = '" + database_ +
+                                      "' AND application_name = 'vrex registry' ORDER BY backend_start DESC");
+    ASSERT_NE(backend, "");
+    const pid_t pid = std::stoi(backend);
+    ASSERT_EQ(kill(pid, SIGSTOP), 0);
+
+    const auto started = std::chrono::steady_clock::now();
+    const std::string refused = beginGuarded(repository, [&] { kill(pid, SIGCONT); });
+    const auto waited = std::chrono::steady_clock::now() - started;
+    kill(pid, SIGCONT);
+    EXPECT_LT(waited, std::chrono::seconds(30));
+    EXPECT_NE(refused.find("the server did not answer within 0.5 s; the connection is closed"), std::string::npos)
+        << refused;
+    EXPECT_FALSE(repository.isTransactionOpen());
 }
 
 TEST_F(PostgresTest, ADroppedIndexAndAForeignTriggerAreReportedAndTheIndexMadeAgain) {

@@ -2,6 +2,9 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+
+#include "vrex/WaitInterrupt.hpp"
 #include "vrex/internal/LockedRegistry.hpp"
 #include "vrex/internal/Statement.hpp"
 
@@ -10,6 +13,9 @@ namespace vrex::internal {
 Connection::~Connection() { close(); }
 
 namespace {
+
+// How long a busy wait sleeps between attempts at the lock.
+constexpr int kBusySleepMs = 5;
 
 // `file` as an SQLite URI filename with immutable=1; '%', '?' and '#' are escaped.
 std::string immutableUri(const std::string& file) {
@@ -67,7 +73,18 @@ int Connection::queryText(const std::string& sql, std::string& value) {
 
 void Connection::setBusyTimeout(int milliseconds) {
     busyTimeoutMs_ = milliseconds < 0 ? 0 : milliseconds;
-    sqlite3_busy_timeout(db_, busyTimeoutMs_);
+    sqlite3_busy_handler(db_, &Connection::retryBusy, this);
+}
+
+int Connection::retryBusy(void* connection, int attempts) {
+    auto& self = *static_cast<Connection*>(connection);
+    const auto now = std::chrono::steady_clock::now();
+    if (attempts == 0) self.busySince_ = now;
+    const auto left = std::chrono::milliseconds(self.busyTimeoutMs_) - (now - self.busySince_);
+    if (left <= std::chrono::milliseconds(0) || waitsInterrupted()) return 0;
+    const auto leftMs = std::chrono::duration_cast<std::chrono::milliseconds>(left).count();
+    sqlite3_sleep(static_cast<int>(std::min<long long>(std::max<long long>(leftMs, 1), kBusySleepMs)));
+    return 1;
 }
 
 bool Connection::isInTransaction() const {
@@ -85,7 +102,10 @@ std::string Connection::lastError() const {
 void Connection::report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
                         const std::string& action) const {
     if (db_ != nullptr && (sqlite3_errcode(db_) & 0xff) == SQLITE_BUSY) {
-        diagnostics.add(identifier, action + ": " + lockedRegistryReason(file_, busyTimeoutMs_));
+        const std::string reason = waitsInterrupted()
+                                       ? "interrupted while the registry \"" + file_ + "\" was locked by another process"
+                                       : lockedRegistryReason(file_, busyTimeoutMs_);
+        diagnostics.add(identifier, action + ": " + reason);
         return;
     }
     diagnostics.add(identifier, action + " in the registry \"" + file_ + "\": " + lastError());

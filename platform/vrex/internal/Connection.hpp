@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -33,6 +34,8 @@ public:
     // SQLite result code (SQLITE_OK when the query ran).
     int queryText(const std::string& sql, std::string& value);
 
+    // How long a statement waits for another process's lock on the file; vrex::interruptWaits()
+    // ends the wait early (the statement then fails as if the time were up).
     void setBusyTimeout(int milliseconds);
     // Whether a transaction (or savepoint) is open on this connection.
     bool isInTransaction() const;
@@ -48,10 +51,14 @@ public:
                 const std::string& action) const;
 
 private:
+    // SQLite's busy handler: whether to try the lock again after a short sleep.
+    static int retryBusy(void* connection, int attempts);
+
     sqlite3* db_ = nullptr;
     std::string file_;
     std::string openError_;
     int busyTimeoutMs_ = 0;
+    std::chrono::steady_clock::time_point busySince_;
 };
 
 }  // namespace vrex::internal

@@ -14,7 +14,11 @@ namespace {
 // Seconds for libpq's connect_timeout: long enough for a busy server, short enough for a script.
 constexpr const char* kConnectTimeoutSeconds = "10";
 // A statement may wait for the write lock up to the busy timeout, then needs time to run.
-constexpr int kStatementTimeoutMarginMs = 60000;
+int statementLimitMs(const DataModelRepository::Options& options) {
+    const long long limit = static_cast<long long>(std::max(options.busyTimeoutMs, 1)) +
+                            std::max(options.statementMarginMs, 0);
+    return static_cast<int>(std::min<long long>(limit, std::numeric_limits<int>::max()));
+}
 
 }  // namespace
 
@@ -61,6 +65,7 @@ bool PostgresDriver::connect(const DataModelRepository::Options& options,
         {"keepalives_interval", "5"}, {"keepalives_count", "4"},
         {"tcp_user_timeout", "30000"},
     };
+    connection_.setStatementLimit(statementLimitMs(options));
     if (!connection_.connect(uri_.text(), defaults, uri_.secrets(), sessionSetup(options))) {
         diagnostics.add("vrex:open:cannotConnect",
                         "cannot connect to the registry \"" + location() + "\": " + connection_.lastError());
@@ -74,10 +79,8 @@ bool PostgresDriver::connect(const DataModelRepository::Options& options,
 // the server's setting (synchronous_commit, on unless its administrator chose otherwise).
 std::string PostgresDriver::sessionSetup(const DataModelRepository::Options& options) const {
     const int lockTimeout = std::max(options.busyTimeoutMs, 1);  // 0 would mean no limit
-    const long long statementTimeout = std::min<long long>(
-        static_cast<long long>(lockTimeout) + kStatementTimeoutMarginMs, std::numeric_limits<int>::max());
     std::string sql = "SET lock_timeout = " + std::to_string(lockTimeout) +
-                      "; SET statement_timeout = " + std::to_string(statementTimeout);
+                      "; SET statement_timeout = " + std::to_string(statementLimitMs(options));
     if (options.durability == DataModelRepository::Durability::Full) sql += "; SET synchronous_commit = on";
     if (readOnly_) sql += "; SET default_transaction_read_only = on";
     return sql;

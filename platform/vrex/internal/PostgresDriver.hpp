@@ -18,7 +18,9 @@ namespace vrex::internal {
 // transaction-scoped advisory lock as its first statement, so "look up, then create or merge"
 // is atomic across connections and new ids follow creation order. Readers never wait (a read
 // transaction is one REPEATABLE READ snapshot). Waiting for the lock is bounded by
-// Options::busyTimeoutMs (lock_timeout), every statement by a statement timeout, connecting by
+// Options::busyTimeoutMs (lock_timeout), every statement by the statement limit (busy timeout
+// plus Options::statementMarginMs: the server's statement_timeout, and the client's own
+// deadline for a server that does not answer; see PgConnection), connecting by
 // connect_timeout, and a server that goes away is noticed by TCP keepalives: all end in errors,
 // never in a hang. A statement that fails inside a transaction aborts it (see PgConnection): a
 // savepoint rolled back repairs it, else it can only be rolled back. A connection lost inside a
