@@ -161,24 +161,7 @@ void SCMVrexDataAdapter::insertValue(SCMIdentity* identity, SCMData* data, SCMRe
         outcome = mergeInto(stored, category.data, data, diagnostics);
         return;
     }
-    const vrex::ObjectRef entry = repository_.createObject(category.entryClass, diagnostics);
-    if (!diagnostics.empty()) {
-        outcome = IS_TRANSACTION_ERROR;
-        return;
-    }
-    repository_.setPropertyValue(entry, category.checksum,
-                                 qaArray::fromText(identity->getChecksum()), diagnostics);
-    if (diagnostics.empty() && !category.name.isNull()) {
-        repository_.setPropertyValue(entry, category.name, qaArray::fromText(data->getName()),
-                                     diagnostics);
-    }
-    if (diagnostics.empty()) {
-        repository_.setPropertyValue(entry, category.identity, identity->toScriptValue(),
-                                     diagnostics);
-    }
-    if (diagnostics.empty()) {
-        repository_.setPropertyValue(entry, category.data, data->toScriptValue(), diagnostics);
-    }
+    createStoredEntry(repository_, category, *identity, *data, diagnostics);
     if (!diagnostics.empty()) outcome = IS_TRANSACTION_ERROR;
 }
 

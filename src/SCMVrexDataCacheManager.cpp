@@ -108,16 +108,7 @@ void SCMVrexDataCacheManager::writeBatch(const Entries& batch, std::vector<SCMCa
             }
             continue;
         }
-        const vrex::ObjectRef entry = repository_->createObject(category.entryClass, diagnostics);
-        repository_->setPropertyValue(entry, category.checksum,
-                                      qaArray::fromText(identity->getChecksum()), diagnostics);
-        if (!category.name.isNull()) {
-            repository_->setPropertyValue(entry, category.name, qaArray::fromText(data->getName()),
-                                          diagnostics);
-        }
-        repository_->setPropertyValue(entry, category.identity, identity->toScriptValue(),
-                                      diagnostics);
-        repository_->setPropertyValue(entry, category.data, data->toScriptValue(), diagnostics);
+        createStoredEntry(*repository_, category, *identity, *data, diagnostics);
     }
 }
 

@@ -2,10 +2,13 @@
 
 #include <memory>
 
+#include "SCMCategoryClasses.hpp"
 #include "SCMData.hpp"
 #include "SCMIdentity.hpp"
 #include "kobj/qaArray.hpp"
 #include "tv/Handle.hpp"
+#include "tvdiag/diagnostics.hpp"
+#include "vrex/DataModelRepository.hpp"
 
 namespace SCM {
 
@@ -33,5 +36,15 @@ inline std::unique_ptr<SCMIdentity> takeStoredIdentity(const qaArray& value) {
 inline std::unique_ptr<SCMData> takeStoredData(const qaArray& value) {
     return takeStoredObject<SCMData>(value, "SharedCodeManager.Data");
 }
+
+// Creates the dictionary object of a new entry of `category` and sets, in this order,
+// "Checksum", "Name" (when the class declares it), "Identity" and "Data". Stops at the first
+// error it meets (errors already in `diagnostics` do not stop it), which stays in `diagnostics`:
+// the enclosing dictionary function then rolls the object back. Returns the object, null when
+// it could not be created.
+vrex::ObjectRef createStoredEntry(vrex::DataModelRepository& repository,
+                                  const SCMCategoryClasses::Category& category,
+                                  SCMIdentity& identity, SCMData& data,
+                                  tvdiag::util::diagnostics& diagnostics);
 
 }  // namespace SCM
