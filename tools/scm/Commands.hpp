@@ -49,6 +49,12 @@ struct StatsOptions {
 };
 int runStats(const StatsOptions& options);
 
-int runCheck(const std::string& registry);
+struct CheckOptions {
+    std::string registry;
+    bool repair = false;  // fix what can be fixed after the read-only check
+};
+// Checks the registry read-only. With repair, then opens it for writing, which makes its missing
+// parts again, and deletes its torn rows; exits 0 when that fixed every problem found.
+int runCheck(const CheckOptions& options);
 
 }  // namespace scm_tool
