@@ -55,7 +55,7 @@ int runCheck(const CheckOptions& options) {
         missingParts += problem.identifier == "vrex:integrity:missing" ? 1 : 0;
     }
     repair(options.registry, missingParts);
-    return repairable == problems.size() ? kExitOk : kExitFindings;
+    return runCheck({options.registry, false});  // what is left
 }
 
 }  // namespace scm_tool

@@ -54,7 +54,7 @@ struct CheckOptions {
     bool repair = false;  // fix what can be fixed after the read-only check
 };
 // Checks the registry read-only. With repair, then opens it for writing, which makes its missing
-// parts again, and deletes its torn rows; exits 0 when that fixed every problem found.
+// parts again, deletes its torn rows and checks it again, exiting as that check does.
 int runCheck(const CheckOptions& options);
 
 }  // namespace scm_tool
