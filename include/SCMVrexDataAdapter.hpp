@@ -118,8 +118,8 @@ public:
     //
     // A storage error (a lost connection, a check that cannot run) ends the check: it stays in
     // `diagnostics`, which names the registry and the error, and `problems` holds only what was
-    // found before it. Only in a registry already found damaged or lacking parts is a category
-    // that cannot be read one more problem ("scm:check:unreadable") instead. Returns the number
+    // found before it. Only a category whose table the structure check found damaged or lacking
+    // parts is, when it cannot be read, one more problem ("scm:check:unreadable") instead. Returns the number
     // of entries checked. Reads only.
     std::size_t checkEntries(tvdiag::util::diagnostics& problems, tvdiag::util::diagnostics& diagnostics);
 

@@ -422,8 +422,23 @@ void SCMVrexDataAdapter::walkStoredTexts(const vrex::ClassRef& entryClass,
     } while (page.size() == kPageSize);
 }
 
+namespace {
+
+// Whether a finding of the structure check is about the table of `className` ("the column of
+// SCM_UTILITIES.Name is missing", "the table of SCM_UTILITIES has no primary key").
+bool namesTable(const tvdiag::util::diagnostics& findings, const std::string& className) {
+    for (const tvdiag::util::diagnostic& record : findings.records()) {
+        for (const char* after : {".", " "}) {
+            if (record.message.find("of " + className + after) != std::string::npos) return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
 // A category that cannot be read is a storage error, which ends the check, unless the structure
-// check has already found the registry damaged or lacking parts: then it is one more problem.
+// check has already found its table damaged or lacking parts: then it is one more problem.
 std::size_t SCMVrexDataAdapter::checkEntries(tvdiag::util::diagnostics& problems,
                                              tvdiag::util::diagnostics& diagnostics) {
     if (!doesExist()) {
@@ -453,7 +468,7 @@ std::size_t SCMVrexDataAdapter::checkEntries(tvdiag::util::diagnostics& problems
             },
             reading);
         if (reading.empty()) continue;
-        if (structure.empty()) {
+        if (!namesTable(structure, entryClass.name())) {
             for (const tvdiag::util::diagnostic& record : reading.records()) diagnostics.add(record.identifier, record.message);
             return entries;
         }
