@@ -80,19 +80,17 @@ bool PostgresSchema::findMissingParts(std::vector<std::string>& findings) {
 // Types and primary keys a writable opening does not make again: "_id" bigint and the primary
 // key, every property column bytea.
 bool PostgresSchema::findAlteredParts(std::vector<std::string>& findings) {
-    const PgParams schema = PgParams().bytes(names_.schema());
-    PgResult types = connection_.query(
-        "SELECT table_name::text, column_name::text, data_type::text FROM information_schema.columns "
-        "WHERE table_schema = $1::text",
-        schema);
-    PgResult keyed = types.ok() ? connection_.query(
-                                      "SELECT t.relname::text FROM pg_catalog.pg_index AS i "
-                                      "JOIN pg_catalog.pg_class AS t ON t.oid = i.indrelid "
-                                      "JOIN pg_catalog.pg_namespace AS n ON n.oid = t.relnamespace "
-                                      "WHERE n.nspname = $1::text AND i.indisprimary",
-                                      schema)
-                                : PgResult();
-    if (!keyed.ok()) return false;
+    PgResult types;
+    PgResult keyed;
+    if (!querySchema("SELECT table_name::text, column_name::text, data_type::text FROM information_schema.columns "
+                     "WHERE table_schema = $1::text",
+                     "SELECT t.relname::text FROM pg_catalog.pg_index AS i "
+                     "JOIN pg_catalog.pg_class AS t ON t.oid = i.indrelid "
+                     "JOIN pg_catalog.pg_namespace AS n ON n.oid = t.relnamespace "
+                     "WHERE n.nspname = $1::text AND i.indisprimary",
+                     types, keyed)) {
+        return false;
+    }
     std::map<std::string, std::map<std::string, std::string>> typeOf;
     for (int row = 0; row < types.rows(); ++row) typeOf[types.bytes(row, 0)][types.bytes(row, 1)] = types.bytes(row, 2);
     std::set<std::string> withKey;
@@ -235,17 +233,12 @@ bool PostgresSchema::readCatalogue(Catalogue& catalogue, tvdiag::util::diagnosti
 
 // Forgets from `catalogue` what the database no longer holds (see keepWhatExists).
 bool PostgresSchema::dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) {
-    const PgParams schema = PgParams().bytes(names_.schema());
-    PgResult columnRows = connection_.query(
-        "SELECT table_name::text, column_name::text FROM information_schema.columns "
-        "WHERE table_schema = $1::text",
-        schema);
-    PgResult indexRows = columnRows.ok() ? connection_.query(
-                                               "SELECT indexname::text FROM pg_catalog.pg_indexes "
-                                               "WHERE schemaname = $1::text",
-                                               schema)
-                                         : PgResult();
-    if (!indexRows.ok()) {
+    PgResult columnRows;
+    PgResult indexRows;
+    if (!querySchema("SELECT table_name::text, column_name::text FROM information_schema.columns "
+                     "WHERE table_schema = $1::text",
+                     "SELECT indexname::text FROM pg_catalog.pg_indexes WHERE schemaname = $1::text", columnRows,
+                     indexRows)) {
         reportFailure("cannot read the registry's tables", diagnostics);
         return false;
     }
@@ -257,6 +250,13 @@ bool PostgresSchema::dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnost
     for (int row = 0; row < indexRows.rows(); ++row) indexes.insert(asciiLowercase(indexRows.bytes(row, 0)));
     keepWhatExists(catalogue, columns, indexes);
     return true;
+}
+
+bool PostgresSchema::querySchema(const char* firstSql, const char* secondSql, PgResult& first, PgResult& second) {
+    const PgParams schema = PgParams().bytes(names_.schema());
+    first = connection_.query(firstSql, schema);
+    if (first.ok()) second = connection_.query(secondSql, schema);
+    return second.ok();
 }
 
 bool PostgresSchema::createHeader(tvdiag::util::diagnostics& diagnostics) {

@@ -48,6 +48,9 @@ private:
     bool inspectHeader(SchemaPlan& plan, tvdiag::util::diagnostics& diagnostics);
     bool readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
     bool dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
+    // Runs two queries that take the schema's name as $1, the second only when the first
+    // succeeded; false unless both did.
+    bool querySchema(const char* firstSql, const char* secondSql, PgResult& first, PgResult& second);
     bool createHeader(tvdiag::util::diagnostics& diagnostics) override;
     bool createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) override;
     bool addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) override;
