@@ -105,18 +105,42 @@ public:
     // caller owns. Stops at a dictionary error, keeping what was read (visitEntries reports it).
     std::vector<SCMIdentityDataPair> getAllEntries(SCMTypes type);
 
-    // Checks the whole dictionary: the file's structure (the repository's integrity check), and
-    // for every stored entry of every category that its "Checksum", "Identity" and "Data" are set
-    // and decode, that its identity is of the category it is stored under and its record of a
-    // class that category holds, that its checksum is the one its identity computes from its key
-    // fields, that its "Name" is its record's name, and that no two entries of one category share
-    // a checksum. Each problem is added to `problems` (identifiers "scm:check:...",
-    // "vrex:integrity:damaged", and "vrex:integrity:foreign" for tables, indexes, triggers and
-    // views that are not the registry's), naming the category, the object and its checksum.
-    // Returns the number of entries checked. Reads only.
-    std::size_t checkEntries(tvdiag::util::diagnostics& problems);
+    // Checks the whole dictionary: the storage's structure (the repository's integrity check:
+    // damage, parts of the metamodel it lacks, parts that are not its own), and for every stored
+    // entry of every category that its "Checksum", "Identity" and "Data" are set and decode, that
+    // its identity is of the category it is stored under and its record of a class that category
+    // holds, that its checksum is the one its identity computes from its key fields, that its
+    // "Name" is its record's name, and that no two entries of one category share a checksum. Each
+    // problem is added to `problems` (identifiers "scm:check:...", "vrex:integrity:damaged",
+    // "vrex:integrity:missing", "vrex:integrity:foreign"), naming the category, the object and
+    // its checksum; a row without "Identity" or "Data" is one "scm:check:torn". The entries are
+    // read a few thousand per round trip, each category in one read transaction.
+    //
+    // A storage error (a lost connection, a check that cannot run) ends the check: it stays in
+    // `diagnostics`, which names the registry and the error, and `problems` holds only what was
+    // found before it. Only a category whose table the structure check found damaged or lacking
+    // parts is, when it cannot be read, one more problem ("scm:check:unreadable") instead. Returns the number
+    // of entries checked. Reads only.
+    std::size_t checkEntries(tvdiag::util::diagnostics& problems, tvdiag::util::diagnostics& diagnostics);
+
+    // How many of checkEntries' `problems` a repair fixes: each torn row ("scm:check:torn"),
+    // which deleteTornEntries deletes, and each missing part of the storage
+    // ("vrex:integrity:missing"), which opening the registry for writing makes again.
+    static std::size_t countRepairable(const tvdiag::util::diagnostics& problems);
+
+    // Deletes every torn row, an entry stored without "Identity" or "Data" (left by interrupted
+    // writes of older versions), of every category, in one dictionary function. Returns how many
+    // were deleted; 0 with `diagnostics` (which name the registry) on error, when nothing is
+    // deleted.
+    std::size_t deleteTornEntries(tvdiag::util::diagnostics& diagnostics);
 
 private:
+    using StoredObjectVisitor = std::function<void(const vrex::DataModelRepository::StoredObject&)>;
+    // Calls `visit` with every object of `entryClass` and the stored texts of `properties`, read
+    // a page at a time; stops at the first error, which stays in `diagnostics`. Call it inside a
+    // read transaction or dictionary function.
+    void walkStoredTexts(const vrex::ClassRef& entryClass, const std::vector<vrex::PropertyRef>& properties,
+                         const StoredObjectVisitor& visit, tvdiag::util::diagnostics& diagnostics);
     vrex::ObjectRef findEntry(SCMIdentity* identity, tvdiag::util::diagnostics& diagnostics);
     vrex::ObjectRef findByChecksum(const vrex::ClassRef& entryClass,
                                    const vrex::PropertyRef& checksumProperty,

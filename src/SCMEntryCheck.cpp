@@ -35,72 +35,64 @@ bool fitsCategory(const std::string& recordClass, const std::string& category) {
 
 }  // namespace
 
-SCMEntryCheck::SCMEntryCheck(vrex::DataModelRepository& repository,
-                             tvdiag::util::diagnostics& problems)
-    : repository_(repository), problems_(problems) {}
-
-std::size_t SCMEntryCheck::checkCategory(const vrex::ClassRef& entryClass,
-                                         const std::vector<vrex::ObjectRef>& objects) {
-    std::map<std::string, std::int64_t> firstWithChecksum;
-    for (const vrex::ObjectRef& object : objects) {
-        StoredTexts texts;
-        if (!readTexts(object, texts)) continue;
-        if (!texts.checksum) {
-            report("scm:check:missing", describe(object, texts) + " has no Checksum");
-        } else if (auto [first, isNew] = firstWithChecksum.emplace(*texts.checksum, object.id());
-                   !isNew) {
-            report("scm:check:duplicateChecksum",
-                   describe(object, texts) + " has the same checksum as " + entryClass.name() +
-                       " object " + std::to_string(first->second));
-        }
-        checkIdentity(object, texts);
-        checkData(object, texts);
-    }
-    return objects.size();
+SCMEntryCheck::SCMEntryCheck(const vrex::ClassRef& entryClass, tvdiag::util::diagnostics& problems)
+    : entryClass_(entryClass),
+      hasName_(!entryClass.findProperty(kNameProperty).isNull()),
+      properties_{entryClass.findProperty(kChecksumProperty), entryClass.findProperty(kIdentityProperty),
+                  entryClass.findProperty(kDataProperty)},
+      problems_(problems) {
+    if (hasName_) properties_.push_back(entryClass.findProperty(kNameProperty));
 }
 
-bool SCMEntryCheck::readTexts(const vrex::ObjectRef& object, StoredTexts& texts) {
-    const vrex::ClassRef entryClass = object.objectClass();
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    auto read = [&](const char* property) {
-        return repository_.getStoredText(object, entryClass.findProperty(property), diagnostics);
-    };
-    texts.checksum = read(kChecksumProperty);
-    if (!entryClass.findProperty(kNameProperty).isNull()) texts.name = read(kNameProperty);
-    texts.identity = read(kIdentityProperty);
-    texts.data = read(kDataProperty);
-    for (const tvdiag::util::diagnostic& record : diagnostics.records()) {
-        report("scm:check:unreadable", record.message);
+// A row without its Identity or Data is torn (an interrupted write of older versions): it is
+// reported once, and its other texts are not checked.
+void SCMEntryCheck::check(const vrex::DataModelRepository::StoredObject& stored) {
+    const StoredTexts texts = textsOf(stored);
+    const vrex::ObjectRef& object = stored.object;
+    if (!texts.checksum) {
+        report("scm:check:missing", describe(object, texts) + " has no Checksum");
+    } else if (auto [first, isNew] = firstWithChecksum_.emplace(*texts.checksum, object.id()); !isNew) {
+        report("scm:check:duplicateChecksum", describe(object, texts) + " has the same checksum as " +
+                                                  entryClass_.name() + " object " + std::to_string(first->second));
     }
-    return diagnostics.empty();
+    if (!texts.identity || !texts.data) {
+        const std::string lacks = !texts.identity && !texts.data ? "Identity and no Data"
+                                  : !texts.identity              ? "Identity"
+                                                                 : "Data";
+        report("scm:check:torn", describe(object, texts) + " has no " + lacks + ": a torn row");
+        return;
+    }
+    checkIdentity(object, texts);
+    checkData(object, texts);
 }
 
-// The object stored in `property` of `object` (its stored text is `text`), decoded as the
-// published class `className`; null after reporting it missing or undecodable.
+SCMEntryCheck::StoredTexts SCMEntryCheck::textsOf(const vrex::DataModelRepository::StoredObject& stored) const {
+    StoredTexts texts{stored.texts[0], std::nullopt, stored.texts[1], stored.texts[2]};
+    if (hasName_) texts.name = stored.texts[3];
+    return texts;
+}
+
+// The object whose stored text is `text` (of `property` of `object`), decoded as the published
+// class `className`; null after reporting it undecodable.
 template <typename T>
-std::unique_ptr<T> SCMEntryCheck::readStored(const vrex::ObjectRef& object,
-                                             const StoredTexts& texts,
-                                             const std::optional<std::string>& text,
-                                             const char* property, const char* className) {
-    if (!text) {
-        report("scm:check:missing", describe(object, texts) + " has no " + property);
-        return nullptr;
+std::unique_ptr<T> SCMEntryCheck::decode(const vrex::ObjectRef& object, const StoredTexts& texts,
+                                         const std::string& text, const char* property, const char* className) {
+    static const std::shared_ptr<const vrex::ObjectCodec> codec = vrex::defaultObjectCodec();
+    std::unique_ptr<T> stored;
+    try {
+        if (codec) stored = takeStoredObject<T>(codec->decode(text), className);
+    } catch (const std::exception&) {  // reported below as not decoding
     }
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    std::unique_ptr<T> stored = takeStoredObject<T>(
-        repository_.getPropertyValue(object, object.objectClass().findProperty(property),
-                                     diagnostics),
-        className);
     if (stored == nullptr) {
-        report("scm:check:undecodable", describe(object, texts) + ": its " + property +
-                                            " does not decode: " + quoted(*text));
+        report("scm:check:undecodable",
+               describe(object, texts) + ": its " + property + " does not decode: " + quoted(text));
     }
     return stored;
 }
 
 void SCMEntryCheck::checkIdentity(const vrex::ObjectRef& object, const StoredTexts& texts) {
-    std::unique_ptr<SCMIdentity> identity = readStored<SCMIdentity>(
-        object, texts, texts.identity, kIdentityProperty, "SharedCodeManager.Identity");
+    std::unique_ptr<SCMIdentity> identity =
+        decode<SCMIdentity>(object, texts, *texts.identity, kIdentityProperty, "SharedCodeManager.Identity");
     if (identity == nullptr) return;
     if (identity->getTypeString() != object.objectClass().name()) {
         report("scm:check:wrongCategory", describe(object, texts) + " holds an identity of " +
@@ -122,15 +114,14 @@ void SCMEntryCheck::checkIdentity(const vrex::ObjectRef& object, const StoredTex
 
 void SCMEntryCheck::checkData(const vrex::ObjectRef& object, const StoredTexts& texts) {
     std::unique_ptr<SCMData> data =
-        readStored<SCMData>(object, texts, texts.data, kDataProperty, "SharedCodeManager.Data");
+        decode<SCMData>(object, texts, *texts.data, kDataProperty, "SharedCodeManager.Data");
     if (data == nullptr) return;
     const std::string recordClass = data->getFullyQualifiedKobjTypeName();
     if (!fitsCategory(recordClass, object.objectClass().name())) {
         report("scm:check:wrongRecordClass",
                describe(object, texts) + " holds a record of " + recordClass + ", which its category does not hold");
     }
-    const bool hasName = !object.objectClass().findProperty(kNameProperty).isNull();
-    if (hasName && texts.name.value_or("") != data->getName()) {
+    if (hasName_ && texts.name.value_or("") != data->getName()) {
         report("scm:check:nameMismatch", describe(object, texts) + ": its Name " +
                                              quoted(texts.name.value_or("")) +
                                              " is not its record's name " +

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,20 +12,22 @@
 
 namespace SCM {
 
-// The per-entry checks of SCMVrexDataAdapter::checkEntries, one category's dictionary class at a
-// time. Reads only; every problem found becomes a record of the problems list given at
-// construction, which must outlive this object, as must the repository.
+// The per-entry checks of SCMVrexDataAdapter::checkEntries for one category's dictionary class,
+// on the stored texts of its objects as DataModelRepository::readStoredTexts reads them, object
+// after object. Reads nothing itself; every problem found becomes a record of the problems list
+// given at construction, which must outlive this object.
 class SCMEntryCheck {
 public:
-    SCMEntryCheck(vrex::DataModelRepository& repository, tvdiag::util::diagnostics& problems);
+    SCMEntryCheck(const vrex::ClassRef& entryClass, tvdiag::util::diagnostics& problems);
 
-    // Checks `objects`, every dictionary object of `entryClass` (the class named after one
-    // category), and returns how many there were.
-    std::size_t checkCategory(const vrex::ClassRef& entryClass,
-                              const std::vector<vrex::ObjectRef>& objects);
+    // The properties whose stored texts check() takes, in that order.
+    const std::vector<vrex::PropertyRef>& properties() const { return properties_; }
+    // Checks one object of the class, read with properties(); remembers its checksum to find
+    // later objects with the same one.
+    void check(const vrex::DataModelRepository::StoredObject& stored);
 
 private:
-    // The stored texts of one object, read before anything is decoded.
+    // The stored texts of one object.
     struct StoredTexts {
         std::optional<std::string> checksum;
         std::optional<std::string> name;
@@ -32,19 +35,21 @@ private:
         std::optional<std::string> data;
     };
 
-    bool readTexts(const vrex::ObjectRef& object, StoredTexts& texts);
+    StoredTexts textsOf(const vrex::DataModelRepository::StoredObject& stored) const;
     template <typename T>
-    std::unique_ptr<T> readStored(const vrex::ObjectRef& object, const StoredTexts& texts,
-                                  const std::optional<std::string>& text, const char* property,
-                                  const char* className);
+    std::unique_ptr<T> decode(const vrex::ObjectRef& object, const StoredTexts& texts, const std::string& text,
+                              const char* property, const char* className);
     void checkIdentity(const vrex::ObjectRef& object, const StoredTexts& texts);
     void checkData(const vrex::ObjectRef& object, const StoredTexts& texts);
     // "SCM_SHARED_TYPES object 7 (checksum "...")": how messages name an entry.
     std::string describe(const vrex::ObjectRef& object, const StoredTexts& texts) const;
     void report(const char* identifier, const std::string& message);
 
-    vrex::DataModelRepository& repository_;
+    vrex::ClassRef entryClass_;
+    bool hasName_;
+    std::vector<vrex::PropertyRef> properties_;  // Checksum, Identity, Data, then Name if declared
     tvdiag::util::diagnostics& problems_;
+    std::map<std::string, std::int64_t> firstWithChecksum_;
 };
 
 }  // namespace SCM

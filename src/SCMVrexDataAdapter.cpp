@@ -20,6 +20,12 @@ constexpr std::size_t kCacheLimit = 50;
 
 const char* const kPackageName = "SCM";
 
+// Objects read per round trip by the checks.
+constexpr std::size_t kPageSize = 2000;
+
+constexpr SCMTypes kAllTypes[] = {SCM_UTILITIES, SCM_SHARED_FUNCTIONS, SCM_SHARED_TYPES, SCM_OTHER,
+                                  SCM_NUM,       SCM_SHARED_DATA,      SCM_SHARED_CONSTANTS};
+
 }  // namespace
 
 std::string getMetaModelFile() {
@@ -386,16 +392,105 @@ std::vector<SCMIdentityDataPair> SCMVrexDataAdapter::getAllEntries(SCMTypes type
     return entries;
 }
 
-std::size_t SCMVrexDataAdapter::checkEntries(tvdiag::util::diagnostics& problems) {
-    if (!doesExist()) return 0;
-    repository_.checkIntegrity(problems);
-    SCMEntryCheck check(repository_, problems);
+void SCMVrexDataAdapter::walkStoredTexts(const vrex::ClassRef& entryClass,
+                                         const std::vector<vrex::PropertyRef>& properties,
+                                         const StoredObjectVisitor& visit, tvdiag::util::diagnostics& diagnostics) {
+    std::vector<vrex::DataModelRepository::StoredObject> page;
+    std::int64_t after = 0;
+    do {
+        repository_.readStoredTexts(entryClass, properties, after, kPageSize, page, diagnostics);
+        for (const vrex::DataModelRepository::StoredObject& stored : page) visit(stored);
+        if (!diagnostics.empty() || page.empty()) return;
+        after = page.back().object.id();
+    } while (page.size() == kPageSize);
+}
+
+namespace {
+
+// Whether a finding of the structure check is about the table of `className` ("the column of
+// SCM_UTILITIES.Name is missing", "the table of SCM_UTILITIES has no primary key").
+bool namesTable(const tvdiag::util::diagnostics& findings, const std::string& className) {
+    for (const tvdiag::util::diagnostic& record : findings.records()) {
+        for (const char* after : {".", " "}) {
+            if (record.message.find("of " + className + after) != std::string::npos) return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+// A category that cannot be read is a storage error, which ends the check, unless the structure
+// check has already found its table damaged or lacking parts: then it is one more problem.
+std::size_t SCMVrexDataAdapter::checkEntries(tvdiag::util::diagnostics& problems,
+                                             tvdiag::util::diagnostics& diagnostics) {
+    if (!doesExist()) {
+        diagnostics.add("scm:notOpen", "cannot check the registry: it is not open");
+        return 0;
+    }
+    auto structure = tvdiag::util::diagnostics::getEmptyInstance();
+    repository_.checkIntegrity(structure);
+    for (const tvdiag::util::diagnostic& record : structure.records()) {
+        (record.identifier == "vrex:integrity:failed" ? diagnostics : problems).add(record.identifier, record.message);
+    }
+    if (!diagnostics.empty()) return 0;
     std::size_t entries = 0;
-    for (SCMTypes type : {SCM_UTILITIES, SCM_SHARED_FUNCTIONS, SCM_SHARED_TYPES, SCM_OTHER,
-                          SCM_NUM, SCM_SHARED_DATA, SCM_SHARED_CONSTANTS}) {
-        entries += check.checkCategory(categories_->of(type).entryClass, getAllChildren(type));
+    for (SCMTypes type : kAllTypes) {
+        const vrex::ClassRef& entryClass = categories_->of(type).entryClass;
+        if (entryClass.isNull()) continue;
+        SCMEntryCheck check(entryClass, problems);
+        auto reading = tvdiag::util::diagnostics::getEmptyInstance();
+        repository_.performDictionaryRead(
+            [&](tvdiag::util::diagnostics& inner) {
+                walkStoredTexts(entryClass, check.properties(),
+                                [&](const vrex::DataModelRepository::StoredObject& stored) {
+                                    ++entries;
+                                    check.check(stored);
+                                },
+                                inner);
+            },
+            reading);
+        if (reading.empty()) continue;
+        if (!namesTable(structure, entryClass.name())) {
+            for (const tvdiag::util::diagnostic& record : reading.records()) diagnostics.add(record.identifier, record.message);
+            return entries;
+        }
+        problems.add("scm:check:unreadable", "the entries of " + entryClass.name() + " cannot be read: " + reading.messages());
     }
     return entries;
+}
+
+std::size_t SCMVrexDataAdapter::countRepairable(const tvdiag::util::diagnostics& problems) {
+    std::size_t repairable = 0;
+    for (const tvdiag::util::diagnostic& record : problems.records()) {
+        if (record.identifier == "scm:check:torn" || record.identifier == "vrex:integrity:missing") ++repairable;
+    }
+    return repairable;
+}
+
+std::size_t SCMVrexDataAdapter::deleteTornEntries(tvdiag::util::diagnostics& diagnostics) {
+    if (!doesExist()) {
+        diagnostics.add("scm:notOpen", "cannot repair the registry: it is not open");
+        return 0;
+    }
+    std::size_t deleted = 0;
+    repository_.performDictionaryFunction(
+        [&](tvdiag::util::diagnostics& inner) {
+            for (SCMTypes type : kAllTypes) {
+                const SCMCategoryClasses::Category& category = categories_->of(type);
+                if (category.entryClass.isNull()) continue;
+                walkStoredTexts(category.entryClass, {category.identity, category.data},
+                                [&](const vrex::DataModelRepository::StoredObject& stored) {
+                                    if (stored.texts[0] && stored.texts[1]) return;
+                                    repository_.deleteObject(stored.object, inner);
+                                    ++deleted;
+                                },
+                                inner);
+                if (!inner.empty()) return;
+            }
+        },
+        diagnostics);
+    return diagnostics.empty() ? deleted : 0;
 }
 
 bool SCMVrexDataAdapter::isBackendOwned(const SCMData* data) const {

@@ -42,6 +42,14 @@ protected:
         return SCMSharedFunctionIdentity(element, 0, 0, 0).getChecksum();
     }
     void tamper(const std::string& sql) { execSql(path_, sql); }
+    // checkEntries on the registry opened as `mode`, which must end without a storage error.
+    std::size_t check(tvdiag::util::diagnostics& problems, Mode mode = Mode::ReadOnly) {
+        SCMVrexDataAdapter adapter(path_, getMetaModelFile(), mode);
+        tvdiag::util::diagnostics error;
+        const std::size_t entries = adapter.checkEntries(problems, error);
+        EXPECT_TRUE(error.empty()) << error.toString();
+        return entries;
+    }
 
     vrex_test::TempDir dir_;
     std::string path_ = dir_.file("registry.scm");
@@ -123,9 +131,8 @@ TEST_F(RegistryInspection, ASoundRegistryChecksClean) {
         record.setName("rt_sat");
         ASSERT_EQ(adapter.insertValueInTransaction(&key, &record), IS_REGISTERED);
     }
-    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
     tvdiag::util::diagnostics problems;
-    EXPECT_EQ(adapter.checkEntries(problems), 4u);
+    EXPECT_EQ(check(problems), 4u);
     EXPECT_TRUE(problems.empty()) << problems.toString();
 }
 
@@ -139,14 +146,13 @@ TEST_F(RegistryInspection, CheckFindsEveryKindOfTamperedEntry) {
            "INSERT INTO " + table + " (\"Checksum\", \"Name\", \"Identity\", \"Data\") "
            "SELECT \"Checksum\", \"Name\", \"Identity\", \"Data\" FROM " + table +
            " WHERE \"_id\" = 5");
-    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
     tvdiag::util::diagnostics problems;
-    EXPECT_EQ(adapter.checkEntries(problems), 6u);
+    EXPECT_EQ(check(problems), 6u);
     EXPECT_EQ(identifiers(problems),
               "scm:check:checksumMismatch\n"
               "scm:check:duplicateChecksum\n"
-              "scm:check:missing\n"
               "scm:check:nameMismatch\n"
+              "scm:check:torn\n"
               "scm:check:undecodable\n")
         << problems.toString();
     const std::string report = problems.toString();
@@ -164,11 +170,34 @@ TEST_F(RegistryInspection, AnIdentityAndARecordStoredUnderAnotherCategoryAreRepo
     registerFunctions(1);
     tamper("INSERT INTO \"SCM_SHARED_TYPES\" (\"Checksum\", \"Name\", \"Identity\", \"Data\") "
            "SELECT \"Checksum\", \"Name\", \"Identity\", \"Data\" FROM \"SCM_SHARED_FUNCTIONS\"");
-    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
     tvdiag::util::diagnostics problems;
-    EXPECT_EQ(adapter.checkEntries(problems), 2u);
+    EXPECT_EQ(check(problems), 2u);
     EXPECT_EQ(identifiers(problems), "scm:check:wrongCategory\nscm:check:wrongRecordClass\n")
         << problems.toString();
+}
+
+// Torn rows, a lost index and a lost catalogue row (which once made every writable open fail)
+// are found read-only, and a writable open plus deleteTornEntries fixes them all.
+TEST_F(RegistryInspection, TornRowsAndMissingPartsAreRepaired) {
+    registerFunctions(3);
+    tamper("UPDATE \"SCM_SHARED_FUNCTIONS\" SET \"Identity\" = NULL WHERE \"_id\" = 2;"
+           "DROP INDEX \"index:SCM_UTILITIES.Name\";"
+           "DELETE FROM \"_vrex_catalogue\" WHERE class = 'SCM_SHARED_FUNCTIONS' AND property = 'Data'");
+    tvdiag::util::diagnostics problems;
+    EXPECT_EQ(check(problems), 3u);
+    EXPECT_EQ(identifiers(problems), "scm:check:torn\nvrex:integrity:missing\nvrex:integrity:missing\n")
+        << problems.toString();
+    EXPECT_EQ(SCMVrexDataAdapter::countRepairable(problems), 3u);
+    {
+        SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::Writable);
+        ASSERT_TRUE(adapter.doesExist()) << adapter.getOpenError();
+        tvdiag::util::diagnostics diagnostics;
+        EXPECT_EQ(adapter.deleteTornEntries(diagnostics), 1u);
+        EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
+    }
+    tvdiag::util::diagnostics after;
+    EXPECT_EQ(check(after), 2u);
+    EXPECT_TRUE(after.empty()) << after.toString();
 }
 
 }  // namespace

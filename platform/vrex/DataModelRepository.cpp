@@ -217,6 +217,19 @@ std::optional<std::string> DataModelRepository::getStoredText(const ObjectRef& o
     return session_->getStoredText(object, property, diagnostics);
 }
 
+void DataModelRepository::readStoredTexts(const ClassRef& cls, const std::vector<PropertyRef>& properties,
+                                          std::int64_t afterId, std::size_t limit, std::vector<StoredObject>& result,
+                                          tvdiag::util::diagnostics& diagnostics) {
+    result.clear();
+    if (!session_) return reportClosed(diagnostics, "read the objects");
+    session_->readStoredTexts(cls, properties, afterId, limit, result, diagnostics);
+}
+
+void DataModelRepository::deleteObject(const ObjectRef& object, tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) return reportClosed(diagnostics, "delete an object");
+    session_->deleteObject(object, diagnostics);
+}
+
 void DataModelRepository::checkIntegrity(tvdiag::util::diagnostics& diagnostics) {
     if (!session_) return reportClosed(diagnostics, "check the file");
     session_->checkIntegrity(diagnostics);

@@ -96,7 +96,8 @@ public:
 
     // Opens the registry `dictionaryFile` described by the metamodel XML `metamodelFile`
     // (paths in UTF-16, see toUtf16). A file that does not exist, or exists with length zero, is
-    // made a new registry. Refused, with the file left byte for byte as it was: a file that is
+    // made a new registry. Opened for reading, a registry that lacks parts of the metamodel opens
+    // as it is (checkIntegrity names them; reading a missing table fails). Refused, with the file left byte for byte as it was: a file that is
     // not a registry (text, another SQLite database, a truncated registry), a directory, a
     // location where no file can be made, a malformed or invalid metamodel (the message gives
     // its file and line), a metamodel that conflicts with the file. Refused as well when this
@@ -167,12 +168,37 @@ public:
     std::optional<std::string> getStoredText(const ObjectRef& object, const PropertyRef& property,
                                              tvdiag::util::diagnostics& diagnostics);
 
-    // Checks the file's structure with SQLite's integrity check (pages, b-trees, indexes; on
-    // PostgreSQL, the tables, columns and indexes the metamodel needs). Each problem found adds a
-    // diagnostic "vrex:integrity:damaged" with a description of it; each table, index, trigger
-    // or view that the registry's schema does not have (made by another program) adds one
-    // "vrex:integrity:foreign" naming it; a check that cannot run adds one with the engine's
-    // error. Nothing added: the registry is sound.
+    // One object and the stored texts (see getStoredText) of the properties a readStoredTexts
+    // call named, in that order.
+    struct StoredObject {
+        ObjectRef object;
+        std::vector<std::optional<std::string>> texts;
+    };
+
+    // Replaces `result` with the objects of `cls` whose id is above `afterId` (0: from the
+    // first), at most `limit` of them, ascending by id, each with the stored texts of
+    // `properties` (properties of `cls`): a page of a walk over a class, read in one round trip.
+    // Walk a class by passing the last id of each page until a page comes back short; inside
+    // performDictionaryRead every page sees the same state. On error `result` is empty.
+    void readStoredTexts(const ClassRef& cls, const std::vector<PropertyRef>& properties, std::int64_t afterId,
+                         std::size_t limit, std::vector<StoredObject>& result,
+                         tvdiag::util::diagnostics& diagnostics);
+
+    // Deletes `object` with every property. Only inside a write transaction (explicit or a
+    // dictionary function), which keeps or undoes it with the rest; outside one it fails with
+    // "vrex:transaction:notOpen", on a registry open for reading with "vrex:readOnly", for an
+    // object the registry does not hold with "vrex:object:notFound".
+    void deleteObject(const ObjectRef& object, tvdiag::util::diagnostics& diagnostics);
+
+    // Checks the storage's structure. Adds a diagnostic for each problem found, naming it:
+    //  - "vrex:integrity:damaged": damage (SQLite's integrity check of pages, b-trees and
+    //    indexes; on PostgreSQL a table without its primary key or a column of another type);
+    //  - "vrex:integrity:missing": a part of the metamodel the registry lacks (a table, column,
+    //    index or catalogue row), which opening it for writing makes again;
+    //  - "vrex:integrity:foreign": a table, index, trigger or view that the registry's schema
+    //    does not have (made by another program).
+    // A check that cannot run adds one "vrex:integrity:failed" with the engine's error. Nothing
+    // added: the registry is sound.
     void checkIntegrity(tvdiag::util::diagnostics& diagnostics);
 
     // Closes the file; an open transaction is rolled back. Does nothing when closed.

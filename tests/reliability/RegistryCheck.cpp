@@ -26,7 +26,9 @@ RegistryContents checkRegistry(const std::string& file) {
     }
     contents.opened = true;
     auto problems = tvdiag::util::diagnostics::getEmptyInstance();
-    registry.checkEntries(problems);
+    auto error = tvdiag::util::diagnostics::getEmptyInstance();
+    registry.checkEntries(problems, error);
+    for (const tvdiag::util::diagnostic& problem : error.records()) problems.add(problem.identifier, problem.message);
     for (const tvdiag::util::diagnostic& problem : problems.records()) {
         contents.problems.push_back(problem.identifier + ": " + problem.message);
     }

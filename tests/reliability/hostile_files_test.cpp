@@ -253,7 +253,7 @@ std::vector<HostileCase> hostileCases() {
              runSql(t.file, "DROP TABLE \"SCM_UTILITIES\"");
              return readOnly(t.file, kReadable);
          },
-         true, false, false, error, false},
+         true, true, false, error, false},  // opens; the other categories stay readable
         {"read-only file", [](const Target& t) { return readOnly(t.file, kReadable); }, true, true, true,
          error, false},
         {"read-only directory", [](const Target& t) { return readOnly(t.directory, kClosedDirectory); },

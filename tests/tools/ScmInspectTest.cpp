@@ -171,6 +171,20 @@ TEST_F(ScmInspect, CheckCatchesACorruptedObjectAndExportWarnsOfIt) {
     EXPECT_TRUE(contains(exported.err, "1 of the 3 entries of SCM_UTILITIES do not decode")) << exported.err;
 }
 
+TEST_F(ScmInspect, CheckRepairDeletesTornRowsAndMakesMissingPartsAgain) {
+    SCM_SQLITE_ONLY("tears rows through SQLite");
+    execSql(registry(), "UPDATE \"SCM_UTILITIES\" SET \"Data\" = NULL WHERE \"_id\" = 1;"
+                        "DELETE FROM \"_vrex_catalogue\" WHERE class = 'SCM_UTILITIES' AND property = 'Identity'");
+    const ToolRun dryRun = scm({"check", registry()});
+    EXPECT_EQ(dryRun.exitCode, 1);
+    EXPECT_TRUE(contains(dryRun.out, "2 problems in " + printedRegistry() + " (11 entries checked)\n"
+                                     "scm check --repair would fix 2 of them\n")) << dryRun.out;
+    const ToolRun repaired = scm({"check", registry(), "--repair"});
+    EXPECT_EQ(repaired.exitCode, 0) << repaired.out << repaired.err;
+    EXPECT_TRUE(contains(repaired.out, "repaired: 1 missing part of the storage made again, 1 torn row deleted\n"
+                                       "OK: " + printedRegistry() + ": 10 entries")) << repaired.out;
+}
+
 TEST_F(ScmInspect, CheckCatchesADamagedFile) {
     SCM_SQLITE_ONLY("damages the SQLite schema");
     execSql(registry(),

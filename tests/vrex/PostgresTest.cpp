@@ -16,6 +16,7 @@
 #include "VrexTestSupport.hpp"
 #include "support/RegistryDriver.hpp"
 #include "support/TestRegistry.hpp"
+#include "shared_code_manager.hpp"
 #include "vrex/internal/PostgresUri.hpp"
 
 // What only a registry on a PostgreSQL server does: its URI, a database that is not a registry,
@@ -355,32 +356,75 @@ TEST_F(PostgresTest, AServerThatStopsAnsweringIsGivenUpAfterTheStatementLimit) {
     EXPECT_FALSE(repository.isTransactionOpen());
 }
 
-TEST_F(PostgresTest, ADroppedIndexAndAForeignTriggerAreReportedAndTheIndexMadeAgain) {
-    {
+// Each part dropped or changed behind the registry's back: a read-only opening still opens and
+// the check names it; a writable opening makes again what it can (missing parts) and opens.
+TEST_F(PostgresTest, TheCheckNamesEveryDroppedOrAlteredPart) {
+    struct Case {
+        const char* sql;
+        const char* identifiers;
+        const char* named;
+        bool madeAgain;
+    };
+    const Case cases[] = {
+        {"DROP INDEX scm.\"index:scm_utilities.checksum\"", "vrex:integrity:missing ",
+         "the index of SCM_UTILITIES.Checksum is missing", true},
+        {"DROP TABLE scm.scm_shared_data", "vrex:integrity:missing ", "the table of SCM_SHARED_DATA is missing", true},
+        {"ALTER TABLE scm.scm_utilities DROP COLUMN name", "vrex:integrity:missing ",
+         "the column of SCM_UTILITIES.Name is missing", true},
+        {"DELETE FROM scm._vrex_catalogue WHERE class = 'scm_utilities' AND property = 'data'",
+         "vrex:integrity:missing ", "the catalogue row of SCM_UTILITIES.Data is missing", true},
+        {"ALTER TABLE scm.scm_utilities DROP CONSTRAINT scm_utilities_pkey", "vrex:integrity:damaged ",
+         "the table of SCM_UTILITIES has no primary key", false},
+        {"ALTER TABLE scm.scm_utilities ALTER COLUMN data TYPE text USING encode(data, 'escape')",
+         "vrex:integrity:damaged ", "the column of SCM_UTILITIES.Data is of type text, not bytea", false},
+        {"CREATE FUNCTION public.wipe() RETURNS trigger LANGUAGE plpgsql AS "
+         "'BEGIN DELETE FROM scm.scm_utilities; RETURN NULL; END'; CREATE TRIGGER wipe AFTER INSERT ON "
+         "scm.scm_shared_functions FOR EACH ROW EXECUTE FUNCTION public.wipe()",
+         "vrex:integrity:foreign ", "trigger \"wipe\" on table \"scm_shared_functions\"", false},
+    };
+    vrex::DataModelRepository::Options readOnly = thingOptions();
+    readOnly.readOnly = true;
+    for (const Case& c : cases) {
+        registry_ = std::make_unique<scm_test::TestRegistry>();
+        uri_ = registry_->location();
         vrex::DataModelRepository repository;
         ASSERT_EQ(openRepository(repository, uri_), "");
-        ASSERT_EQ(admin("DROP INDEX scm.\"index:scm_utilities.checksum\"", true), "");
-        ASSERT_EQ(admin("CREATE FUNCTION public.wipe() RETURNS trigger LANGUAGE plpgsql AS "
-                        "'BEGIN DELETE FROM scm.scm_utilities; RETURN NULL; END'; "
-                        "CREATE TRIGGER wipe AFTER INSERT ON scm.scm_shared_functions "
-                        "FOR EACH ROW EXECUTE FUNCTION public.wipe()",
-                        true),
-                  "");
+        repository.close();
+        ASSERT_EQ(admin(c.sql, true), "") << c.sql;
+        ASSERT_EQ(openRepository(repository, uri_, shippedMetamodel(), readOnly), "") << c.sql;
         tvdiag::util::diagnostics diagnostics;
         repository.checkIntegrity(diagnostics);
-        EXPECT_EQ(identifiers(diagnostics), "vrex:integrity:damaged vrex:integrity:foreign ");
-        EXPECT_NE(diagnostics.toString().find("SCM_UTILITIES.Checksum"), std::string::npos)
-            << diagnostics.toString();
-        EXPECT_NE(diagnostics.toString().find("trigger \"wipe\" on table \"scm_shared_functions\""),
-                  std::string::npos)
-            << diagnostics.toString();
-        ASSERT_EQ(admin("DROP TRIGGER wipe ON scm.scm_shared_functions", true), "");
+        const std::string report = diagnostics.toString();
+        EXPECT_EQ(identifiers(diagnostics), c.identifiers) << report;
+        EXPECT_NE(report.find(c.named), std::string::npos) << report;
+        repository.close();
+        ASSERT_EQ(openRepository(repository, uri_), "") << c.sql;
+        diagnostics.clear();
+        repository.checkIntegrity(diagnostics);
+        EXPECT_EQ(diagnostics.toString().find(c.named) == std::string::npos, c.madeAgain) << diagnostics.toString();
     }
-    vrex::DataModelRepository reopened;
-    ASSERT_EQ(openRepository(reopened, uri_), "");
-    tvdiag::util::diagnostics diagnostics;
-    reopened.checkIntegrity(diagnostics);
-    EXPECT_EQ(diagnostics.toString(), "");
+}
+
+// A connection cut under a check ends it with the error, not a problem per entry.
+TEST_F(PostgresTest, ACheckThroughACutConnectionEndsWithOneError) {
+    {
+        SCM::SCMVrexDataAdapter writer(uri_, SCM::getMetaModelFile());
+        for (int i = 1; i <= 3; ++i) {
+            SCM::SCMBasicUtilityIdentity key("u" + std::to_string(i));
+            SCM::SCMBasicUtilityData record("u", "u");
+            ASSERT_EQ(writer.insertValueInTransaction(&key, &record), SCM::IS_REGISTERED);
+        }
+    }
+    SCM::SCMVrexDataAdapter reader(uri_, SCM::getMetaModelFile(), SCM::SCMVrexDataAdapter::OpenMode::ReadOnly);
+    ASSERT_EQ(admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
+                    "' AND pid <> pg_backend_pid()"),
+              "");
+    tvdiag::util::diagnostics problems;
+    tvdiag::util::diagnostics error;
+    reader.checkEntries(problems, error);
+    EXPECT_TRUE(problems.empty()) << problems.toString();
+    EXPECT_EQ(error.size(), 1u) << error.toString();
+    EXPECT_NE(error.messages().find("connection"), std::string::npos) << error.toString();
 }
 
 }  // namespace

@@ -5,21 +5,57 @@
 
 namespace scm_tool {
 
-int runCheck(const std::string& path) {
-    OpenRegistry registry(path, OpenRegistry::Access::Read);
+namespace {
+
+std::string count(std::size_t n, const char* one, const char* many) {
+    return std::to_string(n) + " " + (n == 1 ? one : many);
+}
+
+// Opening the registry for writing makes its missing parts again; then the torn rows go.
+void repair(const std::string& path, std::size_t missingParts) {
+    OpenRegistry registry(path, OpenRegistry::Access::Write);
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    const std::size_t deleted = registry.adapter().deleteTornEntries(diagnostics);
+    if (!diagnostics.empty()) throw ToolError("cannot repair the registry: " + diagnostics.messages());
+    std::cout << "repaired: " << count(missingParts, "missing part", "missing parts") << " of the storage made again, "
+              << count(deleted, "torn row", "torn rows") << " deleted\n";
+}
+
+}  // namespace
+
+int runCheck(const CheckOptions& options) {
     tvdiag::util::diagnostics problems;
-    const std::size_t entries = registry.adapter().checkEntries(problems);
+    std::size_t entries = 0;
+    std::string path;
+    {
+        OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
+        path = registry.path();
+        auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+        entries = registry.adapter().checkEntries(problems, diagnostics);
+        if (!diagnostics.empty()) throwUnreadable(diagnostics);
+    }
     if (problems.empty()) {
-        std::cout << "OK: " << registry.path() << ": " << entries
+        std::cout << "OK: " << path << ": " << entries
                   << " entries; the storage is sound, every entry decodes and matches its checksum\n";
         return kExitOk;
     }
     for (const tvdiag::util::diagnostic& problem : problems.records()) {
         std::cout << "problem: " << problem.message << '\n';
     }
-    std::cout << problems.size() << (problems.size() == 1 ? " problem" : " problems") << " in "
-              << registry.path() << " (" << entries << " entries checked)\n";
-    return kExitFindings;
+    std::cout << count(problems.size(), "problem", "problems") << " in " << path << " (" << entries
+              << " entries checked)\n";
+    const std::size_t repairable = SCM::SCMVrexDataAdapter::countRepairable(problems);
+    if (repairable == 0) return kExitFindings;
+    if (!options.repair) {
+        std::cout << "scm check --repair would fix " << repairable << " of them\n";
+        return kExitFindings;
+    }
+    std::size_t missingParts = 0;
+    for (const tvdiag::util::diagnostic& problem : problems.records()) {
+        missingParts += problem.identifier == "vrex:integrity:missing" ? 1 : 0;
+    }
+    repair(options.registry, missingParts);
+    return runCheck({options.registry, false});  // what is left
 }
 
 }  // namespace scm_tool

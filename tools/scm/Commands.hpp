@@ -49,6 +49,12 @@ struct StatsOptions {
 };
 int runStats(const StatsOptions& options);
 
-int runCheck(const std::string& registry);
+struct CheckOptions {
+    std::string registry;
+    bool repair = false;  // fix what can be fixed after the read-only check
+};
+// Checks the registry read-only. With repair, then opens it for writing, which makes its missing
+// parts again, deletes its torn rows and checks it again, exiting as that check does.
+int runCheck(const CheckOptions& options);
 
 }  // namespace scm_tool

@@ -107,7 +107,7 @@ int main(int argc, char** argv) {
     ShowOptions showOptions;
     ExportOptions exportOptions;
     StatsOptions statsOptions;
-    std::string checkRegistry;
+    CheckOptions checkOptions;
     CLI::App* registerCommand = addRegister(app, registerOptions);
     CLI::App* listCommand = addList(app, listOptions);
     CLI::App* showCommand = addShow(app, showOptions);
@@ -115,8 +115,10 @@ int main(int argc, char** argv) {
     CLI::App* statsCommand = addStats(app, statsOptions);
     CLI::App* checkCommand = addCommand(
         app, "check",
-        "Check the file and every entry (decoding, checksums, duplicates); exit 1 on problems",
-        checkRegistry);
+        "Check the storage and every entry (decoding, checksums, duplicates); exit 1 on problems",
+        checkOptions.registry);
+    checkCommand->add_flag("--repair", checkOptions.repair,
+                           "then make missing parts of the storage again and delete torn entries");
     try {
         requireKnownCommand(app, argc, argv);
         int exitCode = kExitError;
@@ -133,7 +135,7 @@ int main(int argc, char** argv) {
         if (showCommand->parsed()) exitCode = runShow(showOptions);
         if (exportCommand->parsed()) exitCode = runExport(exportOptions);
         if (statsCommand->parsed()) exitCode = runStats(statsOptions);
-        if (checkCommand->parsed()) exitCode = runCheck(checkRegistry);
+        if (checkCommand->parsed()) exitCode = runCheck(checkOptions);
         finishStandardOutput();
         return exitCode;
     } catch (const ToolError& error) {

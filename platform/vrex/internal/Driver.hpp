@@ -20,6 +20,11 @@ namespace vrex::internal {
 class Driver {
 public:
     enum class RowResult { Done, NoSuchObject, Failed };
+    // One object's id and the stored texts of the properties a readRows call asked for.
+    struct StoredRow {
+        std::int64_t id = 0;
+        std::vector<std::optional<std::string>> texts;
+    };
 
     virtual ~Driver() = default;
 
@@ -60,8 +65,17 @@ public:
                                    std::optional<std::string>& text) = 0;
     virtual RowResult writeProperty(const PropertyInfo& property, std::int64_t id,
                                     const std::optional<std::string>& text) = 0;
+    // Appends to `rows` the objects of `cls` whose id is above `afterId`, at most `limit`,
+    // ascending, each with the stored texts of `properties` (of `cls`) in that order: one round
+    // trip for the whole page.
+    virtual bool readRows(const ClassInfo& cls, const std::vector<const PropertyInfo*>& properties,
+                          std::int64_t afterId, std::size_t limit, std::vector<StoredRow>& rows) = 0;
+    virtual RowResult deleteObject(const ClassInfo& cls, std::int64_t id) = 0;
     // Checks the storage's structure; each problem found is one line in `findings`.
     virtual bool checkIntegrity(std::vector<std::string>& findings) = 0;
+    // Finds the parts of the metamodel the storage lacks, which opening it for writing makes
+    // again (see SchemaPlan::describe); each is one line in `findings`.
+    virtual bool findMissingParts(std::vector<std::string>& findings) = 0;
     // Finds the tables, indexes, triggers and views that the registry's schema does not have;
     // each is one line in `findings` (see findForeignParts).
     virtual bool findForeignParts(std::vector<std::string>& findings) = 0;

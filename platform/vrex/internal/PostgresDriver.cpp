@@ -209,9 +209,39 @@ Driver::RowResult PostgresDriver::writeProperty(const PropertyInfo& property, st
     return changed == 0 ? RowResult::NoSuchObject : RowResult::Done;
 }
 
-// The server keeps its own storage sound; what can go wrong is a table, column or index that
-// another program dropped.
+bool PostgresDriver::readRows(const ClassInfo& cls, const std::vector<const PropertyInfo*>& properties,
+                              std::int64_t afterId, std::size_t limit, std::vector<StoredRow>& rows) {
+    std::string sql = "SELECT \"_id\"";
+    for (const PropertyInfo* property : properties) sql += ", " + PostgresNames::quotedColumn(*property);
+    sql += " FROM " + names_.qualifiedTable(cls) + " WHERE \"_id\" > $1 ORDER BY \"_id\" LIMIT $2";
+    PgResult page = connection_.query(sql, PgParams().int64(afterId).int64(static_cast<std::int64_t>(limit)));
+    if (!page.ok()) return false;
+    for (int row = 0; row < page.rows(); ++row) {
+        StoredRow& stored = rows.emplace_back();
+        stored.id = page.int64(row, 0);
+        for (int column = 1; column <= static_cast<int>(properties.size()); ++column) {
+            stored.texts.push_back(page.isNull(row, column) ? std::nullopt
+                                                            : std::optional<std::string>(page.bytes(row, column)));
+        }
+    }
+    return true;
+}
+
+Driver::RowResult PostgresDriver::deleteObject(const ClassInfo& cls, std::int64_t id) {
+    PgResult deleted =
+        connection_.query("DELETE FROM " + names_.qualifiedTable(cls) + " WHERE \"_id\" = $1", PgParams().int64(id));
+    if (!deleted.ok()) return RowResult::Failed;
+    return deleted.changed() == 0 ? RowResult::NoSuchObject : RowResult::Done;
+}
+
+// The server keeps its own storage sound; what can go wrong is a table, column, index or key
+// that another program dropped or changed.
 bool PostgresDriver::checkIntegrity(std::vector<std::string>& findings) {
+    PostgresSchema schema(connection_, metamodel_, names_, location());
+    return schema.findAlteredParts(findings);
+}
+
+bool PostgresDriver::findMissingParts(std::vector<std::string>& findings) {
     PostgresSchema schema(connection_, metamodel_, names_, location());
     return schema.findMissingParts(findings);
 }

@@ -61,7 +61,11 @@ public:
                            std::optional<std::string>& text) override;
     RowResult writeProperty(const PropertyInfo& property, std::int64_t id,
                             const std::optional<std::string>& text) override;
+    bool readRows(const ClassInfo& cls, const std::vector<const PropertyInfo*>& properties,
+                  std::int64_t afterId, std::size_t limit, std::vector<StoredRow>& rows) override;
+    RowResult deleteObject(const ClassInfo& cls, std::int64_t id) override;
     bool checkIntegrity(std::vector<std::string>& findings) override;
+    bool findMissingParts(std::vector<std::string>& findings) override;
     bool findForeignParts(std::vector<std::string>& findings) override;
 
     void report(tvdiag::util::diagnostics& diagnostics, const char* identifier,

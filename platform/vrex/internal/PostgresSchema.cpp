@@ -54,13 +54,7 @@ bool PostgresSchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnosti
                         "cannot open \"" + location_ + "\" for reading: it is not a registry yet");
         return false;
     }
-    if (readOnly) {
-        diagnostics.add("vrex:open:readOnlyUpgrade",
-                        "the registry \"" + location_ +
-                            "\" is open for reading only but lacks parts of the metamodel \"" +
-                            metamodel_.file() + "\"");
-        return false;
-    }
+    if (readOnly) return true;  // reads what is there; checkIntegrity names what is missing
     // Another agent may have extended the registry meanwhile: look again under the write lock.
     SchemaTransaction writing(connection_, names_.lockingBegin().c_str());
     if (!writing.begun()) {
@@ -79,17 +73,41 @@ bool PostgresSchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnosti
 bool PostgresSchema::findMissingParts(std::vector<std::string>& findings) {
     SchemaPlan plan;
     tvdiag::util::diagnostics problems;
-    if (!inspect(plan, problems)) {
-        for (const auto& record : problems.records()) findings.push_back(record.message);
-        return true;
+    const bool inspected = inspect(plan, problems);
+    return describeInspection(inspected, plan, problems, "vrex:open:serverError", findings);
+}
+
+// Types and primary keys a writable opening does not make again: "_id" bigint and the primary
+// key, every property column bytea.
+bool PostgresSchema::findAlteredParts(std::vector<std::string>& findings) {
+    PgResult types;
+    PgResult keyed;
+    if (!querySchema("SELECT table_name::text, column_name::text, data_type::text FROM information_schema.columns "
+                     "WHERE table_schema = $1::text",
+                     "SELECT t.relname::text FROM pg_catalog.pg_index AS i "
+                     "JOIN pg_catalog.pg_class AS t ON t.oid = i.indrelid "
+                     "JOIN pg_catalog.pg_namespace AS n ON n.oid = t.relnamespace "
+                     "WHERE n.nspname = $1::text AND i.indisprimary",
+                     types, keyed)) {
+        return false;
     }
-    if (plan.createHeader) findings.push_back("the registry header is missing");
-    for (const ClassInfo* cls : plan.newTables) findings.push_back("the table of " + cls->name + " is missing");
-    for (const PropertyInfo* property : plan.newColumns) {
-        findings.push_back("the column of " + property->owner->name + "." + property->name + " is missing");
-    }
-    for (const PropertyInfo* property : plan.newIndexes) {
-        findings.push_back("the index of " + property->owner->name + "." + property->name + " is missing");
+    std::map<std::string, std::map<std::string, std::string>> typeOf;
+    for (int row = 0; row < types.rows(); ++row) typeOf[types.bytes(row, 0)][types.bytes(row, 1)] = types.bytes(row, 2);
+    std::set<std::string> withKey;
+    for (int row = 0; row < keyed.rows(); ++row) withKey.insert(keyed.bytes(row, 0));
+    for (const ClassInfo* cls : metamodel_.classes()) {
+        auto table = typeOf.find(PostgresNames::table(*cls));
+        if (table == typeOf.end()) continue;  // missing: findMissingParts names it
+        const auto expect = [&](const std::string& column, const std::string& wanted, const std::string& what) {
+            auto found = table->second.find(column);
+            if (found == table->second.end() || found->second == wanted) return;
+            findings.push_back("the column of " + what + " is of type " + found->second + ", not " + wanted);
+        };
+        expect("_id", "bigint", cls->name + "._id");
+        for (const auto& property : cls->properties) {
+            expect(PostgresNames::column(*property), "bytea", cls->name + "." + property->name);
+        }
+        if (withKey.count(table->first) == 0) findings.push_back("the table of " + cls->name + " has no primary key");
     }
     return true;
 }
@@ -215,17 +233,12 @@ bool PostgresSchema::readCatalogue(Catalogue& catalogue, tvdiag::util::diagnosti
 
 // Forgets from `catalogue` what the database no longer holds (see keepWhatExists).
 bool PostgresSchema::dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) {
-    const PgParams schema = PgParams().bytes(names_.schema());
-    PgResult columnRows = connection_.query(
-        "SELECT table_name::text, column_name::text FROM information_schema.columns "
-        "WHERE table_schema = $1::text",
-        schema);
-    PgResult indexRows = columnRows.ok() ? connection_.query(
-                                               "SELECT indexname::text FROM pg_catalog.pg_indexes "
-                                               "WHERE schemaname = $1::text",
-                                               schema)
-                                         : PgResult();
-    if (!indexRows.ok()) {
+    PgResult columnRows;
+    PgResult indexRows;
+    if (!querySchema("SELECT table_name::text, column_name::text FROM information_schema.columns "
+                     "WHERE table_schema = $1::text",
+                     "SELECT indexname::text FROM pg_catalog.pg_indexes WHERE schemaname = $1::text", columnRows,
+                     indexRows)) {
         reportFailure("cannot read the registry's tables", diagnostics);
         return false;
     }
@@ -237,6 +250,13 @@ bool PostgresSchema::dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnost
     for (int row = 0; row < indexRows.rows(); ++row) indexes.insert(asciiLowercase(indexRows.bytes(row, 0)));
     keepWhatExists(catalogue, columns, indexes);
     return true;
+}
+
+bool PostgresSchema::querySchema(const char* firstSql, const char* secondSql, PgResult& first, PgResult& second) {
+    const PgParams schema = PgParams().bytes(names_.schema());
+    first = connection_.query(firstSql, schema);
+    if (first.ok()) second = connection_.query(secondSql, schema);
+    return second.ok();
 }
 
 bool PostgresSchema::createHeader(tvdiag::util::diagnostics& diagnostics) {

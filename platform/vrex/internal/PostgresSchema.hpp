@@ -25,14 +25,18 @@ public:
                    const std::string& location);
 
     // Makes the database ready for the metamodel: looks in a read-only transaction first, then,
-    // when something must be added (not when `readOnly`: then it is refused), adds it under the
-    // registry's write lock after looking again. False with "vrex:open:..." diagnostics; nothing
-    // is then changed.
+    // when something must be added, adds it under the registry's write lock after looking again.
+    // When `readOnly` nothing is added: a registry that lacks parts opens as it is (reading a
+    // missing table fails then), a database without a registry is refused. False with
+    // "vrex:open:..." diagnostics; nothing is then changed.
     bool prepare(bool readOnly, tvdiag::util::diagnostics& diagnostics);
 
     // The parts of the metamodel the registry's tables lack (each one line), for an integrity
     // check. False with lastError() when the tables cannot be read.
     bool findMissingParts(std::vector<std::string>& findings);
+    // The registry's tables whose primary key is gone or whose columns changed type (each one
+    // line). False with lastError() when the schema cannot be read.
+    bool findAlteredParts(std::vector<std::string>& findings);
     // The tables, indexes (primary keys aside), triggers and views of the registry's schema that
     // the registry does not make, for an integrity check (see findForeignParts). False with
     // lastError() when the schema cannot be read.
@@ -44,6 +48,9 @@ private:
     bool inspectHeader(SchemaPlan& plan, tvdiag::util::diagnostics& diagnostics);
     bool readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
     bool dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
+    // Runs two queries that take the schema's name as $1, the second only when the first
+    // succeeded; false unless both did.
+    bool querySchema(const char* firstSql, const char* secondSql, PgResult& first, PgResult& second);
     bool createHeader(tvdiag::util::diagnostics& diagnostics) override;
     bool createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) override;
     bool addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) override;

@@ -78,13 +78,12 @@ bool RegistrySchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnosti
         if (!inspect(plan, diagnostics)) return false;
     }
     if (plan.empty()) return true;
-    if (readOnly) {
-        diagnostics.add("vrex:open:readOnlyUpgrade",
-                        "the registry \"" + connection_.file() +
-                            "\" is open for reading only but lacks parts of the metamodel \"" +
-                            metamodel_.file() + "\"");
+    if (readOnly && plan.createHeader) {
+        diagnostics.add("vrex:open:notFound",
+                        "cannot open \"" + connection_.file() + "\" for reading: it is not a registry yet");
         return false;
     }
+    if (readOnly) return true;  // reads what is there; checkIntegrity names what is missing
     // Another process may have extended the file meanwhile: look again under the write lock.
     SchemaTransaction writing(connection_, "BEGIN IMMEDIATE");
     if (writing.beginResult() != SQLITE_OK) {
@@ -99,6 +98,15 @@ bool RegistrySchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnosti
         return false;
     }
     return true;
+}
+
+// Inside an open transaction the BEGIN fails harmlessly and the reads share that transaction.
+bool RegistrySchema::findMissingParts(std::vector<std::string>& findings) {
+    SchemaTransaction reading(connection_, "BEGIN");
+    Plan plan;
+    tvdiag::util::diagnostics problems;
+    const bool inspected = inspect(plan, problems);
+    return describeInspection(inspected, plan, problems, "vrex:open:sqliteError", findings);
 }
 
 // Inside an open transaction the BEGIN fails harmlessly and the reads share that transaction.

@@ -34,9 +34,15 @@ public:
     bool stampNewFile(tvdiag::util::diagnostics& diagnostics);
 
     // Makes the file ready for the metamodel: verifies it is a registry, creates or extends its
-    // tables (not when `readOnly`: then a missing part is refused). False with diagnostics
-    // ("vrex:open:...") when the file cannot serve the metamodel; nothing is then changed.
+    // tables. When `readOnly` nothing is added: a registry that lacks parts opens as it is
+    // (reading a missing table fails then), a file without tables is refused. False with
+    // diagnostics ("vrex:open:...") when the file cannot serve the metamodel; nothing is then
+    // changed.
     bool prepare(bool readOnly, tvdiag::util::diagnostics& diagnostics);
+
+    // Adds a line to `findings` for each part of the metamodel the file lacks (see
+    // SchemaPlan::describe). False with the connection's error when the schema cannot be read.
+    bool findMissingParts(std::vector<std::string>& findings);
 
     // Adds a line to `findings` for each table, index, trigger and view of the file that the
     // registry does not make (see findForeignParts in SchemaPlan.hpp). False with the

@@ -381,15 +381,66 @@ bool RepositorySession::readStoredText(const ObjectRef& object, const PropertyIn
     return true;
 }
 
+void RepositorySession::readStoredTexts(const ClassRef& cls, const std::vector<PropertyRef>& properties,
+                                        std::int64_t afterId, std::size_t limit,
+                                        std::vector<DataModelRepository::StoredObject>& result,
+                                        tvdiag::util::diagnostics& diagnostics) {
+    result.clear();
+    const ClassInfo* info = classOf(cls, "read the objects", diagnostics);
+    if (info == nullptr) return;
+    std::vector<const PropertyInfo*> columns;
+    for (const PropertyRef& property : properties) {
+        const PropertyInfo* column = propertyOf(RefAccess::object(cls, 0), property, "read", diagnostics);
+        if (column == nullptr) return;
+        columns.push_back(column);
+    }
+    std::vector<Driver::StoredRow> rows;
+    if (!writePendingObject(diagnostics) ||
+        !check(driver_->readRows(*info, columns, afterId, limit, rows), "vrex:read:failed",
+               "cannot read the objects of " + info->name, diagnostics)) {
+        return;
+    }
+    result.reserve(rows.size());
+    for (Driver::StoredRow& row : rows) result.push_back({RefAccess::object(cls, row.id), std::move(row.texts)});
+}
+
+// A pending object was never written: forgetting it deletes it.
+void RepositorySession::deleteObject(const ObjectRef& object, tvdiag::util::diagnostics& diagnostics) {
+    const ClassInfo* info = classOf(object.objectClass(), "delete an object", diagnostics);
+    if (info == nullptr) return;
+    const std::string action = "delete object " + std::to_string(object.id()) + " of " + info->name;
+    if (driver_->isReadOnly()) return reportReadOnly(action, diagnostics);
+    if (!holdsWriteLock()) {
+        diagnostics.add("vrex:transaction:notOpen", "cannot " + action + " outside a transaction on the registry \"" +
+                                                        file() + "\"");
+        return;
+    }
+    if (pending_.is(*info, object.id())) return pending_.discard();
+    if (!writePendingObject(diagnostics)) return;
+    const Driver::RowResult deleted = driver_->deleteObject(*info, object.id());
+    if (deleted == Driver::RowResult::Failed) {
+        driver_->report(diagnostics, "vrex:object:deleteFailed", "cannot " + action);
+    } else if (deleted == Driver::RowResult::NoSuchObject) {
+        diagnostics.add("vrex:object:notFound",
+                        "cannot " + action + ": the registry \"" + file() + "\" has no such object");
+    }
+}
+
 void RepositorySession::checkIntegrity(tvdiag::util::diagnostics& diagnostics) {
     std::vector<std::string> damaged;
+    std::vector<std::string> missing;
     std::vector<std::string> foreign;
-    if (!check(driver_->checkIntegrity(damaged) && driver_->findForeignParts(foreign), "vrex:integrity:damaged",
-               "cannot check the registry", diagnostics)) {
+    if (!check(driver_->checkIntegrity(damaged) && driver_->findMissingParts(missing) &&
+                   driver_->findForeignParts(foreign),
+               "vrex:integrity:failed", "cannot check the registry", diagnostics)) {
         return;
     }
     for (const std::string& finding : damaged) {
         diagnostics.add("vrex:integrity:damaged", "the registry \"" + file() + "\" is damaged: " + finding);
+    }
+    for (const std::string& part : missing) {
+        diagnostics.add("vrex:integrity:missing", "in the registry \"" + file() + "\", " + part +
+                                                      " (opening it for writing makes it again)");
     }
     for (const std::string& part : foreign) {
         diagnostics.add("vrex:integrity:foreign", "in the registry \"" + file() + "\", " + part);

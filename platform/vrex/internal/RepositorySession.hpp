@@ -54,6 +54,10 @@ public:
                              tvdiag::util::diagnostics& diagnostics);
     std::optional<std::string> getStoredText(const ObjectRef& object, const PropertyRef& property,
                                              tvdiag::util::diagnostics& diagnostics);
+    void readStoredTexts(const ClassRef& cls, const std::vector<PropertyRef>& properties, std::int64_t afterId,
+                         std::size_t limit, std::vector<DataModelRepository::StoredObject>& result,
+                         tvdiag::util::diagnostics& diagnostics);
+    void deleteObject(const ObjectRef& object, tvdiag::util::diagnostics& diagnostics);
     void checkIntegrity(tvdiag::util::diagnostics& diagnostics);
 
 private:

@@ -19,6 +19,8 @@ bool SchemaPlan::compare(const Metamodel& metamodel, const Catalogue& catalogue,
             auto stored = storedClass->second.find(asciiLowercase(property->name));
             if (stored == storedClass->second.end()) {
                 newColumns.push_back(property.get());
+            } else if (!stored->second.recorded) {
+                newRecords.push_back(property.get());
             } else if (stored->second.kind != propertyKindText(property->kind)) {
                 diagnostics.add("vrex:open:metamodelMismatch",
                                 "the registry \"" + location + "\" stores " + cls->name + "." +
@@ -58,6 +60,33 @@ bool SchemaPlan::apply(SchemaSteps& steps, tvdiag::util::diagnostics& diagnostic
     for (const PropertyInfo* property : newIndexes) {
         if (!steps.addIndex(*property, diagnostics) || !steps.record(*property, diagnostics)) return false;
     }
+    for (const PropertyInfo* property : newRecords) {
+        if (!completeProperty(steps, *property, diagnostics)) return false;
+    }
+    return true;
+}
+
+void SchemaPlan::describe(std::vector<std::string>& findings) const {
+    const auto name = [](const PropertyInfo* property) { return property->owner->name + "." + property->name; };
+    if (createHeader) findings.push_back("the registry header is missing");
+    for (const ClassInfo* cls : newTables) findings.push_back("the table of " + cls->name + " is missing");
+    for (const PropertyInfo* property : newColumns) findings.push_back("the column of " + name(property) + " is missing");
+    for (const PropertyInfo* property : newIndexes) findings.push_back("the index of " + name(property) + " is missing");
+    for (const PropertyInfo* property : newRecords) {
+        findings.push_back("the catalogue row of " + name(property) + " is missing");
+    }
+}
+
+bool describeInspection(bool inspected, const SchemaPlan& plan, const tvdiag::util::diagnostics& problems,
+                        const std::string& failure, std::vector<std::string>& findings) {
+    if (inspected) {
+        plan.describe(findings);
+        return true;
+    }
+    for (const auto& record : problems.records()) {
+        if (record.identifier == failure) return false;
+        findings.push_back(record.message);
+    }
     return true;
 }
 
@@ -77,6 +106,12 @@ void keepWhatExists(Catalogue& catalogue, const std::map<std::string, std::set<s
             ++property;
         }
         cls = cls->second.empty() ? catalogue.erase(cls) : std::next(cls);
+    }
+    for (const auto& [table, held] : columns) {
+        for (const std::string& column : held) {
+            auto [property, isNew] = catalogue[table].try_emplace(column);
+            if (isNew) property->second.recorded = false;
+        }
     }
 }
 

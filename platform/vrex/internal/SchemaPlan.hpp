@@ -15,6 +15,7 @@ namespace vrex::internal {
 struct StoredProperty {
     std::string kind;
     bool indexed = false;
+    bool recorded = true;  // false: a column the storage holds without its catalogue row
 };
 using Catalogue = std::map<std::string, std::map<std::string, StoredProperty>>;
 
@@ -40,9 +41,11 @@ struct SchemaPlan {
     std::vector<const ClassInfo*> newTables;
     std::vector<const PropertyInfo*> newColumns;
     std::vector<const PropertyInfo*> newIndexes;
+    std::vector<const PropertyInfo*> newRecords;  // columns that lost their catalogue row
 
     bool empty() const {
-        return !createHeader && newTables.empty() && newColumns.empty() && newIndexes.empty();
+        return !createHeader && newTables.empty() && newColumns.empty() && newIndexes.empty() &&
+               newRecords.empty();
     }
 
     // Adds to the plan what `catalogue` lacks of `metamodel`. False with a
@@ -53,12 +56,22 @@ struct SchemaPlan {
     // Adds what the plan lists, each new property with its index (when indexed) and its
     // catalogue row. False at the first step that fails.
     bool apply(SchemaSteps& steps, tvdiag::util::diagnostics& diagnostics) const;
+
+    // Adds one line per part the plan lists to `findings` ("the index of C.p is missing").
+    void describe(std::vector<std::string>& findings) const;
 };
+
+// Adds to `findings` what an inspection of the storage found: the parts `plan` lists when
+// `inspected`, else the messages of `problems` (a header or catalogue the metamodel does not
+// fit). False when one of `problems` is `failure`: the storage could not be read at all.
+bool describeInspection(bool inspected, const SchemaPlan& plan, const tvdiag::util::diagnostics& problems,
+                        const std::string& failure, std::vector<std::string>& findings);
 
 // Drops from `catalogue` the tables and columns the storage does not hold (`columns`: lower-case
 // table -> its lower-case columns), and marks as unindexed the properties whose index is gone
 // (`indexes`: lower-case "index:<class>.<property>"), so that what was removed behind the
-// registry's back is made again like any part it lacks.
+// registry's back is made again like any part it lacks. A column the storage holds without a
+// catalogue row is added as not `recorded`: its row is written again, the column kept.
 void keepWhatExists(Catalogue& catalogue, const std::map<std::string, std::set<std::string>>& columns,
                     const std::set<std::string>& indexes);
 

@@ -243,6 +243,36 @@ Driver::RowResult SqliteDriver::writeProperty(const PropertyInfo& property, std:
     return connection_.changes() == 0 ? RowResult::NoSuchObject : RowResult::Done;
 }
 
+bool SqliteDriver::readRows(const ClassInfo& cls, const std::vector<const PropertyInfo*>& properties,
+                            std::int64_t afterId, std::size_t limit, std::vector<StoredRow>& rows) {
+    std::string sql = "SELECT \"_id\"";
+    for (const PropertyInfo* property : properties) sql += ", " + columnName(*property);
+    Statement* page = statements_->bySql(sql + " FROM " + tableName(cls) + " WHERE \"_id\" > ?1 ORDER BY \"_id\" LIMIT ?2");
+    if (page == nullptr) return false;
+    Statement::Use use(*page);
+    page->bindInt64(1, afterId);
+    page->bindInt64(2, static_cast<std::int64_t>(limit));
+    int rc;
+    while ((rc = page->step()) == SQLITE_ROW) {
+        StoredRow& stored = rows.emplace_back();
+        stored.id = page->columnInt64(0);
+        for (int column = 1; column <= static_cast<int>(properties.size()); ++column) {
+            stored.texts.push_back(page->columnIsNull(column) ? std::nullopt
+                                                              : std::optional<std::string>(page->columnText(column)));
+        }
+    }
+    return rc == SQLITE_DONE;
+}
+
+Driver::RowResult SqliteDriver::deleteObject(const ClassInfo& cls, std::int64_t id) {
+    Statement* remove = statements_->bySql("DELETE FROM " + tableName(cls) + " WHERE \"_id\" = ?1");
+    if (remove == nullptr) return RowResult::Failed;
+    Statement::Use use(*remove);
+    remove->bindInt64(1, id);
+    if (remove->step() != SQLITE_DONE) return RowResult::Failed;
+    return connection_.changes() == 0 ? RowResult::NoSuchObject : RowResult::Done;
+}
+
 // SQLite answers a single row "ok" for a sound file, otherwise one row per problem.
 bool SqliteDriver::checkIntegrity(std::vector<std::string>& findings) {
     Statement* check = statements_->bySql("PRAGMA integrity_check");
@@ -254,6 +284,10 @@ bool SqliteDriver::checkIntegrity(std::vector<std::string>& findings) {
         if (finding != "ok") findings.push_back(std::move(finding));
     }
     return rc == SQLITE_DONE;
+}
+
+bool SqliteDriver::findMissingParts(std::vector<std::string>& findings) {
+    return RegistrySchema(connection_, *metamodel_).findMissingParts(findings);
 }
 
 bool SqliteDriver::findForeignParts(std::vector<std::string>& findings) {
