@@ -126,6 +126,21 @@ protected:
         });
     }
 
+    // Creates a utility whose checksum is `checksum` in a dictionary function of its own; the
+    // function's diagnostics.
+    static tvdiag::util::diagnostics createUtility(vrex::DataModelRepository& repository,
+                                                   const char* checksum) {
+        Category utilities(repository, "SCM_UTILITIES");
+        tvdiag::util::diagnostics result;
+        repository.performDictionaryFunction(
+            [&](tvdiag::util::diagnostics& inside) {
+                vrex::ObjectRef object = repository.createObject(utilities.cls, inside);
+                repository.setPropertyValue(object, utilities.checksum, qaArray::fromText(checksum), inside);
+            },
+            result);
+        return result;
+    }
+
     static std::string identifiers(const tvdiag::util::diagnostics& diagnostics) {
         std::string text;
         for (const auto& record : diagnostics.records()) text += record.identifier + " ";
@@ -247,16 +262,7 @@ TEST_F(PostgresTest, ALostConnectionEndsTheTransactionAndTheNextOneConnectsAgain
     ASSERT_EQ(admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
                     "' AND pid <> pg_backend_pid()"),
               "");
-    auto createNamed = [&](const char* checksum) {
-        tvdiag::util::diagnostics result;
-        repository.performDictionaryFunction(
-            [&](tvdiag::util::diagnostics& inside) {
-                vrex::ObjectRef object = repository.createObject(utilities.cls, inside);
-                repository.setPropertyValue(object, utilities.checksum, qaArray::fromText(checksum), inside);
-            },
-            result);
-        return identifiers(result);
-    };
+    auto createNamed = [&](const char* checksum) { return identifiers(createUtility(repository, checksum)); };
     EXPECT_NE(createNamed("first after"), "");  // finds the connection lost
     EXPECT_EQ(createNamed("second after"), "vrex:transaction:lost ");
     repository.commitTransaction(diagnostics);
@@ -279,20 +285,10 @@ TEST_F(PostgresTest, ARefusedWriteInsideATransactionIsUndoneAlone) {
                     "scm.scm_utilities FOR EACH ROW EXECUTE FUNCTION scm.refuse()",
                     true),
               "");
-    Category utilities(repository, "SCM_UTILITIES");
     tvdiag::util::diagnostics diagnostics;
     repository.beginTransaction(diagnostics);
     std::string refusals;
-    for (const char* checksum : {"a", "refused", "b"}) {
-        tvdiag::util::diagnostics entry;
-        repository.performDictionaryFunction(
-            [&](tvdiag::util::diagnostics& inside) {
-                vrex::ObjectRef object = repository.createObject(utilities.cls, inside);
-                repository.setPropertyValue(object, utilities.checksum, qaArray::fromText(checksum), inside);
-            },
-            entry);
-        refusals += entry.toString();
-    }
+    for (const char* checksum : {"a", "refused", "b"}) refusals += createUtility(repository, checksum).toString();
     EXPECT_NE(refusals.find("refused by a test (SQLSTATE P0001)"), std::string::npos) << refusals;
     repository.commitTransaction(diagnostics);
     EXPECT_EQ(diagnostics.toString(), "");
