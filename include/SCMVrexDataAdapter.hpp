@@ -119,9 +119,10 @@ public:
     // A storage error (a lost connection, a check that cannot run) ends the check: it stays in
     // `diagnostics`, which names the registry and the error, and `problems` holds only what was
     // found before it. Only a category whose table the structure check found damaged or lacking
-    // parts is, when it cannot be read, one more problem ("scm:check:unreadable") instead. Returns the number
-    // of entries checked. Reads only.
-    std::size_t checkEntries(tvdiag::util::diagnostics& problems, tvdiag::util::diagnostics& diagnostics);
+    // parts is, when it cannot be read, one more problem ("scm:check:unreadable") instead.
+    // Returns the number of entries checked. Reads only.
+    std::size_t checkEntries(tvdiag::util::diagnostics& problems,
+                             tvdiag::util::diagnostics& diagnostics);
 
     // How many of checkEntries' `problems` a repair fixes: each torn row ("scm:check:torn"),
     // which deleteTornEntries deletes, and each missing part of the storage

@@ -97,11 +97,12 @@ public:
     // Opens the registry `dictionaryFile` described by the metamodel XML `metamodelFile`
     // (paths in UTF-16, see toUtf16). A file that does not exist, or exists with length zero, is
     // made a new registry. Opened for reading, a registry that lacks parts of the metamodel opens
-    // as it is (checkIntegrity names them; reading a missing table fails). Refused, with the file left byte for byte as it was: a file that is
-    // not a registry (text, another SQLite database, a truncated registry), a directory, a
-    // location where no file can be made, a malformed or invalid metamodel (the message gives
-    // its file and line), a metamodel that conflicts with the file. Refused as well when this
-    // repository is already open. On failure the repository stays closed.
+    // as it is (checkIntegrity names them; reading a missing table fails). Refused, with the file
+    // left byte for byte as it was: a file that is not a registry (text, another SQLite
+    // database, a truncated registry), a directory, a location where no file can be made, a
+    // malformed or invalid metamodel (the message gives its file and line), a metamodel that
+    // conflicts with the file. Refused as well when this repository is already open. On failure
+    // the repository stays closed.
     void open(const std::u16string& dictionaryFile, const std::u16string& metamodelFile,
               const Options& options, tvdiag::util::diagnostics& diagnostics);
     bool isOpen() const;
