@@ -4,7 +4,7 @@
 
 #include "SCMExport.hpp"
 #include "SCMRegistry.hpp"
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 
 namespace SCM {
 

@@ -4,7 +4,7 @@
 
 #include "SCMExport.hpp"
 #include "SCMTypes.hpp"
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 
 namespace SCM {
 

@@ -9,7 +9,7 @@
 #include "SCMIdentity.hpp"
 #include "SCMRegistry.hpp"
 #include "SCMTypes.hpp"
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 
 namespace SCM {
 

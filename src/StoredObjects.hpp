@@ -6,7 +6,7 @@
 #include "SCMData.hpp"
 #include "SCMIdentity.hpp"
 #include "kobj/qaArray.hpp"
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 #include "tvdiag/diagnostics.hpp"
 #include "vrex/DataModelRepository.hpp"
 

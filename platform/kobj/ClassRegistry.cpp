@@ -6,7 +6,7 @@
 
 #include "kobj/Error.hpp"
 #include "kobj/factory/ClassBuilder.hpp"
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 
 namespace kobj {
 

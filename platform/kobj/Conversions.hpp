@@ -9,7 +9,7 @@
 #include "kobj/Error.hpp"
 #include "kobj/Signature.hpp"
 #include "kobj/qaArray.hpp"
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 
 // Conversions between library values and script values. Every getter, setter, method and
 // constructor of a published class converts through Converter<T>, so one library type is always

@@ -6,7 +6,7 @@
 #include "kobj/COSPropInfo.hpp"
 #include "kobj/ClassRecord.hpp"
 #include "kobj/qaArray.hpp"
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 
 // The by-name interface to published classes that every front end uses (scripts, the Python
 // module, the command-line tool): create objects, read and write properties, call methods, all

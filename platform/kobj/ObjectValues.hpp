@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "kobj/qaArray.hpp"
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 
 // Object results handed to scripts. A binding that returns a library object says here whether the
 // script receives it to own (a fresh object) or only to see (Handle::toScriptValue: borrowed).

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 
 namespace {
 

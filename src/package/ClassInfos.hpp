@@ -1,7 +1,7 @@
 #pragma once
 
 #include "package/PublishingRoutines.hpp"
-#include "tv/HandleClass.hpp"
+#include "kobj/HandleClass.hpp"
 
 // The class-info objects of the published library classes: one class per library class, named
 // after it, each running that class's publishing routine when the class system first needs it.

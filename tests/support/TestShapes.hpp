@@ -8,8 +8,8 @@
 
 #include "kobj/COSPackageInfo.hpp"
 #include "kobj/factory/ClassBuilder.hpp"
-#include "tv/Handle.hpp"
-#include "tv/HandleClass.hpp"
+#include "kobj/Handle.hpp"
+#include "kobj/HandleClass.hpp"
 
 // A small package of classes, independent of the library, for testing the class system itself:
 // "kobjtest.Shape" (abstract) with "kobjtest.Circle" and "kobjtest.Square" below it.

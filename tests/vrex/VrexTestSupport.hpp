@@ -12,7 +12,7 @@
 #include <string>
 
 #include "support/TempDir.hpp"
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 #include "vrex/DataModelRepository.hpp"
 #include "vrex/Utf16.hpp"
 

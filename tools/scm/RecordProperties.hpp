@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "kobj/qaArray.hpp"
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 
 // The published properties of identities and data records, read through the class catalogue:
 // what `scm show` prints and what a clash report compares.

@@ -19,7 +19,7 @@
 #include "kobj/factory/KobjConstructor.hpp"
 #include "kobj/factory/KobjMethod.hpp"
 #include "kobj/factory/PropertyImpl.hpp"
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 
 namespace kobj::factory {
 

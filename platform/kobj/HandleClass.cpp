@@ -1,4 +1,4 @@
-#include "tv/HandleClass.hpp"
+#include "kobj/HandleClass.hpp"
 
 namespace tv::mi {
 

@@ -1,4 +1,4 @@
-#include "tv/Handle.hpp"
+#include "kobj/Handle.hpp"
 
 #include "kobj/ClassRegistry.hpp"
 
