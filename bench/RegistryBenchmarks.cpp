@@ -114,7 +114,7 @@ void libraryRoad(benchmark::State& state, StoreTemplates& templates, std::uint64
 void libraryTool(benchmark::State& state, StoreTemplates& templates, std::uint64_t stored,
                  std::uint64_t count) {
     const std::string file = templates.workCopy(templates.libraryStore(stored), "library-work.registry");
-    scm_tool::OpenRegistry registry(file, scm_tool::OpenRegistry::Access::Write);
+    scm_tool::OpenRegistry registry(file);
     std::string manifest;
     for (std::uint64_t i = stored; i < stored + count; ++i) {
         manifest += scm_tool::manifestLine(*utilityIdentity(i), *utilityData(i));

@@ -13,6 +13,7 @@
 #include "SCMModuleEntry.hpp"
 #include "SCMMultiWordFcnData.hpp"
 #include "SCMRegistry.hpp"
+#include "SCMRegistryInspector.hpp"
 #include "SCMSharedConstantsData.hpp"
 #include "SCMSharedConstantsIdentity.hpp"
 #include "SCMSharedData.hpp"

@@ -12,7 +12,7 @@
 
 namespace SCM {
 
-// The per-entry checks of SCMVrexDataAdapter::checkEntries for one category's dictionary class,
+// The per-entry checks of SCMRegistryInspector::checkEntries for one category's dictionary class,
 // on the stored texts of its objects as DataModelRepository::readStoredTexts reads them, object
 // after object. Reads nothing itself; every problem found becomes a record of the problems list
 // given at construction, which must outlive this object.

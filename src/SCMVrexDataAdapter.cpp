@@ -4,12 +4,10 @@
 #include <functional>
 
 #include "SCMCategoryClasses.hpp"
-#include "SCMEntryCheck.hpp"
-#include "SCMModuleEntry.hpp"
+#include "RegistryDictionary.hpp"
 #include "SCMVrexDataCacheManager.hpp"
 #include "StoredObjects.hpp"
 #include "tv/svVelmorRoot.hpp"
-#include "vrex/Utf16.hpp"
 
 namespace SCM {
 
@@ -18,13 +16,6 @@ namespace {
 // Entries the write cache holds before the next registration writes them all.
 constexpr std::size_t kCacheLimit = 50;
 
-const char* const kPackageName = "SCM";
-
-// Objects read per round trip by the checks.
-constexpr std::size_t kPageSize = 2000;
-
-constexpr SCMTypes kAllTypes[] = {SCM_UTILITIES, SCM_SHARED_FUNCTIONS, SCM_SHARED_TYPES, SCM_OTHER,
-                                  SCM_NUM,       SCM_SHARED_DATA,      SCM_SHARED_CONSTANTS};
 
 }  // namespace
 
@@ -48,22 +39,13 @@ SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
 SCMVrexDataAdapter::SCMVrexDataAdapter(const std::string& dictionaryFile,
                                        const std::string& metaModelFile, OpenMode mode)
     : categories_(std::make_unique<SCMCategoryClasses>()) {
-    // Entries are stored as class-system objects: the library's classes must be known to it.
-    HxInitialize_shared_code_manager();
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     vrex::DataModelRepository::Options options = vrex::DataModelRepository::defaultOptions();
-    options.readOnly = mode == OpenMode::ReadOnly;
     options.requireWrite = mode == OpenMode::Writable;
-    repository_.open(vrex::toUtf16(dictionaryFile), vrex::toUtf16(metaModelFile), options,
-                     diagnostics);
-    if (!diagnostics.empty()) {  // doesExist() stays false, no write cache
-        openError_ = diagnostics.messages();
-        return;
-    }
+    std::unique_ptr<const SCMCategoryClasses> categories =
+        openRegistryDictionary(repository_, dictionaryFile, metaModelFile, options, openError_);
+    if (categories == nullptr) return;  // doesExist() stays false, no write cache
+    categories_ = std::move(categories);
     setExists(true);
-    metamodel_ = repository_.metamodel(diagnostics);
-    package_ = metamodel_.findPackage(kPackageName);
-    categories_ = std::make_unique<SCMCategoryClasses>(package_);
     setCacheManager(new SCMVrexDataCacheManager(&repository_, kCacheLimit));
     setTransactionInProgress(false);
 }
@@ -313,184 +295,12 @@ SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type
     return {identity.release(), data.release()};
 }
 
-// The decoded "Identity" and "Data" of one dictionary object, owned by the caller; either is
-// null when it does not decode, both on a read error.
-SCMIdentityDataPair SCMVrexDataAdapter::readEntry(const vrex::ObjectRef& entry,
-                                                  tvdiag::util::diagnostics& diagnostics) {
-    const SCMCategoryClasses::Category& category = categories_->of(entry.objectClass().name());
-    std::unique_ptr<SCMIdentity> identity =
-        takeStoredIdentity(repository_.getPropertyValue(entry, category.identity, diagnostics));
-    std::unique_ptr<SCMData> data =
-        takeStoredData(repository_.getPropertyValue(entry, category.data, diagnostics));
-    if (!diagnostics.empty()) return {nullptr, nullptr};
-    return {identity.release(), data.release()};
-}
-
 const std::string& SCMVrexDataAdapter::getOpenError() const { return openError_; }
 
 const std::string& SCMVrexDataAdapter::getLastError() const { return lastError_; }
 
 void SCMVrexDataAdapter::keepError(const tvdiag::util::diagnostics& diagnostics) {
     lastError_ = diagnostics.messages();
-}
-
-std::size_t SCMVrexDataAdapter::visitMatching(SCMTypes type,
-                                              const vrex::MatchConstraints& constraints,
-                                              const EntryVisitor& visit,
-                                              tvdiag::util::diagnostics& diagnostics) {
-    if (!doesExist()) {
-        diagnostics.add("scm:notOpen", "cannot read the registry: it is not open");
-        return 0;
-    }
-    std::size_t visited = 0;
-    const vrex::ClassRef& entryClass = categories_->of(type).entryClass;
-    repository_.performDictionaryRead(
-        [&](tvdiag::util::diagnostics& reading) {
-            std::vector<vrex::ObjectRef> objects;
-            repository_.findObjects(entryClass, constraints, objects, reading);
-            for (const vrex::ObjectRef& object : objects) {
-                if (!reading.empty()) return;
-                const SCMIdentityDataPair pair = readEntry(object, reading);
-                StoredEntry entry{std::unique_ptr<SCMIdentity>(pair.first),
-                                  std::unique_ptr<SCMData>(pair.second)};
-                if (!reading.empty()) return;
-                ++visited;
-                visit(entry);
-            }
-        },
-        diagnostics);
-    return visited;
-}
-
-std::size_t SCMVrexDataAdapter::visitEntries(SCMTypes type, const EntryVisitor& visit,
-                                             tvdiag::util::diagnostics& diagnostics) {
-    return visitMatching(type, vrex::MatchConstraints(), visit, diagnostics);
-}
-
-std::size_t SCMVrexDataAdapter::visitEntries(SCMTypes type, EntryKey key, const std::string& value,
-                                             const EntryVisitor& visit,
-                                             tvdiag::util::diagnostics& diagnostics) {
-    if (!doesExist()) return visitMatching(type, vrex::MatchConstraints(), visit, diagnostics);
-    const SCMCategoryClasses::Category& category = categories_->of(type);
-    vrex::MatchConstraints constraints;
-    constraints.add(key == EntryKey::Checksum ? category.checksum : category.name,
-                    vrex::PropertyValueMatchRelation::Equals, value);
-    return visitMatching(type, constraints, visit, diagnostics);
-}
-
-std::vector<SCMIdentityDataPair> SCMVrexDataAdapter::getAllEntries(SCMTypes type) {
-    std::vector<SCMIdentityDataPair> entries;
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    visitEntries(
-        type,
-        [&entries](StoredEntry& entry) {
-            if (entry.identity == nullptr || entry.data == nullptr) return;
-            entries.reserve(entries.size() + 1);  // nothing throws once the objects are released
-            entries.emplace_back(entry.identity.release(), entry.data.release());
-        },
-        diagnostics);
-    return entries;
-}
-
-void SCMVrexDataAdapter::walkStoredTexts(const vrex::ClassRef& entryClass,
-                                         const std::vector<vrex::PropertyRef>& properties,
-                                         const StoredObjectVisitor& visit, tvdiag::util::diagnostics& diagnostics) {
-    std::vector<vrex::DataModelRepository::StoredObject> page;
-    std::int64_t after = 0;
-    do {
-        repository_.readStoredTexts(entryClass, properties, after, kPageSize, page, diagnostics);
-        for (const vrex::DataModelRepository::StoredObject& stored : page) visit(stored);
-        if (!diagnostics.empty() || page.empty()) return;
-        after = page.back().object.id();
-    } while (page.size() == kPageSize);
-}
-
-namespace {
-
-// Whether a finding of the structure check is about the table of `className` ("the column of
-// SCM_UTILITIES.Name is missing", "the table of SCM_UTILITIES has no primary key").
-bool namesTable(const tvdiag::util::diagnostics& findings, const std::string& className) {
-    for (const tvdiag::util::diagnostic& record : findings.records()) {
-        for (const char* after : {".", " "}) {
-            if (record.message.find("of " + className + after) != std::string::npos) return true;
-        }
-    }
-    return false;
-}
-
-}  // namespace
-
-// A category that cannot be read is a storage error, which ends the check, unless the structure
-// check has already found its table damaged or lacking parts: then it is one more problem.
-std::size_t SCMVrexDataAdapter::checkEntries(tvdiag::util::diagnostics& problems,
-                                             tvdiag::util::diagnostics& diagnostics) {
-    if (!doesExist()) {
-        diagnostics.add("scm:notOpen", "cannot check the registry: it is not open");
-        return 0;
-    }
-    auto structure = tvdiag::util::diagnostics::getEmptyInstance();
-    repository_.checkIntegrity(structure);
-    for (const tvdiag::util::diagnostic& record : structure.records()) {
-        (record.identifier == "vrex:integrity:failed" ? diagnostics : problems).add(record.identifier, record.message);
-    }
-    if (!diagnostics.empty()) return 0;
-    std::size_t entries = 0;
-    for (SCMTypes type : kAllTypes) {
-        const vrex::ClassRef& entryClass = categories_->of(type).entryClass;
-        if (entryClass.isNull()) continue;
-        SCMEntryCheck check(entryClass, problems);
-        auto reading = tvdiag::util::diagnostics::getEmptyInstance();
-        repository_.performDictionaryRead(
-            [&](tvdiag::util::diagnostics& inner) {
-                walkStoredTexts(entryClass, check.properties(),
-                                [&](const vrex::DataModelRepository::StoredObject& stored) {
-                                    ++entries;
-                                    check.check(stored);
-                                },
-                                inner);
-            },
-            reading);
-        if (reading.empty()) continue;
-        if (!namesTable(structure, entryClass.name())) {
-            for (const tvdiag::util::diagnostic& record : reading.records()) diagnostics.add(record.identifier, record.message);
-            return entries;
-        }
-        problems.add("scm:check:unreadable", "the entries of " + entryClass.name() + " cannot be read: " + reading.messages());
-    }
-    return entries;
-}
-
-std::size_t SCMVrexDataAdapter::countRepairable(const tvdiag::util::diagnostics& problems) {
-    std::size_t repairable = 0;
-    for (const tvdiag::util::diagnostic& record : problems.records()) {
-        if (record.identifier == "scm:check:torn" || record.identifier == "vrex:integrity:missing") ++repairable;
-    }
-    return repairable;
-}
-
-std::size_t SCMVrexDataAdapter::deleteTornEntries(tvdiag::util::diagnostics& diagnostics) {
-    if (!doesExist()) {
-        diagnostics.add("scm:notOpen", "cannot repair the registry: it is not open");
-        return 0;
-    }
-    std::size_t deleted = 0;
-    repository_.performDictionaryFunction(
-        [&](tvdiag::util::diagnostics& inner) {
-            for (SCMTypes type : kAllTypes) {
-                const SCMCategoryClasses::Category& category = categories_->of(type);
-                if (category.entryClass.isNull()) continue;
-                walkStoredTexts(category.entryClass, {category.identity, category.data},
-                                [&](const vrex::DataModelRepository::StoredObject& stored) {
-                                    if (stored.texts[0] && stored.texts[1]) return;
-                                    repository_.deleteObject(stored.object, inner);
-                                    ++deleted;
-                                },
-                                inner);
-                if (!inner.empty()) return;
-            }
-        },
-        diagnostics);
-    return diagnostics.empty() ? deleted : 0;
 }
 
 bool SCMVrexDataAdapter::isBackendOwned(const SCMData* data) const {

@@ -1,5 +1,5 @@
-// The dictionary backend's operations for tools: read-only opening, open errors, whole entries,
-// lookup by checksum, and the check of every stored entry.
+// The registry inspector: read-only opening, open errors, whole entries, lookup by checksum or
+// name, the check of every stored entry, and the repair.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,7 +14,7 @@ namespace {
 using namespace SCM;
 using scm_test::execSql;
 using vrex_test::readBytes;
-using Mode = SCMVrexDataAdapter::OpenMode;
+using Inspector = SCMRegistryInspector;
 
 // The identifiers of `problems`, sorted, one per line.
 std::string identifiers(const tvdiag::util::diagnostics& problems) {
@@ -42,11 +42,11 @@ protected:
         return SCMSharedFunctionIdentity(element, 0, 0, 0).getChecksum();
     }
     void tamper(const std::string& sql) { execSql(path_, sql); }
-    // checkEntries on the registry opened as `mode`, which must end without a storage error.
-    std::size_t check(tvdiag::util::diagnostics& problems, Mode mode = Mode::ReadOnly) {
-        SCMVrexDataAdapter adapter(path_, getMetaModelFile(), mode);
+    // checkEntries on the registry opened for reading, which must end without a storage error.
+    std::size_t check(tvdiag::util::diagnostics& problems) {
+        Inspector inspector(path_);
         tvdiag::util::diagnostics error;
-        const std::size_t entries = adapter.checkEntries(problems, error);
+        const std::size_t entries = inspector.checkEntries(problems, error);
         EXPECT_TRUE(error.empty()) << error.toString();
         return entries;
     }
@@ -56,23 +56,24 @@ protected:
 };
 
 TEST_F(RegistryInspection, ReadOnlyOpeningNeverCreatesAFile) {
-    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
-    EXPECT_FALSE(adapter.doesExist());
-    EXPECT_NE(adapter.getOpenError().find(path_), std::string::npos) << adapter.getOpenError();
+    Inspector inspector(path_);
+    EXPECT_FALSE(inspector.isOpen());
+    EXPECT_NE(inspector.getOpenError().find(path_), std::string::npos) << inspector.getOpenError();
     EXPECT_FALSE(std::filesystem::exists(path_));
 }
 
 TEST_F(RegistryInspection, ReadOnlyOpeningReadsAndLeavesTheFileAsItWas) {
     registerFunctions(2);
+    tamper("UPDATE \"SCM_SHARED_FUNCTIONS\" SET \"Identity\" = NULL WHERE \"_id\" = 2");
     const std::string before = readBytes(path_);
     {
-        SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
-        ASSERT_TRUE(adapter.doesExist()) << adapter.getOpenError();
-        EXPECT_EQ(adapter.getOpenError(), "");
-        EXPECT_EQ(adapter.getAllChildren(SCM_SHARED_FUNCTIONS).size(), 2u);
-        SCMSharedFunctionIdentity key(9, 0, 0, 0);
-        SCMSharedFunctionData record("f9", "f.c");
-        EXPECT_EQ(adapter.insertValueInTransaction(&key, &record), IS_TRANSACTION_ERROR);
+        Inspector inspector(path_);
+        ASSERT_TRUE(inspector.isOpen()) << inspector.getOpenError();
+        EXPECT_EQ(inspector.getOpenError(), "");
+        tvdiag::util::diagnostics diagnostics;
+        EXPECT_EQ(inspector.visitEntries(SCM_SHARED_FUNCTIONS, [](Inspector::StoredEntry&) {}, diagnostics), 2u);
+        EXPECT_EQ(inspector.deleteTornEntries(diagnostics), 0u);  // refused: opened for reading
+        EXPECT_FALSE(diagnostics.empty());
     }
     EXPECT_EQ(readBytes(path_), before);
 }
@@ -88,8 +89,8 @@ TEST_F(RegistryInspection, AFileThatIsNotARegistryIsRefusedWithItsNameAndUnchang
 TEST_F(RegistryInspection, AllEntriesPairEachIdentityWithItsOwnRecord) {
     registerFunctions(3);
     tamper("UPDATE \"SCM_SHARED_FUNCTIONS\" SET \"Data\" = '{}' WHERE \"_id\" = 2");
-    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
-    std::vector<SCMIdentityDataPair> entries = adapter.getAllEntries(SCM_SHARED_FUNCTIONS);
+    Inspector inspector(path_);
+    std::vector<SCMIdentityDataPair> entries = inspector.getAllEntries(SCM_SHARED_FUNCTIONS);
     ASSERT_EQ(entries.size(), 2u);  // the entry whose record does not decode is left out
     EXPECT_EQ(entries[0].first->getChecksum(), checksumOf(1));
     EXPECT_EQ(entries[0].second->getName(), "f1");
@@ -99,22 +100,22 @@ TEST_F(RegistryInspection, AllEntriesPairEachIdentityWithItsOwnRecord) {
         delete identity;
         delete data;
     }
-    EXPECT_TRUE(adapter.getAllEntries(SCM_SHARED_TYPES).empty());
+    EXPECT_TRUE(inspector.getAllEntries(SCM_SHARED_TYPES).empty());
 }
 
 TEST_F(RegistryInspection, VisitingByKeyOrNameLooksInOneCategory) {
     registerFunctions(2);
-    SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::ReadOnly);
+    Inspector inspector(path_);
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    auto names = [&](SCMTypes type, SCMVrexDataAdapter::EntryKey key, const std::string& value) {
+    auto names = [&](SCMTypes type, Inspector::EntryKey key, const std::string& value) {
         std::string found;
-        adapter.visitEntries(
+        inspector.visitEntries(
             type, key, value,
-            [&found](SCMVrexDataAdapter::StoredEntry& entry) { found += entry.data->getName(); },
+            [&found](Inspector::StoredEntry& entry) { found += entry.data->getName(); },
             diagnostics);
         return found;
     };
-    using Key = SCMVrexDataAdapter::EntryKey;
+    using Key = Inspector::EntryKey;
     EXPECT_EQ(names(SCM_SHARED_FUNCTIONS, Key::Checksum, checksumOf(2)), "f2");
     EXPECT_EQ(names(SCM_SHARED_FUNCTIONS, Key::Name, "f1"), "f1");
     EXPECT_EQ(names(SCM_SHARED_TYPES, Key::Checksum, checksumOf(2)), "");
@@ -177,7 +178,8 @@ TEST_F(RegistryInspection, AnIdentityAndARecordStoredUnderAnotherCategoryAreRepo
 }
 
 // Torn rows, a lost index and a lost catalogue row (which once made every writable open fail)
-// are found read-only, and a writable open plus deleteTornEntries fixes them all.
+// are found read-only, and an inspector opened for repair (which makes the missing parts again)
+// deletes the torn row.
 TEST_F(RegistryInspection, TornRowsAndMissingPartsAreRepaired) {
     registerFunctions(3);
     tamper("UPDATE \"SCM_SHARED_FUNCTIONS\" SET \"Identity\" = NULL WHERE \"_id\" = 2;"
@@ -187,12 +189,12 @@ TEST_F(RegistryInspection, TornRowsAndMissingPartsAreRepaired) {
     EXPECT_EQ(check(problems), 3u);
     EXPECT_EQ(identifiers(problems), "scm:check:torn\nvrex:integrity:missing\nvrex:integrity:missing\n")
         << problems.toString();
-    EXPECT_EQ(SCMVrexDataAdapter::countRepairable(problems), 3u);
+    EXPECT_EQ(Inspector::countRepairable(problems), 3u);
     {
-        SCMVrexDataAdapter adapter(path_, getMetaModelFile(), Mode::Writable);
-        ASSERT_TRUE(adapter.doesExist()) << adapter.getOpenError();
+        Inspector repairer(path_, Inspector::Access::Repair);
+        ASSERT_TRUE(repairer.isOpen()) << repairer.getOpenError();
         tvdiag::util::diagnostics diagnostics;
-        EXPECT_EQ(adapter.deleteTornEntries(diagnostics), 1u);
+        EXPECT_EQ(repairer.deleteTornEntries(diagnostics), 1u);
         EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
     }
     tvdiag::util::diagnostics after;

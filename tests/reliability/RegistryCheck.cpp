@@ -19,8 +19,8 @@ const SCMData* RegistryContents::find(SCMIdentity& identity) const {
 
 RegistryContents checkRegistry(const std::string& file) {
     RegistryContents contents;
-    SCMVrexDataAdapter registry(file, getMetaModelFile());
-    if (!registry.doesExist()) {
+    SCMRegistryInspector registry(file);
+    if (!registry.isOpen()) {
         contents.problems.push_back("cannot open: " + registry.getOpenError());
         return contents;
     }

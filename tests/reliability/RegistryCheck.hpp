@@ -1,6 +1,6 @@
 #pragma once
 
-// The integrity check of a registry file, the one `scm check` runs (SCMVrexDataAdapter::
+// The integrity check of a registry file, the one `scm check` runs (SCMRegistryInspector::
 // checkEntries: the file's structure, every object decodes, every stored checksum equals the one
 // its identity computes, no two objects of a class share a checksum, each "Name" is its record's
 // name), and the entries the file holds, for comparing with what was acknowledged.

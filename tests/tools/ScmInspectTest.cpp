@@ -18,11 +18,10 @@ using namespace scm_test;
 // Every entry of a registry file as text, read with the library: the whole-object encodings of
 // each identity and data record, category after category in store order.
 std::string entriesOf(const std::string& file) {
-    SCM::SCMVrexDataAdapter adapter(file, SCM::getMetaModelFile(),
-                                    SCM::SCMVrexDataAdapter::OpenMode::ReadOnly);
+    SCM::SCMRegistryInspector inspector(file);
     std::string text;
     for (int type = SCM::SCM_UTILITIES; type <= SCM::SCM_SHARED_CONSTANTS; ++type) {
-        for (auto [identity, data] : adapter.getAllEntries(static_cast<SCM::SCMTypes>(type))) {
+        for (auto [identity, data] : inspector.getAllEntries(static_cast<SCM::SCMTypes>(type))) {
             std::unique_ptr<SCM::SCMIdentity> ownedIdentity(identity);
             std::unique_ptr<SCM::SCMData> ownedData(data);
             text += kobj::encodeObject(identity->toScriptValue()) + "\n" +

@@ -12,6 +12,7 @@
 
 #include "SCMBasicUtilityData.hpp"
 #include "SCMBasicUtilityIdentity.hpp"
+#include "SCMRegistryInspector.hpp"
 #include "SCMVrexDataAdapter.hpp"
 #include "VrexTestSupport.hpp"
 #include "support/RegistryDriver.hpp"
@@ -210,12 +211,12 @@ TEST_F(PostgresTest, AWalkThroughACutConnectionEndsWithTheError) {
             ASSERT_EQ(writer.insertValueInTransaction(&key, &record), SCM::IS_REGISTERED);
         }
     }
-    SCM::SCMVrexDataAdapter reader(uri_, SCM::getMetaModelFile(), SCM::SCMVrexDataAdapter::OpenMode::ReadOnly);
+    SCM::SCMRegistryInspector reader(uri_);
     tvdiag::util::diagnostics diagnostics;
     int visited = 0;
     reader.visitEntries(
         SCM::SCM_UTILITIES,
-        [&](SCM::SCMVrexDataAdapter::StoredEntry&) {
+        [&](SCM::SCMRegistryInspector::StoredEntry&) {
             if (++visited == 1) {
                 admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" +
                       database_ + "' AND pid <> pg_backend_pid()");
@@ -411,7 +412,7 @@ TEST_F(PostgresTest, ACheckThroughACutConnectionEndsWithOneError) {
             ASSERT_EQ(writer.insertValueInTransaction(&key, &record), SCM::IS_REGISTERED);
         }
     }
-    SCM::SCMVrexDataAdapter reader(uri_, SCM::getMetaModelFile(), SCM::SCMVrexDataAdapter::OpenMode::ReadOnly);
+    SCM::SCMRegistryInspector reader(uri_);
     ASSERT_EQ(admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
                     "' AND pid <> pg_backend_pid()"),
               "");

@@ -1,7 +1,7 @@
 #include <iostream>
 
 #include "Commands.hpp"
-#include "OpenRegistry.hpp"
+#include "RegistryReader.hpp"
 
 namespace scm_tool {
 
@@ -13,9 +13,10 @@ std::string count(std::size_t n, const char* one, const char* many) {
 
 // Opening the registry for writing makes its missing parts again; then the torn rows go.
 void repair(const std::string& path, std::size_t missingParts) {
-    OpenRegistry registry(path, OpenRegistry::Access::Write);
+    SCM::SCMRegistryInspector registry(path, SCM::SCMRegistryInspector::Access::Repair);
+    if (!registry.isOpen()) throw ToolError("cannot open the registry: " + registry.getOpenError());
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const std::size_t deleted = registry.adapter().deleteTornEntries(diagnostics);
+    const std::size_t deleted = registry.deleteTornEntries(diagnostics);
     if (!diagnostics.empty()) throw ToolError("cannot repair the registry: " + diagnostics.messages());
     std::cout << "repaired: " << count(missingParts, "missing part", "missing parts") << " of the storage made again, "
               << count(deleted, "torn row", "torn rows") << " deleted\n";
@@ -28,10 +29,10 @@ int runCheck(const CheckOptions& options) {
     std::size_t entries = 0;
     std::string path;
     {
-        OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
+        RegistryReader registry(options.registry);
         path = registry.path();
         auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-        entries = registry.adapter().checkEntries(problems, diagnostics);
+        entries = registry.inspector().checkEntries(problems, diagnostics);
         if (!diagnostics.empty()) throwUnreadable(diagnostics);
     }
     if (problems.empty()) {
@@ -44,7 +45,7 @@ int runCheck(const CheckOptions& options) {
     }
     std::cout << count(problems.size(), "problem", "problems") << " in " << path << " (" << entries
               << " entries checked)\n";
-    const std::size_t repairable = SCM::SCMVrexDataAdapter::countRepairable(problems);
+    const std::size_t repairable = SCM::SCMRegistryInspector::countRepairable(problems);
     if (repairable == 0) return kExitFindings;
     if (!options.repair) {
         std::cout << "scm check --repair would fix " << repairable << " of them\n";

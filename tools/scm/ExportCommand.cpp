@@ -3,7 +3,7 @@
 #include "Categories.hpp"
 #include "Commands.hpp"
 #include "ManifestLine.hpp"
-#include "OpenRegistry.hpp"
+#include "RegistryReader.hpp"
 #include "StandardOutput.hpp"
 
 namespace scm_tool {
@@ -13,7 +13,7 @@ namespace scm_tool {
 // that do not decode had to be left out; a registry that cannot be read to the end, or output
 // that cannot be written, ends it with ToolError (never a silently short export).
 int runExport(const ExportOptions& options) {
-    OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
+    RegistryReader registry(options.registry);
     const std::vector<SCM::SCMTypes> types = selectCategories(options.category);
     registry.forEachEntry(types, [](OwnedEntry& entry) {
         std::cout << manifestLine(*entry.identity, *entry.data) << '\n';

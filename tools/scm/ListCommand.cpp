@@ -2,7 +2,7 @@
 
 #include "Categories.hpp"
 #include "Commands.hpp"
-#include "OpenRegistry.hpp"
+#include "RegistryReader.hpp"
 #include "RecordProperties.hpp"
 #include "StandardOutput.hpp"
 #include "TextTable.hpp"
@@ -23,7 +23,7 @@ std::string shortClassName(tv::mi::Handle& object) {
 }  // namespace
 
 int runList(const ListOptions& options) {
-    OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
+    RegistryReader registry(options.registry);
     const std::vector<SCM::SCMTypes> types = selectCategories(options.category);
     TextTable table({"CATEGORY", "KEY", "NAME", "RECORD"});
     registry.forEachEntry(types, [&](OwnedEntry& entry) {

@@ -44,7 +44,7 @@ void registerManifest(Registration& registration, const std::string& manifest) {
 
 int runRegister(const RegisterOptions& options) {
     const auto start = std::chrono::steady_clock::now();
-    OpenRegistry registry(options.registry, OpenRegistry::Access::Write);
+    OpenRegistry registry(options.registry);
     RegistrationReport report;
     ProgressBar progress(totalSize(options.manifests),
                          !options.verbose && ::isatty(STDERR_FILENO) == 1);

@@ -2,7 +2,7 @@
 
 #include "Categories.hpp"
 #include "Commands.hpp"
-#include "OpenRegistry.hpp"
+#include "RegistryReader.hpp"
 #include "RecordProperties.hpp"
 #include "TextTable.hpp"
 #include "ValueText.hpp"
@@ -11,8 +11,8 @@ namespace scm_tool {
 
 namespace {
 
-using StoredEntry = SCM::SCMVrexDataAdapter::StoredEntry;
-using EntryKey = SCM::SCMVrexDataAdapter::EntryKey;
+using StoredEntry = SCM::SCMRegistryInspector::StoredEntry;
+using EntryKey = SCM::SCMRegistryInspector::EntryKey;
 
 // What a search found: the entries that decode, and how many matched but do not.
 struct Found {
@@ -21,10 +21,10 @@ struct Found {
 };
 
 // Adds the entries of `type` whose `key` is `value` to `found`.
-void findIn(OpenRegistry& registry, SCM::SCMTypes type, EntryKey key, const std::string& value,
+void findIn(RegistryReader& registry, SCM::SCMTypes type, EntryKey key, const std::string& value,
             Found& found) {
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    registry.adapter().visitEntries(
+    registry.inspector().visitEntries(
         type, key, value,
         [&found](StoredEntry& stored) {
             if (stored.identity == nullptr || stored.data == nullptr) {
@@ -38,7 +38,7 @@ void findIn(OpenRegistry& registry, SCM::SCMTypes type, EntryKey key, const std:
 }
 
 // Every entry named `name` in its category, or every category's entry with the checksum.
-Found findEntries(OpenRegistry& registry, const ShowOptions& options) {
+Found findEntries(RegistryReader& registry, const ShowOptions& options) {
     Found found;
     if (!options.checksum.empty()) {
         for (SCM::SCMTypes type : allCategories()) {
@@ -76,7 +76,7 @@ int runShow(const ShowOptions& options) {
     if (byName == !options.checksum.empty()) {
         throw ToolError("show takes either CATEGORY NAME or --checksum TEXT");
     }
-    OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
+    RegistryReader registry(options.registry);
     const Found found = findEntries(registry, options);
     const std::string searched =
         byName ? "named " + quotedText(options.name) + " in " + options.category

@@ -3,7 +3,7 @@
 
 #include "Categories.hpp"
 #include "Commands.hpp"
-#include "OpenRegistry.hpp"
+#include "RegistryReader.hpp"
 #include "ReuseStats.hpp"
 #include "TextTable.hpp"
 #include "ValueText.hpp"
@@ -58,7 +58,7 @@ void printReuse(const ReuseStats& stats, std::size_t top) {
 }  // namespace
 
 int runStats(const StatsOptions& options) {
-    OpenRegistry registry(options.registry, OpenRegistry::Access::Read);
+    RegistryReader registry(options.registry);
     ReuseStats stats;
     registry.forEachEntry(allCategories(),
                           [&stats](OwnedEntry& entry) { stats.add(*entry.identity, *entry.data); });

@@ -1,0 +1,209 @@
+#include "SCMRegistryInspector.hpp"
+
+#include "RegistryDictionary.hpp"
+#include "SCMCategoryClasses.hpp"
+#include "SCMEntryCheck.hpp"
+#include "SCMVrexDataAdapter.hpp"
+#include "StoredObjects.hpp"
+
+namespace SCM {
+
+namespace {
+
+// Objects read per round trip by the checks.
+constexpr std::size_t kPageSize = 2000;
+
+constexpr SCMTypes kAllTypes[] = {SCM_UTILITIES, SCM_SHARED_FUNCTIONS, SCM_SHARED_TYPES, SCM_OTHER,
+                                  SCM_NUM,       SCM_SHARED_DATA,      SCM_SHARED_CONSTANTS};
+
+vrex::DataModelRepository::Options optionsFor(SCMRegistryInspector::Access access) {
+    vrex::DataModelRepository::Options options = vrex::DataModelRepository::defaultOptions();
+    options.readOnly = access == SCMRegistryInspector::Access::Read;
+    options.requireWrite = access == SCMRegistryInspector::Access::Repair;
+    return options;
+}
+
+}  // namespace
+
+SCMRegistryInspector::SCMRegistryInspector(const std::string& registry, Access access)
+    : categories_(openRegistryDictionary(repository_, registry, getMetaModelFile(),
+                                         optionsFor(access), openError_)) {}
+
+SCMRegistryInspector::~SCMRegistryInspector() = default;
+
+bool SCMRegistryInspector::isOpen() const { return categories_ != nullptr; }
+
+const std::string& SCMRegistryInspector::getOpenError() const { return openError_; }
+
+bool SCMRegistryInspector::requireOpen(const char* action,
+                                       tvdiag::util::diagnostics& diagnostics) const {
+    if (isOpen()) return true;
+    diagnostics.add("scm:notOpen", std::string("cannot ") + action +
+                                       " the registry: it could not be opened: " + openError_);
+    return false;
+}
+
+// The decoded "Identity" and "Data" of one dictionary object, owned by the caller; either is
+// null when it does not decode, both on a read error.
+SCMIdentityDataPair SCMRegistryInspector::readEntry(const vrex::ObjectRef& entry,
+                                                  tvdiag::util::diagnostics& diagnostics) {
+    const SCMCategoryClasses::Category& category = categories_->of(entry.objectClass().name());
+    std::unique_ptr<SCMIdentity> identity =
+        takeStoredIdentity(repository_.getPropertyValue(entry, category.identity, diagnostics));
+    std::unique_ptr<SCMData> data =
+        takeStoredData(repository_.getPropertyValue(entry, category.data, diagnostics));
+    if (!diagnostics.empty()) return {nullptr, nullptr};
+    return {identity.release(), data.release()};
+}
+
+std::size_t SCMRegistryInspector::visitMatching(SCMTypes type,
+                                              const vrex::MatchConstraints& constraints,
+                                              const EntryVisitor& visit,
+                                              tvdiag::util::diagnostics& diagnostics) {
+    if (!requireOpen("read", diagnostics)) return 0;
+    std::size_t visited = 0;
+    const vrex::ClassRef& entryClass = categories_->of(type).entryClass;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            std::vector<vrex::ObjectRef> objects;
+            repository_.findObjects(entryClass, constraints, objects, reading);
+            for (const vrex::ObjectRef& object : objects) {
+                if (!reading.empty()) return;
+                const SCMIdentityDataPair pair = readEntry(object, reading);
+                StoredEntry entry{std::unique_ptr<SCMIdentity>(pair.first),
+                                  std::unique_ptr<SCMData>(pair.second)};
+                if (!reading.empty()) return;
+                ++visited;
+                visit(entry);
+            }
+        },
+        diagnostics);
+    return visited;
+}
+
+std::size_t SCMRegistryInspector::visitEntries(SCMTypes type, const EntryVisitor& visit,
+                                             tvdiag::util::diagnostics& diagnostics) {
+    return visitMatching(type, vrex::MatchConstraints(), visit, diagnostics);
+}
+
+std::size_t SCMRegistryInspector::visitEntries(SCMTypes type, EntryKey key, const std::string& value,
+                                             const EntryVisitor& visit,
+                                             tvdiag::util::diagnostics& diagnostics) {
+    if (!requireOpen("read", diagnostics)) return 0;
+    const SCMCategoryClasses::Category& category = categories_->of(type);
+    vrex::MatchConstraints constraints;
+    constraints.add(key == EntryKey::Checksum ? category.checksum : category.name,
+                    vrex::PropertyValueMatchRelation::Equals, value);
+    return visitMatching(type, constraints, visit, diagnostics);
+}
+
+std::vector<SCMIdentityDataPair> SCMRegistryInspector::getAllEntries(SCMTypes type) {
+    std::vector<SCMIdentityDataPair> entries;
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    visitEntries(
+        type,
+        [&entries](StoredEntry& entry) {
+            if (entry.identity == nullptr || entry.data == nullptr) return;
+            entries.reserve(entries.size() + 1);  // nothing throws once the objects are released
+            entries.emplace_back(entry.identity.release(), entry.data.release());
+        },
+        diagnostics);
+    return entries;
+}
+
+void SCMRegistryInspector::walkStoredTexts(const vrex::ClassRef& entryClass,
+                                         const std::vector<vrex::PropertyRef>& properties,
+                                         const StoredObjectVisitor& visit, tvdiag::util::diagnostics& diagnostics) {
+    std::vector<vrex::DataModelRepository::StoredObject> page;
+    std::int64_t after = 0;
+    do {
+        repository_.readStoredTexts(entryClass, properties, after, kPageSize, page, diagnostics);
+        for (const vrex::DataModelRepository::StoredObject& stored : page) visit(stored);
+        if (!diagnostics.empty() || page.empty()) return;
+        after = page.back().object.id();
+    } while (page.size() == kPageSize);
+}
+
+namespace {
+
+// Whether a finding of the structure check is about the table of `className` ("the column of
+// SCM_UTILITIES.Name is missing", "the table of SCM_UTILITIES has no primary key").
+bool namesTable(const tvdiag::util::diagnostics& findings, const std::string& className) {
+    for (const tvdiag::util::diagnostic& record : findings.records()) {
+        for (const char* after : {".", " "}) {
+            if (record.message.find("of " + className + after) != std::string::npos) return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+// A category that cannot be read is a storage error, which ends the check, unless the structure
+// check has already found its table damaged or lacking parts: then it is one more problem.
+std::size_t SCMRegistryInspector::checkEntries(tvdiag::util::diagnostics& problems,
+                                             tvdiag::util::diagnostics& diagnostics) {
+    if (!requireOpen("check", diagnostics)) return 0;
+    auto structure = tvdiag::util::diagnostics::getEmptyInstance();
+    repository_.checkIntegrity(structure);
+    for (const tvdiag::util::diagnostic& record : structure.records()) {
+        (record.identifier == "vrex:integrity:failed" ? diagnostics : problems).add(record.identifier, record.message);
+    }
+    if (!diagnostics.empty()) return 0;
+    std::size_t entries = 0;
+    for (SCMTypes type : kAllTypes) {
+        const vrex::ClassRef& entryClass = categories_->of(type).entryClass;
+        if (entryClass.isNull()) continue;
+        SCMEntryCheck check(entryClass, problems);
+        auto reading = tvdiag::util::diagnostics::getEmptyInstance();
+        repository_.performDictionaryRead(
+            [&](tvdiag::util::diagnostics& inner) {
+                walkStoredTexts(entryClass, check.properties(),
+                                [&](const vrex::DataModelRepository::StoredObject& stored) {
+                                    ++entries;
+                                    check.check(stored);
+                                },
+                                inner);
+            },
+            reading);
+        if (reading.empty()) continue;
+        if (!namesTable(structure, entryClass.name())) {
+            for (const tvdiag::util::diagnostic& record : reading.records()) diagnostics.add(record.identifier, record.message);
+            return entries;
+        }
+        problems.add("scm:check:unreadable", "the entries of " + entryClass.name() + " cannot be read: " + reading.messages());
+    }
+    return entries;
+}
+
+std::size_t SCMRegistryInspector::countRepairable(const tvdiag::util::diagnostics& problems) {
+    std::size_t repairable = 0;
+    for (const tvdiag::util::diagnostic& record : problems.records()) {
+        if (record.identifier == "scm:check:torn" || record.identifier == "vrex:integrity:missing") ++repairable;
+    }
+    return repairable;
+}
+
+std::size_t SCMRegistryInspector::deleteTornEntries(tvdiag::util::diagnostics& diagnostics) {
+    if (!requireOpen("repair", diagnostics)) return 0;
+    std::size_t deleted = 0;
+    repository_.performDictionaryFunction(
+        [&](tvdiag::util::diagnostics& inner) {
+            for (SCMTypes type : kAllTypes) {
+                const SCMCategoryClasses::Category& category = categories_->of(type);
+                if (category.entryClass.isNull()) continue;
+                walkStoredTexts(category.entryClass, {category.identity, category.data},
+                                [&](const vrex::DataModelRepository::StoredObject& stored) {
+                                    if (stored.texts[0] && stored.texts[1]) return;
+                                    repository_.deleteObject(stored.object, inner);
+                                    ++deleted;
+                                },
+                                inner);
+                if (!inner.empty()) return;
+            }
+        },
+        diagnostics);
+    return diagnostics.empty() ? deleted : 0;
+}
+
+}  // namespace SCM
