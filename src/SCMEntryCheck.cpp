@@ -7,7 +7,7 @@
 #include "SCMData.hpp"
 #include "SCMIdentity.hpp"
 #include "StoredObjects.hpp"
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 
 namespace SCM {
 

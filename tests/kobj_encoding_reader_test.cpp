@@ -10,8 +10,8 @@
 #include "SCMBasicUtilityIdentity.hpp"
 #include "SCMModuleEntry.hpp"
 #include "SCMSharedFunctionIdentity.hpp"
-#include "kobj/EncodedObject.hpp"
-#include "kobj/JsonText.hpp"
+#include "kobj/EncodingReader.hpp"
+#include "kobj/JsonEscaping.hpp"
 #include "kobj/ObjectEncoding.hpp"
 #include "support/GeneralJsonReading.hpp"
 

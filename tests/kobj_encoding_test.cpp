@@ -4,9 +4,9 @@
 
 #include "kobj/COSPackage.hpp"
 #include "kobj/COSPropInfo.hpp"
-#include "kobj/EncodedObject.hpp"
+#include "kobj/EncodingReader.hpp"
 #include "kobj/Error.hpp"
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectEncoding.hpp"
 #include "support/KobjErrors.hpp"
@@ -26,7 +26,7 @@ std::string jsonString(const std::string& bytes) {
     return text;
 }
 
-TEST(KobjJsonTextTest, AsciiStaysReadableAndEveryOtherByteIsEscaped) {
+TEST(KobjJsonEscapingTest, AsciiStaysReadableAndEveryOtherByteIsEscaped) {
     EXPECT_EQ(jsonString("rt_foo"), "\"rt_foo\"");
     EXPECT_EQ(jsonString("a\"b\\c\nd\te"), "\"a\\\"b\\\\c\\nd\\te\"");
     EXPECT_EQ(jsonString(std::string("x\0y", 3)), "\"x\\u0000y\"");
@@ -36,7 +36,7 @@ TEST(KobjJsonTextTest, AsciiStaysReadableAndEveryOtherByteIsEscaped) {
     }
 }
 
-TEST(KobjJsonTextTest, LatinOneCodePointsReadBackAsBytes) {
+TEST(KobjJsonEscapingTest, LatinOneCodePointsReadBackAsBytes) {
     std::string bytes;
     EXPECT_TRUE(kobj::json::bytesFromUtf8("a\xc3\xa9\xc2\x80", bytes));
     EXPECT_EQ(bytes, "a\xe9\x80");

@@ -8,7 +8,7 @@
 #include "SCMModuleEntry.hpp"
 #include "kobj/ClassRegistry.hpp"
 #include "kobj/Conversions.hpp"
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectEncoding.hpp"
 

@@ -1,6 +1,6 @@
 #include "kobj/COSPropInfo.hpp"
 
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 
 namespace kobj {
 

@@ -21,7 +21,7 @@ public:
     virtual ~COSPropInfo();
 
     const std::string& name() const { return name_; }
-    // The name as a JSON string literal, quotes included (JsonText.hpp), as encodings write it.
+    // The name as a JSON string literal, quotes included (JsonEscaping.hpp), as encodings write it.
     const std::string& jsonName() const { return jsonName_; }
     const std::string& typeText() const { return typeText_; }
     std::uint32_t attributes() const { return attributes_; }
@@ -35,7 +35,7 @@ public:
     virtual void set(tv::mi::Handle& object, const qaArray& value) const = 0;
     // The same, moving texts out of `value` into the object instead of copying them.
     virtual void set(tv::mi::Handle& object, qaArray&& value) const = 0;
-    // Appends the value as the whole-object encoding writes it (EncodedValue.hpp) straight from
+    // Appends the value as the whole-object encoding writes it (EncodingWriter.hpp) straight from
     // the object, and answers true; answers false, appending nothing, when the property cannot
     // (the encoder then writes the value that get() returns). This one always answers false.
     virtual bool appendEncoded(tv::mi::Handle& object, std::string& out) const;

@@ -6,10 +6,10 @@
 
 #include "kobj/ClassRegistry.hpp"
 #include "kobj/Conversions.hpp"
-#include "kobj/EncodedObject.hpp"
-#include "kobj/EncodedValue.hpp"
+#include "kobj/EncodingReader.hpp"
+#include "kobj/EncodingWriter.hpp"
 #include "kobj/Error.hpp"
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectValues.hpp"
 #include "kobj/PropertyAttributes.hpp"

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "kobj/EncodedObject.hpp"
+#include "kobj/EncodingReader.hpp"
 #include "kobj/qaArray.hpp"
 
 // The whole-object encoding: how an identity or a data record is stored in the dictionary, as
@@ -14,7 +14,7 @@
 //
 // "class" is the object's published class; then comes every published property of that class
 // and its superclasses that has a setter, root class first, in publication order: texts as JSON
-// strings (byte for byte, see JsonText.hpp), cells as arrays of strings, logicals as true/false,
+// strings (byte for byte, see JsonEscaping.hpp), cells as arrays of strings, logicals as true/false,
 // integers as numbers. Read-only properties are left out: they cannot be restored.
 //
 // Decoding rebuilds the object through its class's published constructor with the fewest
@@ -48,7 +48,7 @@ qaArray decodeObject(const std::string& text, const std::string& requiredClass);
 qaArray decodeObject(const std::string& text, const std::string& requiredClass,
                      std::string& problem);
 
-// The same for an encoding already read (see EncodedObject.hpp), whose property values the
+// The same for an encoding already read (see EncodingReader.hpp), whose property values the
 // object takes over: `encoded` is left with unspecified values.
 qaArray decodeObject(EncodedObject&& encoded, const std::string& requiredClass,
                      std::string& problem);

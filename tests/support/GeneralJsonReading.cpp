@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 
 namespace kobjtest {
 

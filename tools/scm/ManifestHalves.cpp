@@ -1,6 +1,6 @@
 #include "ManifestHalves.hpp"
 
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 
 namespace scm_tool {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "kobj/EncodedObject.hpp"
+#include "kobj/EncodingReader.hpp"
 
 namespace scm_tool {
 

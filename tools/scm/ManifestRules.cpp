@@ -4,7 +4,7 @@
 
 #include "Categories.hpp"
 #include "SCMGenericIdentity.hpp"
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 
 namespace scm_tool {
 

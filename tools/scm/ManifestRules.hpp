@@ -3,7 +3,7 @@
 #include <string>
 
 #include "OwnedEntry.hpp"
-#include "kobj/EncodedObject.hpp"
+#include "kobj/EncodingReader.hpp"
 
 // The rules of a manifest entry beyond the whole-object encoding: what the library would take
 // silently (an unknown category text becomes a utility, a key text ends at its first NUL byte,

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 
 namespace scm_tool {
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "kobj/Conversions.hpp"
-#include "kobj/EncodedValue.hpp"
+#include "kobj/EncodingWriter.hpp"
 #include "kobj/Error.hpp"
 #include "kobj/factory/Arguments.hpp"
 #include "kobj/factory/ClassBuilder.hpp"

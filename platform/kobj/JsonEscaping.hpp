@@ -12,6 +12,18 @@
 // functions. A reader that meets a code point above U+00FF was not given our encoding.
 namespace kobj::json {
 
+// Which bytes stand for themselves inside a JSON string of the encoding: the one table of the
+// writer and the reader.
+struct StringBytes {
+    // Written as they are: printable ASCII but for the quote and the backslash.
+    bool written[256] = {};
+    // Read as they are, without a closer look: the written ones and DEL, which other writers may
+    // leave unescaped.
+    bool read[256] = {};
+    StringBytes();
+};
+extern const StringBytes kStringBytes;
+
 // Appends `bytes` to `out` as a JSON string literal, quotes included.
 void appendString(std::string& out, const std::string& bytes);
 

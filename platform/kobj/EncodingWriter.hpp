@@ -6,7 +6,7 @@
 #include <vector>
 
 // The values of the whole-object encoding (ObjectEncoding.hpp) written straight from library
-// values, without a script value in between: texts as JSON strings (JsonText.hpp), lists of
+// values, without a script value in between: texts as JSON strings (JsonEscaping.hpp), lists of
 // texts as arrays of strings, logicals as true/false, integers as numbers.
 namespace kobj {
 

@@ -1,10 +1,10 @@
-#include "kobj/EncodedObject.hpp"
+#include "kobj/EncodingReader.hpp"
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
 
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -14,16 +14,6 @@ namespace kobj {
 
 namespace {
 
-// The bytes that stand for themselves inside a JSON string of the encoding: printable ASCII and
-// DEL, but for the quote and the backslash.
-struct PlainBytes {
-    bool isPlain[256] = {};
-    PlainBytes() {
-        for (int byte = 0x20; byte < 0x80; ++byte) isPlain[byte] = byte != '"' && byte != '\\';
-    }
-};
-const PlainBytes kPlainBytes;
-
 // What a property value may be, for messages.
 const char* const kValueKinds = " (a value is a text, true, false, an integer or a list of texts)";
 
@@ -31,7 +21,7 @@ const char* const kValueKinds = " (a value is a text, true, false, an integer or
 // deeper than a list of texts, and anything deeper is refused where it starts. It accepts exactly
 // the JSON texts that have the encoding's shape (RFC 8259; an optional UTF-8 byte order mark
 // first; anything after a NUL byte that follows the object ignored), and maps strings to bytes as
-// JsonText.hpp says: raw UTF-8 and \u escapes alike must stay within U+0000..U+00FF. Member
+// JsonEscaping.hpp says: raw UTF-8 and \u escapes alike must stay within U+0000..U+00FF. Member
 // names go through the same mapping, so a name outside Latin-1 is refused (no published
 // property has one). Given a ReadError, it fills it at the first fault; messages are built only
 // then, so the reading of good texts costs the same either way.
@@ -225,7 +215,7 @@ private:
             from += 16;
         }
 #endif
-        while (from != end_ && kPlainBytes.isPlain[static_cast<unsigned char>(*from)]) ++from;
+        while (from != end_ && json::kStringBytes.read[static_cast<unsigned char>(*from)]) ++from;
         return from;
     }
 

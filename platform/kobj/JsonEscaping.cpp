@@ -1,19 +1,10 @@
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 
 namespace kobj::json {
 
 namespace {
 
 const char kHexDigits[] = "0123456789abcdef";
-
-// The bytes written as they are: printable ASCII but for the quote and the backslash.
-struct PlainBytes {
-    bool isPlain[256] = {};
-    PlainBytes() {
-        for (int byte = 0x20; byte < 0x7f; ++byte) isPlain[byte] = byte != '"' && byte != '\\';
-    }
-};
-const PlainBytes kPlainBytes;
 
 void appendEscape(std::string& out, unsigned char byte) {
     switch (byte) {
@@ -33,13 +24,22 @@ void appendEscape(std::string& out, unsigned char byte) {
 
 }  // namespace
 
+StringBytes::StringBytes() {
+    for (int byte = 0x20; byte < 0x80; ++byte) {
+        read[byte] = byte != '"' && byte != '\\';
+        written[byte] = read[byte] && byte != 0x7f;
+    }
+}
+
+const StringBytes kStringBytes;
+
 void appendString(std::string& out, const std::string& bytes) {
     out += '"';
     const char* next = bytes.data();
     const char* const end = next + bytes.size();
     while (next != end) {
         const char* run = next;
-        while (next != end && kPlainBytes.isPlain[static_cast<unsigned char>(*next)]) ++next;
+        while (next != end && kStringBytes.written[static_cast<unsigned char>(*next)]) ++next;
         out.append(run, static_cast<std::size_t>(next - run));
         if (next != end) appendEscape(out, static_cast<unsigned char>(*next++));
     }

@@ -1,6 +1,6 @@
-#include "kobj/EncodedValue.hpp"
+#include "kobj/EncodingWriter.hpp"
 
-#include "kobj/JsonText.hpp"
+#include "kobj/JsonEscaping.hpp"
 
 namespace kobj {
 
