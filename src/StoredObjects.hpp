@@ -23,10 +23,7 @@ inline constexpr const char* kDataProperty = "Data";
 // held). The caller owns the result.
 template <typename T>
 std::unique_ptr<T> takeStoredObject(const qaArray& value, const char* className) {
-    std::unique_ptr<tv::mi::Handle> handle(tv::mi::Handle::releaseFromScriptValue(value, className));
-    T* object = dynamic_cast<T*>(handle.get());
-    if (object != nullptr) handle.release();
-    return std::unique_ptr<T>(object);
+    return tv::mi::releaseScriptObjectAs<T>(value, className);
 }
 
 inline std::unique_ptr<SCMIdentity> takeStoredIdentity(const qaArray& value) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "kobj/qaArray.hpp"
 
 namespace tv::mi {
@@ -39,5 +41,15 @@ public:
     virtual void lock();
     virtual void unlock();
 };
+
+// The object `value` holds, taken over as a T (see Handle::releaseFromScriptValue): null when it
+// holds no object of `publishedClassName`, or one that is no T, which is then deleted.
+template <typename T>
+std::unique_ptr<T> releaseScriptObjectAs(const qaArray& value, const char* publishedClassName) {
+    std::unique_ptr<Handle> handle(Handle::releaseFromScriptValue(value, publishedClassName));
+    T* object = dynamic_cast<T*>(handle.get());
+    if (object != nullptr) handle.release();
+    return std::unique_ptr<T>(object);
+}
 
 }  // namespace tv::mi

@@ -4,6 +4,7 @@
 
 #include "ManifestHalves.hpp"
 #include "ManifestRules.hpp"
+#include "kobj/Handle.hpp"
 #include "kobj/ObjectEncoding.hpp"
 
 namespace scm_tool {
@@ -19,29 +20,14 @@ void completeClassName(std::string& name) {
     if (name.find('.') == std::string::npos) name = kPackagePrefix + name;
 }
 
-bool holdsObject(const qaArray& value) {
-    return value.kind() == qaArray::Kind::Object && !value.isEmpty();
-}
-
-// The object of a decoded value as a T, owned; null when `value` holds no object or one of
-// another class.
-template <typename T>
-std::unique_ptr<T> ownedAs(qaArray value) {
-    if (!holdsObject(value)) return nullptr;
-    std::unique_ptr<tv::mi::Handle> object(qaArray::release(value.objects().front()));
-    T* typed = dynamic_cast<T*>(object.get());
-    if (typed != nullptr) object.release();
-    return std::unique_ptr<T>(typed);
-}
-
 // The half `key` decoded as an object of `requiredClass` (or a subclass), its properties written
 // in the line's order; null with `problem` set when it does not decode.
 template <typename T>
 std::unique_ptr<T> decodeHalf(kobj::EncodedObject& half, const char* key,
                               const std::string& requiredClass, std::string& problem) {
     completeClassName(half.className);
-    std::unique_ptr<T> object =
-        ownedAs<T>(kobj::decodeObject(std::move(half), requiredClass, problem));
+    std::unique_ptr<T> object = tv::mi::releaseScriptObjectAs<T>(
+        kobj::decodeObject(std::move(half), requiredClass, problem), requiredClass.c_str());
     if (object == nullptr) problem = std::string("\"") + key + "\": " + problem;
     return object;
 }
