@@ -14,7 +14,7 @@ namespace {
 // Seconds for libpq's connect_timeout: long enough for a busy server, short enough for a script.
 constexpr const char* kConnectTimeoutSeconds = "10";
 // A statement may wait for the write lock up to the busy timeout, then needs time to run.
-int statementLimitMs(const DataModelRepository::Options& options) {
+int statementLimitMs(const RepositoryOptions& options) {
     const long long limit = static_cast<long long>(std::max(options.busyTimeoutMs, 1)) +
                             std::max(options.statementMarginMs, 0);
     return static_cast<int>(std::min<long long>(limit, std::numeric_limits<int>::max()));
@@ -23,7 +23,7 @@ int statementLimitMs(const DataModelRepository::Options& options) {
 }  // namespace
 
 std::unique_ptr<PostgresDriver> PostgresDriver::open(const std::string& uri, const Metamodel& metamodel,
-                                                     const DataModelRepository::Options& options,
+                                                     const RepositoryOptions& options,
                                                      tvdiag::util::diagnostics& diagnostics) {
     std::unique_ptr<PostgresDriver> driver(new PostgresDriver(uri, metamodel, options.readOnly));
     driver->busyTimeoutMs_ = std::max(options.busyTimeoutMs, 1);
@@ -57,7 +57,7 @@ PostgresDriver::PostgresDriver(const std::string& uri, const Metamodel& metamode
 
 // TCP keepalives notice a server that vanished without closing the connection within about
 // 30 s, where libpq would otherwise wait for its answer for ever.
-bool PostgresDriver::connect(const DataModelRepository::Options& options,
+bool PostgresDriver::connect(const RepositoryOptions& options,
                              tvdiag::util::diagnostics& diagnostics) {
     const PgConnection::Settings defaults = {
         {"connect_timeout", kConnectTimeoutSeconds}, {"application_name", "vrex registry"},
@@ -77,11 +77,11 @@ bool PostgresDriver::connect(const DataModelRepository::Options& options,
 
 // Full durability asks the server to flush each commit whatever its own default; Normal leaves
 // the server's setting (synchronous_commit, on unless its administrator chose otherwise).
-std::string PostgresDriver::sessionSetup(const DataModelRepository::Options& options) const {
+std::string PostgresDriver::sessionSetup(const RepositoryOptions& options) const {
     const int lockTimeout = std::max(options.busyTimeoutMs, 1);  // 0 would mean no limit
     std::string sql = "SET lock_timeout = " + std::to_string(lockTimeout) +
                       "; SET statement_timeout = " + std::to_string(statementLimitMs(options));
-    if (options.durability == DataModelRepository::Durability::Full) sql += "; SET synchronous_commit = on";
+    if (options.durability == RepositoryOptions::Durability::Full) sql += "; SET synchronous_commit = on";
     if (readOnly_) sql += "; SET default_transaction_read_only = on";
     return sql;
 }

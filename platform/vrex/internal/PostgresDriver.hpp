@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "vrex/DataModelRepository.hpp"
+#include "vrex/RepositoryOptions.hpp"
 #include "vrex/internal/Driver.hpp"
 #include "vrex/internal/PgConnection.hpp"
 #include "vrex/internal/PostgresNames.hpp"
@@ -30,7 +30,7 @@ public:
     // Connects to the database `uri` names and readies its registry schema for `metamodel`. Null
     // with diagnostics when that fails; no message holds the URI's password.
     static std::unique_ptr<PostgresDriver> open(const std::string& uri, const Metamodel& metamodel,
-                                                const DataModelRepository::Options& options,
+                                                const RepositoryOptions& options,
                                                 tvdiag::util::diagnostics& diagnostics);
 
     const std::string& location() const override { return uri_.redacted(); }
@@ -74,9 +74,9 @@ public:
 private:
     PostgresDriver(const std::string& uri, const Metamodel& metamodel, bool readOnly);
 
-    bool connect(const DataModelRepository::Options& options, tvdiag::util::diagnostics& diagnostics);
+    bool connect(const RepositoryOptions& options, tvdiag::util::diagnostics& diagnostics);
     // The settings of every session (also after a reconnect): timeouts, durability, read-only.
-    std::string sessionSetup(const DataModelRepository::Options& options) const;
+    std::string sessionSetup(const RepositoryOptions& options) const;
     bool begin(const std::string& sql);
     bool tryBegin(const std::string& sql);
     // False with a "vrex:open:readOnly" diagnostic when this role may not insert into or update

@@ -383,7 +383,7 @@ bool RepositorySession::readStoredText(const ObjectRef& object, const PropertyIn
 
 void RepositorySession::readStoredTexts(const ClassRef& cls, const std::vector<PropertyRef>& properties,
                                         std::int64_t afterId, std::size_t limit,
-                                        std::vector<DataModelRepository::StoredObject>& result,
+                                        std::vector<StoredObject>& result,
                                         tvdiag::util::diagnostics& diagnostics) {
     result.clear();
     const ClassInfo* info = classOf(cls, "read the objects", diagnostics);

@@ -8,7 +8,8 @@
 
 #include "kobj/qaArray.hpp"
 #include "tvdiag/diagnostics.hpp"
-#include "vrex/DataModelRepository.hpp"
+#include "vrex/RepositoryOptions.hpp"
+#include "vrex/StoredObject.hpp"
 #include "vrex/internal/Driver.hpp"
 #include "vrex/internal/Metamodel.hpp"
 #include "vrex/internal/PendingObject.hpp"
@@ -20,7 +21,7 @@ namespace vrex::internal {
 // the same contracts, on an open registry. The rules live here; the driver runs the statements.
 class RepositorySession {
 public:
-    using Options = DataModelRepository::Options;
+    using Options = RepositoryOptions;
 
     // Takes over `driver`, open on a registry made ready for `metamodel`.
     RepositorySession(std::unique_ptr<Driver> driver, std::shared_ptr<const Metamodel> metamodel,
@@ -55,7 +56,7 @@ public:
     std::optional<std::string> getStoredText(const ObjectRef& object, const PropertyRef& property,
                                              tvdiag::util::diagnostics& diagnostics);
     void readStoredTexts(const ClassRef& cls, const std::vector<PropertyRef>& properties, std::int64_t afterId,
-                         std::size_t limit, std::vector<DataModelRepository::StoredObject>& result,
+                         std::size_t limit, std::vector<StoredObject>& result,
                          tvdiag::util::diagnostics& diagnostics);
     void deleteObject(const ObjectRef& object, tvdiag::util::diagnostics& diagnostics);
     void checkIntegrity(tvdiag::util::diagnostics& diagnostics);

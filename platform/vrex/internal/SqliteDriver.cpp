@@ -49,7 +49,7 @@ bool hasUnfinishedTransaction(const std::string& file) {
 }  // namespace
 
 std::unique_ptr<SqliteDriver> SqliteDriver::open(const std::string& file, const Metamodel& metamodel,
-                                                 const DataModelRepository::Options& options,
+                                                 const RepositoryOptions& options,
                                                  bool create, tvdiag::util::diagnostics& diagnostics) {
     const std::string notWritable = create ? std::string() : whyNotWritable(file);
     if (options.requireWrite && !notWritable.empty()) {
@@ -75,7 +75,7 @@ SqliteDriver::~SqliteDriver() { close(); }
 // A reader that nothing can change under reads the file as immutable: it takes no locks and
 // makes no log files, which it could not remove again.
 bool SqliteDriver::connect(const std::string& file, const Metamodel& metamodel,
-                           const DataModelRepository::Options& options, bool create,
+                           const RepositoryOptions& options, bool create,
                            tvdiag::util::diagnostics& diagnostics) {
     int flags = SQLITE_OPEN_NOMUTEX |
                 (readOnly_ ? SQLITE_OPEN_READONLY
@@ -101,7 +101,7 @@ bool SqliteDriver::connect(const std::string& file, const Metamodel& metamodel,
 // keeps every committed transaction across a crash of the process (the log is written before
 // the commit returns); only a power loss or operating-system crash can lose the last commits,
 // and never corrupts the file. FULL also syncs the log at each commit.
-bool SqliteDriver::configure(DataModelRepository::Durability durability,
+bool SqliteDriver::configure(RepositoryOptions::Durability durability,
                              tvdiag::util::diagnostics& diagnostics) {
     std::string mode;
     if (!readOnly_) {
@@ -111,7 +111,7 @@ bool SqliteDriver::configure(DataModelRepository::Durability durability,
             return false;
         }
     }
-    const char* synchronous = durability == DataModelRepository::Durability::Full
+    const char* synchronous = durability == RepositoryOptions::Durability::Full
                                   ? "PRAGMA synchronous = FULL"
                                   : "PRAGMA synchronous = NORMAL";
     if (connection_.exec(synchronous) != SQLITE_OK) {

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "vrex/DataModelRepository.hpp"
+#include "vrex/RepositoryOptions.hpp"
 #include "vrex/internal/Connection.hpp"
 #include "vrex/internal/Driver.hpp"
 #include "vrex/internal/StatementCache.hpp"
@@ -17,7 +17,7 @@ public:
     // Connects to `file`, which RegistryFileProbe found absent or empty (`create`) or a registry,
     // and readies its schema for `metamodel`. Null with diagnostics when that fails.
     static std::unique_ptr<SqliteDriver> open(const std::string& file, const Metamodel& metamodel,
-                                              const DataModelRepository::Options& options,
+                                              const RepositoryOptions& options,
                                               bool create, tvdiag::util::diagnostics& diagnostics);
     ~SqliteDriver() override;
 
@@ -59,9 +59,9 @@ private:
     explicit SqliteDriver(bool readOnly) : readOnly_(readOnly) {}
 
     bool connect(const std::string& file, const Metamodel& metamodel,
-                 const DataModelRepository::Options& options, bool create,
+                 const RepositoryOptions& options, bool create,
                  tvdiag::util::diagnostics& diagnostics);
-    bool configure(DataModelRepository::Durability durability, tvdiag::util::diagnostics& diagnostics);
+    bool configure(RepositoryOptions::Durability durability, tvdiag::util::diagnostics& diagnostics);
     // Runs one cached statement that returns no rows.
     bool run(const std::string& sql);
     // The prepared query for `constraints`, its parameters bound; null when it cannot be prepared.
