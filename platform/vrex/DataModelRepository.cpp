@@ -4,13 +4,13 @@
 #include <cstdlib>
 
 #include "vrex/Utf16.hpp"
-#include "vrex/internal/MetamodelReader.hpp"
-#include "vrex/internal/PostgresDriver.hpp"
-#include "vrex/internal/PostgresUri.hpp"
-#include "vrex/internal/RefAccess.hpp"
-#include "vrex/internal/RegistryFileProbe.hpp"
-#include "vrex/internal/RepositorySession.hpp"
-#include "vrex/internal/SqliteDriver.hpp"
+#include "vrex/internal/metamodel/MetamodelReader.hpp"
+#include "vrex/internal/postgres/PostgresDriver.hpp"
+#include "vrex/internal/postgres/PostgresUri.hpp"
+#include "vrex/internal/session/RefAccess.hpp"
+#include "vrex/internal/sqlite/RegistryFileProbe.hpp"
+#include "vrex/internal/session/RepositorySession.hpp"
+#include "vrex/internal/sqlite/SqliteDriver.hpp"
 
 namespace vrex {
 
