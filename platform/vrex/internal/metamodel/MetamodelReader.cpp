@@ -14,7 +14,7 @@
 #include <system_error>
 #include <vector>
 
-#include "vrex/internal/sqlite/SqlNames.hpp"
+#include "vrex/internal/metamodel/Identifiers.hpp"
 
 namespace vrex::internal {
 

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "vrex/internal/metamodel/Identifiers.hpp"
 #include "vrex/internal/metamodel/Metamodel.hpp"
-#include "vrex/internal/sqlite/SqlNames.hpp"
 
 namespace vrex::internal {
 

@@ -2,7 +2,7 @@
 
 #include <iterator>
 
-#include "vrex/internal/sqlite/SqlNames.hpp"
+#include "vrex/internal/metamodel/Identifiers.hpp"
 
 namespace vrex::internal {
 

@@ -5,7 +5,7 @@
 #include <set>
 
 #include "vrex/internal/sqlite/RegistryFileProbe.hpp"
-#include "vrex/internal/sqlite/SqlNames.hpp"
+#include "vrex/internal/sqlite/SqliteNames.hpp"
 #include "vrex/internal/sqlite/Statement.hpp"
 
 namespace vrex::internal {

@@ -8,7 +8,7 @@
 
 #include "vrex/internal/session/RefAccess.hpp"
 #include "vrex/internal/sqlite/RegistrySchema.hpp"
-#include "vrex/internal/sqlite/SqlNames.hpp"
+#include "vrex/internal/sqlite/SqliteNames.hpp"
 
 namespace vrex::internal {
 

@@ -2,7 +2,7 @@
 
 #include <sqlite3.h>
 
-#include "vrex/internal/sqlite/SqlNames.hpp"
+#include "vrex/internal/sqlite/SqliteNames.hpp"
 
 namespace vrex::internal {
 
