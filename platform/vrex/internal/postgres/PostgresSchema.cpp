@@ -3,7 +3,7 @@
 #include <map>
 #include <set>
 
-#include "vrex/internal/sqlite/RegistrySchema.hpp"
+#include "vrex/internal/sqlite/SqliteSchema.hpp"
 
 namespace vrex::internal {
 
@@ -203,15 +203,15 @@ bool PostgresSchema::inspectHeader(SchemaPlan& plan, tvdiag::util::diagnostics& 
     }
     std::map<std::string, std::string> values;
     for (int row = 0; row < rows.rows(); ++row) values[rows.bytes(row, 0)] = rows.bytes(row, 1);
-    if (values["format"] != RegistrySchema::kFormat) {
+    if (values["format"] != SqliteSchema::kFormat) {
         diagnostics.add("vrex:open:notARegistry", "\"" + location_ + "\" is not a registry (unknown header)");
         return false;
     }
-    if (values["formatVersion"] != std::to_string(RegistrySchema::kFormatVersion)) {
+    if (values["formatVersion"] != std::to_string(SqliteSchema::kFormatVersion)) {
         diagnostics.add("vrex:open:unsupportedFormat",
                         "the registry \"" + location_ + "\" has the format version " +
                             values["formatVersion"] + "; this program reads version " +
-                            std::to_string(RegistrySchema::kFormatVersion));
+                            std::to_string(SqliteSchema::kFormatVersion));
         return false;
     }
     return true;
@@ -270,7 +270,7 @@ bool PostgresSchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
              "cannot create the registry catalogue", diagnostics)) {
         return false;
     }
-    const std::string version = std::to_string(RegistrySchema::kFormatVersion);
+    const std::string version = std::to_string(SqliteSchema::kFormatVersion);
     const std::string description = metamodel_.description();
     const std::pair<std::string, const std::string*> rows[] = {
         {"format", nullptr},
@@ -278,7 +278,7 @@ bool PostgresSchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
         {"metamodel", &description},
         {"metamodelFile", &metamodel_.file()},
     };
-    const std::string format = RegistrySchema::kFormat;
+    const std::string format = SqliteSchema::kFormat;
     for (const auto& [key, value] : rows) {
         if (!run("INSERT INTO " + names_.registryTable() + " (key, value) VALUES ($1::text, $2::text)",
                  "cannot write the registry header", diagnostics,

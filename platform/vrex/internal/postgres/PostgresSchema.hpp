@@ -13,7 +13,7 @@
 namespace vrex::internal {
 
 // The tables of a registry in a PostgreSQL database, derived from a metamodel like those of a
-// registry file (see RegistrySchema): in the schema PostgresNames gives, one table per class
+// registry file (see SqliteSchema): in the schema PostgresNames gives, one table per class
 // ("_id" bigint primary key, one bytea column per property), an index per indexed property,
 // and the registry's own "_vrex_registry" (header) and "_vrex_catalogue" tables.
 //

@@ -7,7 +7,7 @@
 #include <fstream>
 
 #include "vrex/internal/session/RefAccess.hpp"
-#include "vrex/internal/sqlite/RegistrySchema.hpp"
+#include "vrex/internal/sqlite/SqliteSchema.hpp"
 #include "vrex/internal/sqlite/SqliteNames.hpp"
 
 namespace vrex::internal {
@@ -86,7 +86,7 @@ bool SqliteDriver::connect(const std::string& file, const Metamodel& metamodel,
         return false;
     }
     connection_.setBusyTimeout(options.busyTimeoutMs);
-    RegistrySchema schema(connection_, metamodel);
+    SqliteSchema schema(connection_, metamodel);
     if ((create && !schema.stampNewFile(diagnostics)) || !configure(options.durability, diagnostics) ||
         !schema.prepare(readOnly_, diagnostics)) {
         connection_.close();
@@ -287,11 +287,11 @@ bool SqliteDriver::checkIntegrity(std::vector<std::string>& findings) {
 }
 
 bool SqliteDriver::findMissingParts(std::vector<std::string>& findings) {
-    return RegistrySchema(connection_, *metamodel_).findMissingParts(findings);
+    return SqliteSchema(connection_, *metamodel_).findMissingParts(findings);
 }
 
 bool SqliteDriver::findForeignParts(std::vector<std::string>& findings) {
-    return RegistrySchema(connection_, *metamodel_).findForeignParts(findings);
+    return SqliteSchema(connection_, *metamodel_).findForeignParts(findings);
 }
 
 void SqliteDriver::report(tvdiag::util::diagnostics& diagnostics, const char* identifier,

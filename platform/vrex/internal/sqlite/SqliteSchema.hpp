@@ -20,13 +20,13 @@ namespace vrex::internal {
 // On a file made with another metamodel, missing classes, properties and indexes are added;
 // others are kept; a property whose kind differs is refused. A table, column or index that the
 // catalogue lists but the file lacks (dropped by another program) counts as missing too.
-class RegistrySchema : private SchemaSteps {
+class SqliteSchema : private SchemaSteps {
 public:
     // Stored in files: never change.
     static constexpr const char* kFormat = "vrex dictionary registry";
     static constexpr int kFormatVersion = 1;
 
-    RegistrySchema(Connection& connection, const Metamodel& metamodel);
+    SqliteSchema(Connection& connection, const Metamodel& metamodel);
 
     // For a file that was absent or empty: stamps it as a registry (PRAGMA application_id) under
     // the write lock, before anything else is written. False with "vrex:open:notARegistry" when

@@ -1,4 +1,4 @@
-#include "vrex/internal/sqlite/RegistrySchema.hpp"
+#include "vrex/internal/sqlite/SqliteSchema.hpp"
 
 #include <sqlite3.h>
 
@@ -33,10 +33,10 @@ private:
 
 }  // namespace
 
-RegistrySchema::RegistrySchema(Connection& connection, const Metamodel& metamodel)
+SqliteSchema::SqliteSchema(Connection& connection, const Metamodel& metamodel)
     : connection_(connection), metamodel_(metamodel) {}
 
-bool RegistrySchema::stampNewFile(tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::stampNewFile(tvdiag::util::diagnostics& diagnostics) {
     SchemaTransaction writing(connection_, "BEGIN IMMEDIATE");
     if (writing.beginResult() != SQLITE_OK) {
         reportFailure(writing.beginResult(), "cannot lock the new registry", diagnostics);
@@ -66,7 +66,7 @@ bool RegistrySchema::stampNewFile(tvdiag::util::diagnostics& diagnostics) {
     return true;
 }
 
-bool RegistrySchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnostics) {
     Plan plan;
     {
         // Look first without the write lock: an up-to-date file (the usual case) needs no more.
@@ -101,7 +101,7 @@ bool RegistrySchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnosti
 }
 
 // Inside an open transaction the BEGIN fails harmlessly and the reads share that transaction.
-bool RegistrySchema::findMissingParts(std::vector<std::string>& findings) {
+bool SqliteSchema::findMissingParts(std::vector<std::string>& findings) {
     SchemaTransaction reading(connection_, "BEGIN");
     Plan plan;
     tvdiag::util::diagnostics problems;
@@ -110,7 +110,7 @@ bool RegistrySchema::findMissingParts(std::vector<std::string>& findings) {
 }
 
 // Inside an open transaction the BEGIN fails harmlessly and the reads share that transaction.
-bool RegistrySchema::findForeignParts(std::vector<std::string>& findings) {
+bool SqliteSchema::findForeignParts(std::vector<std::string>& findings) {
     SchemaTransaction reading(connection_, "BEGIN");
     Catalogue catalogue;
     tvdiag::util::diagnostics ignored;  // the connection keeps the error for its caller
@@ -131,7 +131,7 @@ bool RegistrySchema::findForeignParts(std::vector<std::string>& findings) {
     return true;
 }
 
-bool RegistrySchema::inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics) {
     if (!inspectHeader(plan, diagnostics)) return false;
     if (plan.createHeader) {
         plan.newTables = metamodel_.classes();
@@ -142,7 +142,7 @@ bool RegistrySchema::inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics)
            plan.compare(metamodel_, catalogue, connection_.file(), diagnostics);
 }
 
-bool RegistrySchema::inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagnostics) {
     std::string headerTables;
     std::string allTables;
     int rc = connection_.queryText(
@@ -189,7 +189,7 @@ bool RegistrySchema::inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagno
     return true;
 }
 
-bool RegistrySchema::readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) {
     Statement statement;
     int rc = statement.prepare(connection_.handle(),
                                "SELECT class, property, kind, indexed FROM \"_vrex_catalogue\"");
@@ -209,7 +209,7 @@ bool RegistrySchema::readCatalogue(Catalogue& catalogue, tvdiag::util::diagnosti
 }
 
 // Forgets from `catalogue` what the file no longer holds (see keepWhatExists).
-bool RegistrySchema::dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) {
     std::map<std::string, std::set<std::string>> columns;
     std::set<std::string> indexes;
     Statement statement;
@@ -237,7 +237,7 @@ bool RegistrySchema::dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnost
 
 // Stamps the file again in the same transaction: a kill while a new file was stamped may have
 // left the stamp to be rolled back when the file is next opened.
-bool RegistrySchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
     if (!run("PRAGMA application_id = " + std::to_string(RegistryFileProbe::kApplicationId),
              "cannot stamp the registry", diagnostics) ||
         !run("CREATE TABLE \"_vrex_registry\" (key TEXT PRIMARY KEY, value TEXT NOT NULL)",
@@ -272,26 +272,26 @@ bool RegistrySchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
     return true;
 }
 
-bool RegistrySchema::createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) {
     std::string sql = "CREATE TABLE " + tableName(cls) + " (\"_id\" INTEGER PRIMARY KEY";
     for (const auto& property : cls.properties) sql += ", " + columnName(*property) + " TEXT";
     sql += ")";
     return run(sql, "cannot create the table of " + cls.name, diagnostics);
 }
 
-bool RegistrySchema::addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
     std::string sql = "ALTER TABLE " + tableName(*property.owner) + " ADD COLUMN " +
                       columnName(property) + " TEXT";
     return run(sql, "cannot add the column " + property.owner->name + "." + property.name, diagnostics);
 }
 
-bool RegistrySchema::addIndex(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::addIndex(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
     std::string sql = "CREATE INDEX IF NOT EXISTS " + indexName(property) + " ON " +
                       tableName(*property.owner) + " (" + columnName(property) + ")";
     return run(sql, "cannot index " + property.owner->name + "." + property.name, diagnostics);
 }
 
-bool RegistrySchema::record(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::record(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) {
     Statement upsert;
     int rc = upsert.prepare(connection_.handle(),
                             "INSERT OR REPLACE INTO \"_vrex_catalogue\" (class, property, kind, indexed) "
@@ -310,14 +310,14 @@ bool RegistrySchema::record(const PropertyInfo& property, tvdiag::util::diagnost
     return true;
 }
 
-bool RegistrySchema::run(const std::string& sql, const std::string& action,
+bool SqliteSchema::run(const std::string& sql, const std::string& action,
                          tvdiag::util::diagnostics& diagnostics) {
     int rc = connection_.exec(sql);
     if (rc != SQLITE_OK) reportFailure(rc, action, diagnostics);
     return rc == SQLITE_OK;
 }
 
-void RegistrySchema::reportFailure(int rc, const std::string& action,
+void SqliteSchema::reportFailure(int rc, const std::string& action,
                                    tvdiag::util::diagnostics& diagnostics) {
     int primary = rc & 0xff;
     bool damaged = primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
