@@ -3,30 +3,11 @@
 #include <map>
 #include <set>
 
-#include "vrex/internal/sqlite/SqliteSchema.hpp"
+#include "vrex/internal/session/SchemaPreparation.hpp"
 
 namespace vrex::internal {
 
 namespace {
-
-// Ends an open transaction on every path: rolled back unless commit() succeeded.
-class SchemaTransaction {
-public:
-    SchemaTransaction(PgConnection& connection, const char* beginSql)
-        : connection_(connection), begun_(connection.exec(beginSql)) {}
-    ~SchemaTransaction() {
-        if (begun_ && connection_.isInTransaction()) connection_.exec("ROLLBACK");
-    }
-    SchemaTransaction(const SchemaTransaction&) = delete;
-    SchemaTransaction& operator=(const SchemaTransaction&) = delete;
-
-    bool begun() const { return begun_; }
-    bool commit() { return connection_.exec("COMMIT"); }
-
-private:
-    PgConnection& connection_;
-    bool begun_;
-};
 
 const char* const kReadOnlyBegin = "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY";
 
@@ -37,44 +18,12 @@ PostgresSchema::PostgresSchema(PgConnection& connection, const Metamodel& metamo
     : connection_(connection), metamodel_(metamodel), names_(names), location_(location) {}
 
 bool PostgresSchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnostics) {
-    if (!checkNameLengths(diagnostics)) return false;
-    SchemaPlan plan;
-    {
-        // Look first without the write lock: an up-to-date registry (the usual case) needs no more.
-        SchemaTransaction reading(connection_, kReadOnlyBegin);
-        if (!reading.begun()) {
-            reportFailure("cannot read the schema", diagnostics);
-            return false;
-        }
-        if (!inspect(plan, diagnostics)) return false;
-    }
-    if (plan.empty()) return true;
-    if (readOnly && plan.createHeader) {
-        diagnostics.add("vrex:open:notFound",
-                        "cannot open \"" + location_ + "\" for reading: it is not a registry yet");
-        return false;
-    }
-    if (readOnly) return true;  // reads what is there; checkIntegrity names what is missing
-    // Another agent may have extended the registry meanwhile: look again under the write lock.
-    SchemaTransaction writing(connection_, names_.lockingBegin().c_str());
-    if (!writing.begun()) {
-        reportFailure("cannot lock the registry to extend its schema", diagnostics);
-        return false;
-    }
-    plan = SchemaPlan();
-    if (!inspect(plan, diagnostics) || !plan.apply(*this, diagnostics)) return false;
-    if (!writing.commit()) {
-        reportFailure("cannot commit the schema", diagnostics);
-        return false;
-    }
-    return true;
+    return checkNameLengths(diagnostics) &&
+           SchemaPreparation(*this, metamodel_, location_).prepare(readOnly, diagnostics);
 }
 
 bool PostgresSchema::findMissingParts(std::vector<std::string>& findings) {
-    SchemaPlan plan;
-    tvdiag::util::diagnostics problems;
-    const bool inspected = inspect(plan, problems);
-    return describeInspection(inspected, plan, problems, "vrex:open:serverError", findings);
+    return SchemaPreparation(*this, metamodel_, location_).findMissingParts("vrex:open:serverError", findings);
 }
 
 // Types and primary keys a writable opening does not make again: "_id" bigint and the primary
@@ -159,17 +108,24 @@ bool PostgresSchema::checkNameLengths(tvdiag::util::diagnostics& diagnostics) co
     return true;
 }
 
-bool PostgresSchema::inspect(SchemaPlan& plan, tvdiag::util::diagnostics& diagnostics) {
-    if (!inspectHeader(plan, diagnostics)) return false;
-    if (plan.createHeader) {
-        plan.newTables = metamodel_.classes();
-        return true;
-    }
-    Catalogue catalogue;
-    return readCatalogue(catalogue, diagnostics) && dropWhatIsGone(catalogue, diagnostics) && plan.compare(metamodel_, catalogue, location_, diagnostics);
+bool PostgresSchema::begin(bool writeLock, const std::string& failure, tvdiag::util::diagnostics& diagnostics) {
+    if (connection_.exec(writeLock ? names_.lockingBegin() : kReadOnlyBegin)) return true;
+    reportFailure(failure, diagnostics);
+    return false;
 }
 
-bool PostgresSchema::inspectHeader(SchemaPlan& plan, tvdiag::util::diagnostics& diagnostics) {
+bool PostgresSchema::commit(const std::string& failure, tvdiag::util::diagnostics& diagnostics) {
+    if (connection_.exec("COMMIT")) return true;
+    reportFailure(failure, diagnostics);
+    return false;
+}
+
+void PostgresSchema::rollback() {
+    if (connection_.isInTransaction()) connection_.exec("ROLLBACK");
+}
+
+// Counts the database's tables only when the registry schema lacks its header.
+bool PostgresSchema::readLayout(bool& hasHeader, bool& hasTables, tvdiag::util::diagnostics& diagnostics) {
     PgResult header = connection_.query(
         "SELECT count(*) FROM pg_catalog.pg_tables WHERE schemaname = $1::text AND tablename = '_vrex_registry'",
         PgParams().bytes(names_.schema()));
@@ -177,42 +133,33 @@ bool PostgresSchema::inspectHeader(SchemaPlan& plan, tvdiag::util::diagnostics& 
         reportFailure("cannot read the schema", diagnostics);
         return false;
     }
-    if (header.int64(0, 0) == 0) {
-        PgResult tables = connection_.query(
-            "SELECT count(*) FROM pg_catalog.pg_class AS c JOIN pg_catalog.pg_namespace AS n "
-            "ON n.oid = c.relnamespace WHERE c.relkind IN ('r', 'p', 'v', 'm', 'f') "
-            "AND n.nspname <> 'information_schema' AND n.nspname NOT LIKE 'pg\\_%'");
-        if (!tables.ok()) {
-            reportFailure("cannot read the schema", diagnostics);
-            return false;
-        }
-        if (tables.int64(0, 0) == 0) {
-            plan.createHeader = true;
-            return true;
-        }
-        diagnostics.add("vrex:open:notARegistry",
-                        "\"" + location_ + "\" is not a registry: the database holds tables of its own and no registry schema \"" +
-                            names_.schema() + "\"");
+    hasHeader = header.int64(0, 0) != 0;
+    if (hasHeader) return true;
+    PgResult tables = connection_.query(
+        "SELECT count(*) FROM pg_catalog.pg_class AS c JOIN pg_catalog.pg_namespace AS n "
+        "ON n.oid = c.relnamespace WHERE c.relkind IN ('r', 'p', 'v', 'm', 'f') "
+        "AND n.nspname <> 'information_schema' AND n.nspname NOT LIKE 'pg\\_%'");
+    if (!tables.ok()) {
+        reportFailure("cannot read the schema", diagnostics);
         return false;
     }
+    hasTables = tables.int64(0, 0) != 0;
+    return true;
+}
+
+std::string PostgresSchema::notARegistryReason() const {
+    return ": the database holds tables of its own and no registry schema \"" + names_.schema() + "\"";
+}
+
+bool PostgresSchema::readHeader(std::string& format, std::string& version, tvdiag::util::diagnostics& diagnostics) {
     PgResult rows = connection_.query("SELECT key, value FROM " + names_.registryTable() +
                                       " WHERE key IN ('format', 'formatVersion')");
     if (!rows.ok()) {
         reportFailure("cannot read the registry header", diagnostics);
         return false;
     }
-    std::map<std::string, std::string> values;
-    for (int row = 0; row < rows.rows(); ++row) values[rows.bytes(row, 0)] = rows.bytes(row, 1);
-    if (values["format"] != SqliteSchema::kFormat) {
-        diagnostics.add("vrex:open:notARegistry", "\"" + location_ + "\" is not a registry (unknown header)");
-        return false;
-    }
-    if (values["formatVersion"] != std::to_string(SqliteSchema::kFormatVersion)) {
-        diagnostics.add("vrex:open:unsupportedFormat",
-                        "the registry \"" + location_ + "\" has the format version " +
-                            values["formatVersion"] + "; this program reads version " +
-                            std::to_string(SqliteSchema::kFormatVersion));
-        return false;
+    for (int row = 0; row < rows.rows(); ++row) {
+        (rows.bytes(row, 0) == "format" ? format : version) = rows.bytes(row, 1);
     }
     return true;
 }
@@ -270,7 +217,7 @@ bool PostgresSchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
              "cannot create the registry catalogue", diagnostics)) {
         return false;
     }
-    const std::string version = std::to_string(SqliteSchema::kFormatVersion);
+    const std::string version = std::to_string(SchemaPreparation::kFormatVersion);
     const std::string description = metamodel_.description();
     const std::pair<std::string, const std::string*> rows[] = {
         {"format", nullptr},
@@ -278,7 +225,7 @@ bool PostgresSchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
         {"metamodel", &description},
         {"metamodelFile", &metamodel_.file()},
     };
-    const std::string format = SqliteSchema::kFormat;
+    const std::string format = SchemaPreparation::kFormat;
     for (const auto& [key, value] : rows) {
         if (!run("INSERT INTO " + names_.registryTable() + " (key, value) VALUES ($1::text, $2::text)",
                  "cannot write the registry header", diagnostics,

@@ -8,7 +8,7 @@
 #include "vrex/internal/metamodel/Metamodel.hpp"
 #include "vrex/internal/postgres/PgConnection.hpp"
 #include "vrex/internal/postgres/PostgresNames.hpp"
-#include "vrex/internal/session/SchemaPlan.hpp"
+#include "vrex/internal/session/SchemaStorage.hpp"
 
 namespace vrex::internal {
 
@@ -19,7 +19,7 @@ namespace vrex::internal {
 //
 // A database becomes a registry only when it holds no tables at all: a database with tables of
 // its own and no registry header is refused, untouched.
-class PostgresSchema : private SchemaSteps {
+class PostgresSchema : private SchemaStorage {
 public:
     PostgresSchema(PgConnection& connection, const Metamodel& metamodel, const PostgresNames& names,
                    const std::string& location);
@@ -44,10 +44,14 @@ public:
 
 private:
     bool checkNameLengths(tvdiag::util::diagnostics& diagnostics) const;
-    bool inspect(SchemaPlan& plan, tvdiag::util::diagnostics& diagnostics);
-    bool inspectHeader(SchemaPlan& plan, tvdiag::util::diagnostics& diagnostics);
-    bool readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
-    bool dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
+    bool begin(bool writeLock, const std::string& failure, tvdiag::util::diagnostics& diagnostics) override;
+    bool commit(const std::string& failure, tvdiag::util::diagnostics& diagnostics) override;
+    void rollback() override;
+    bool readLayout(bool& hasHeader, bool& hasTables, tvdiag::util::diagnostics& diagnostics) override;
+    std::string notARegistryReason() const override;
+    bool readHeader(std::string& format, std::string& version, tvdiag::util::diagnostics& diagnostics) override;
+    bool readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) override;
+    bool dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) override;
     // Runs two queries that take the schema's name as $1, the second only when the first
     // succeeded; false unless both did.
     bool querySchema(const char* firstSql, const char* secondSql, PgResult& first, PgResult& second);

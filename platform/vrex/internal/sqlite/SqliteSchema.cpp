@@ -4,44 +4,20 @@
 
 #include <set>
 
+#include "vrex/internal/session/SchemaPreparation.hpp"
+#include "vrex/internal/session/SchemaTransaction.hpp"
 #include "vrex/internal/sqlite/RegistryFileProbe.hpp"
 #include "vrex/internal/sqlite/SqliteNames.hpp"
 #include "vrex/internal/sqlite/Statement.hpp"
 
 namespace vrex::internal {
 
-namespace {
-
-// Ends an open transaction on every path: rolled back unless commit() succeeded.
-class SchemaTransaction {
-public:
-    SchemaTransaction(Connection& connection, const char* beginSql)
-        : connection_(connection), rc_(connection.exec(beginSql)) {}
-    ~SchemaTransaction() {
-        if (rc_ == SQLITE_OK && connection_.isInTransaction()) connection_.exec("ROLLBACK");
-    }
-    SchemaTransaction(const SchemaTransaction&) = delete;
-    SchemaTransaction& operator=(const SchemaTransaction&) = delete;
-
-    int beginResult() const { return rc_; }
-    int commit() { return connection_.exec("COMMIT"); }
-
-private:
-    Connection& connection_;
-    int rc_;
-};
-
-}  // namespace
-
 SqliteSchema::SqliteSchema(Connection& connection, const Metamodel& metamodel)
     : connection_(connection), metamodel_(metamodel) {}
 
 bool SqliteSchema::stampNewFile(tvdiag::util::diagnostics& diagnostics) {
-    SchemaTransaction writing(connection_, "BEGIN IMMEDIATE");
-    if (writing.beginResult() != SQLITE_OK) {
-        reportFailure(writing.beginResult(), "cannot lock the new registry", diagnostics);
-        return false;
-    }
+    SchemaTransaction writing(*this, true, "cannot lock the new registry", diagnostics);
+    if (!writing.begun()) return false;
     std::string stamp;
     std::string objects;
     int rc = connection_.queryText("PRAGMA application_id", stamp);
@@ -58,62 +34,29 @@ bool SqliteSchema::stampNewFile(tvdiag::util::diagnostics& diagnostics) {
         return false;
     }
     rc = connection_.exec("PRAGMA application_id = " + ours);
-    if (rc == SQLITE_OK) rc = writing.commit();
     if (rc != SQLITE_OK) {
         reportFailure(rc, "cannot make the new registry", diagnostics);
         return false;
     }
-    return true;
+    return writing.commit("cannot make the new registry", diagnostics);
 }
 
 bool SqliteSchema::prepare(bool readOnly, tvdiag::util::diagnostics& diagnostics) {
-    Plan plan;
-    {
-        // Look first without the write lock: an up-to-date file (the usual case) needs no more.
-        SchemaTransaction reading(connection_, "BEGIN");
-        if (reading.beginResult() != SQLITE_OK) {
-            reportFailure(reading.beginResult(), "cannot read the schema", diagnostics);
-            return false;
-        }
-        if (!inspect(plan, diagnostics)) return false;
-    }
-    if (plan.empty()) return true;
-    if (readOnly && plan.createHeader) {
-        diagnostics.add("vrex:open:notFound",
-                        "cannot open \"" + connection_.file() + "\" for reading: it is not a registry yet");
-        return false;
-    }
-    if (readOnly) return true;  // reads what is there; checkIntegrity names what is missing
-    // Another process may have extended the file meanwhile: look again under the write lock.
-    SchemaTransaction writing(connection_, "BEGIN IMMEDIATE");
-    if (writing.beginResult() != SQLITE_OK) {
-        reportFailure(writing.beginResult(), "cannot lock the registry to extend its schema", diagnostics);
-        return false;
-    }
-    plan = Plan();
-    if (!inspect(plan, diagnostics) || !plan.apply(*this, diagnostics)) return false;
-    int rc = writing.commit();
-    if (rc != SQLITE_OK) {
-        reportFailure(rc, "cannot commit the schema", diagnostics);
-        return false;
-    }
-    return true;
+    return SchemaPreparation(*this, metamodel_, connection_.file()).prepare(readOnly, diagnostics);
 }
 
 // Inside an open transaction the BEGIN fails harmlessly and the reads share that transaction.
 bool SqliteSchema::findMissingParts(std::vector<std::string>& findings) {
-    SchemaTransaction reading(connection_, "BEGIN");
-    Plan plan;
-    tvdiag::util::diagnostics problems;
-    const bool inspected = inspect(plan, problems);
-    return describeInspection(inspected, plan, problems, "vrex:open:sqliteError", findings);
+    tvdiag::util::diagnostics ignored;
+    SchemaTransaction reading(*this, false, "", ignored);
+    return SchemaPreparation(*this, metamodel_, connection_.file()).findMissingParts("vrex:open:sqliteError", findings);
 }
 
 // Inside an open transaction the BEGIN fails harmlessly and the reads share that transaction.
 bool SqliteSchema::findForeignParts(std::vector<std::string>& findings) {
-    SchemaTransaction reading(connection_, "BEGIN");
-    Catalogue catalogue;
     tvdiag::util::diagnostics ignored;  // the connection keeps the error for its caller
+    SchemaTransaction reading(*this, false, "", ignored);
+    Catalogue catalogue;
     if (!readCatalogue(catalogue, ignored)) return false;
     std::vector<SchemaObject> objects;
     Statement statement;
@@ -131,18 +74,24 @@ bool SqliteSchema::findForeignParts(std::vector<std::string>& findings) {
     return true;
 }
 
-bool SqliteSchema::inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics) {
-    if (!inspectHeader(plan, diagnostics)) return false;
-    if (plan.createHeader) {
-        plan.newTables = metamodel_.classes();
-        return true;
-    }
-    Catalogue catalogue;
-    return readCatalogue(catalogue, diagnostics) && dropWhatIsGone(catalogue, diagnostics) &&
-           plan.compare(metamodel_, catalogue, connection_.file(), diagnostics);
+bool SqliteSchema::begin(bool writeLock, const std::string& failure, tvdiag::util::diagnostics& diagnostics) {
+    const int rc = connection_.exec(writeLock ? "BEGIN IMMEDIATE" : "BEGIN");
+    if (rc != SQLITE_OK) reportFailure(rc, failure, diagnostics);
+    return rc == SQLITE_OK;
 }
 
-bool SqliteSchema::inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagnostics) {
+bool SqliteSchema::commit(const std::string& failure, tvdiag::util::diagnostics& diagnostics) {
+    const int rc = connection_.exec("COMMIT");
+    if (rc != SQLITE_OK) reportFailure(rc, failure, diagnostics);
+    return rc == SQLITE_OK;
+}
+
+void SqliteSchema::rollback() {
+    if (connection_.isInTransaction()) connection_.exec("ROLLBACK");
+}
+
+// A file stamped as a registry but without tables is new, or one whose making was cut short.
+bool SqliteSchema::readLayout(bool& hasHeader, bool& hasTables, tvdiag::util::diagnostics& diagnostics) {
     std::string headerTables;
     std::string allTables;
     int rc = connection_.queryText(
@@ -153,37 +102,21 @@ bool SqliteSchema::inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagnost
         reportFailure(rc, "cannot read the schema", diagnostics);
         return false;
     }
-    if (headerTables == "0") {
-        // Stamped as a registry but without tables: a new file, or one whose making was cut short.
-        if (allTables == "0") {
-            plan.createHeader = true;
-            return true;
-        }
-        diagnostics.add("vrex:open:notARegistry",
-                        "\"" + connection_.file() + "\" is not a registry (it has no registry header)");
-        return false;
-    }
-    std::string format;
-    std::string version;
-    rc = connection_.queryText("SELECT value FROM \"_vrex_registry\" WHERE key = 'format'", format);
+    hasHeader = headerTables != "0";
+    hasTables = allTables != "0";
+    return true;
+}
+
+std::string SqliteSchema::notARegistryReason() const { return " (it has no registry header)"; }
+
+bool SqliteSchema::readHeader(std::string& format, std::string& version, tvdiag::util::diagnostics& diagnostics) {
+    int rc = connection_.queryText("SELECT value FROM \"_vrex_registry\" WHERE key = 'format'", format);
     if (rc == SQLITE_OK) {
         rc = connection_.queryText("SELECT value FROM \"_vrex_registry\" WHERE key = 'formatVersion'",
                                    version);
     }
     if (rc != SQLITE_OK) {
         reportFailure(rc, "cannot read the registry header", diagnostics);
-        return false;
-    }
-    if (format != kFormat) {
-        diagnostics.add("vrex:open:notARegistry",
-                        "\"" + connection_.file() + "\" is not a registry (unknown header)");
-        return false;
-    }
-    if (version != std::to_string(kFormatVersion)) {
-        diagnostics.add("vrex:open:unsupportedFormat",
-                        "the registry \"" + connection_.file() + "\" has the format version " +
-                            version + "; this program reads version " +
-                            std::to_string(kFormatVersion));
         return false;
     }
     return true;
@@ -249,8 +182,8 @@ bool SqliteSchema::createHeader(tvdiag::util::diagnostics& diagnostics) {
         return false;
     }
     const std::pair<const char*, std::string> rows[] = {
-        {"format", kFormat},
-        {"formatVersion", std::to_string(kFormatVersion)},
+        {"format", SchemaPreparation::kFormat},
+        {"formatVersion", std::to_string(SchemaPreparation::kFormatVersion)},
         {"metamodel", metamodel_.description()},
         {"metamodelFile", metamodel_.file()},
     };

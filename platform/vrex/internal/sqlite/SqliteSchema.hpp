@@ -6,7 +6,7 @@
 #include "tvdiag/diagnostics.hpp"
 #include "vrex/internal/sqlite/Connection.hpp"
 #include "vrex/internal/metamodel/Metamodel.hpp"
-#include "vrex/internal/session/SchemaPlan.hpp"
+#include "vrex/internal/session/SchemaStorage.hpp"
 
 namespace vrex::internal {
 
@@ -20,12 +20,8 @@ namespace vrex::internal {
 // On a file made with another metamodel, missing classes, properties and indexes are added;
 // others are kept; a property whose kind differs is refused. A table, column or index that the
 // catalogue lists but the file lacks (dropped by another program) counts as missing too.
-class SqliteSchema : private SchemaSteps {
+class SqliteSchema : private SchemaStorage {
 public:
-    // Stored in files: never change.
-    static constexpr const char* kFormat = "vrex dictionary registry";
-    static constexpr int kFormatVersion = 1;
-
     SqliteSchema(Connection& connection, const Metamodel& metamodel);
 
     // For a file that was absent or empty: stamps it as a registry (PRAGMA application_id) under
@@ -50,12 +46,14 @@ public:
     bool findForeignParts(std::vector<std::string>& findings);
 
 private:
-    using Plan = SchemaPlan;
-
-    bool inspect(Plan& plan, tvdiag::util::diagnostics& diagnostics);
-    bool inspectHeader(Plan& plan, tvdiag::util::diagnostics& diagnostics);
-    bool readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
-    bool dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics);
+    bool begin(bool writeLock, const std::string& failure, tvdiag::util::diagnostics& diagnostics) override;
+    bool commit(const std::string& failure, tvdiag::util::diagnostics& diagnostics) override;
+    void rollback() override;
+    bool readLayout(bool& hasHeader, bool& hasTables, tvdiag::util::diagnostics& diagnostics) override;
+    std::string notARegistryReason() const override;
+    bool readHeader(std::string& format, std::string& version, tvdiag::util::diagnostics& diagnostics) override;
+    bool readCatalogue(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) override;
+    bool dropWhatIsGone(Catalogue& catalogue, tvdiag::util::diagnostics& diagnostics) override;
     bool createHeader(tvdiag::util::diagnostics& diagnostics) override;
     bool createTable(const ClassInfo& cls, tvdiag::util::diagnostics& diagnostics) override;
     bool addColumn(const PropertyInfo& property, tvdiag::util::diagnostics& diagnostics) override;
