@@ -12,8 +12,9 @@
 namespace vrex::internal {
 
 // The storage engine under an open repository: an SQLite file or a PostgreSQL database. It runs
-// the repository's statements and knows the engine's transaction state; RepositorySession keeps
-// the rules (which transaction is open, what may run when, what each failure is called).
+// the repository's statements and knows the engine's transaction state; TransactionState and
+// RepositoryObjects keep the rules (which transaction is open, what may run when, what each
+// failure is called).
 //
 // Every operation returns false (or Failed) when the engine refused it; report() then adds the
 // engine's reason. A failure that ends the engine's transaction leaves isInTransaction() false.
@@ -79,6 +80,13 @@ public:
     // Finds the tables, indexes, triggers and views that the registry's schema does not have;
     // each is one line in `findings` (see findForeignParts).
     virtual bool findForeignParts(std::vector<std::string>& findings) = 0;
+
+    // Reports a failed call under `identifier` (see report) unless it succeeded; returns `succeeded`.
+    bool check(bool succeeded, const char* identifier, const std::string& action,
+               tvdiag::util::diagnostics& diagnostics) const {
+        if (!succeeded) report(diagnostics, identifier, action);
+        return succeeded;
+    }
 
     // Adds "<action> in the registry "<location>": <the engine's reason>" under `identifier`.
     virtual void report(tvdiag::util::diagnostics& diagnostics, const char* identifier,

@@ -15,7 +15,7 @@ class Driver;
 // then writing its properties one by one would cost an INSERT and an UPDATE per property; the
 // repository instead keeps the object's id (the one the engine would give it: the class's largest id
 // plus one, read under the write lock) and its property texts here, and inserts the whole row at
-// once when anything else needs the file (RepositorySession says when). At most one object is
+// once when anything else needs the file (RepositoryObjects says when). At most one object is
 // pending at a time.
 class PendingObject {
 public:
