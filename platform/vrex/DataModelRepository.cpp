@@ -8,8 +8,8 @@
 #include "vrex/internal/postgres/PostgresDriver.hpp"
 #include "vrex/internal/postgres/PostgresUri.hpp"
 #include "vrex/internal/session/RefAccess.hpp"
-#include "vrex/internal/sqlite/RegistryFileProbe.hpp"
 #include "vrex/internal/session/RepositorySession.hpp"
+#include "vrex/internal/sqlite/RegistryFileProbe.hpp"
 #include "vrex/internal/sqlite/SqliteDriver.hpp"
 
 namespace vrex {

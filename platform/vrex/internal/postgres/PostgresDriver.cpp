@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <limits>
 
-#include "vrex/internal/session/LockedRegistry.hpp"
 #include "vrex/internal/postgres/PostgresSchema.hpp"
+#include "vrex/internal/session/LockedRegistry.hpp"
 #include "vrex/internal/session/RefAccess.hpp"
 
 namespace vrex::internal {

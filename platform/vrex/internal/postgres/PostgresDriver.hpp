@@ -5,10 +5,10 @@
 #include <string>
 
 #include "vrex/RepositoryOptions.hpp"
-#include "vrex/internal/session/Driver.hpp"
 #include "vrex/internal/postgres/PgConnection.hpp"
 #include "vrex/internal/postgres/PostgresNames.hpp"
 #include "vrex/internal/postgres/PostgresUri.hpp"
+#include "vrex/internal/session/Driver.hpp"
 
 namespace vrex::internal {
 

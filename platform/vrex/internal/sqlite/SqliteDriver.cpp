@@ -7,8 +7,8 @@
 #include <fstream>
 
 #include "vrex/internal/session/RefAccess.hpp"
-#include "vrex/internal/sqlite/SqliteSchema.hpp"
 #include "vrex/internal/sqlite/SqliteNames.hpp"
+#include "vrex/internal/sqlite/SqliteSchema.hpp"
 
 namespace vrex::internal {
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "vrex/RepositoryOptions.hpp"
-#include "vrex/internal/sqlite/Connection.hpp"
 #include "vrex/internal/session/Driver.hpp"
+#include "vrex/internal/sqlite/Connection.hpp"
 #include "vrex/internal/sqlite/StatementCache.hpp"
 
 namespace vrex::internal {

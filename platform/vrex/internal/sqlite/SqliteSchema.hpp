@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "tvdiag/diagnostics.hpp"
-#include "vrex/internal/sqlite/Connection.hpp"
 #include "vrex/internal/metamodel/Metamodel.hpp"
 #include "vrex/internal/session/SchemaStorage.hpp"
+#include "vrex/internal/sqlite/Connection.hpp"
 
 namespace vrex::internal {
 

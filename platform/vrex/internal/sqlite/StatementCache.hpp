@@ -4,8 +4,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "vrex/internal/sqlite/Connection.hpp"
 #include "vrex/internal/metamodel/Metamodel.hpp"
+#include "vrex/internal/sqlite/Connection.hpp"
 #include "vrex/internal/sqlite/Statement.hpp"
 
 namespace vrex::internal {
