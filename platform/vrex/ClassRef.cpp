@@ -1,6 +1,6 @@
 #include "vrex/ClassRef.hpp"
 
-#include "vrex/internal/RefAccess.hpp"
+#include "vrex/internal/session/RefAccess.hpp"
 
 namespace vrex {
 

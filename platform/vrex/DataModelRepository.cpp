@@ -4,13 +4,13 @@
 #include <cstdlib>
 
 #include "vrex/Utf16.hpp"
-#include "vrex/internal/MetamodelReader.hpp"
-#include "vrex/internal/PostgresDriver.hpp"
-#include "vrex/internal/PostgresUri.hpp"
-#include "vrex/internal/RefAccess.hpp"
-#include "vrex/internal/RegistryFileProbe.hpp"
-#include "vrex/internal/RepositorySession.hpp"
-#include "vrex/internal/SqliteDriver.hpp"
+#include "vrex/internal/metamodel/MetamodelReader.hpp"
+#include "vrex/internal/postgres/PostgresDriver.hpp"
+#include "vrex/internal/postgres/PostgresUri.hpp"
+#include "vrex/internal/session/RefAccess.hpp"
+#include "vrex/internal/session/RepositorySession.hpp"
+#include "vrex/internal/sqlite/RegistryFileProbe.hpp"
+#include "vrex/internal/sqlite/SqliteDriver.hpp"
 
 namespace vrex {
 
@@ -147,33 +147,35 @@ MetamodelRef DataModelRepository::metamodel(tvdiag::util::diagnostics& diagnosti
 
 void DataModelRepository::beginTransaction(tvdiag::util::diagnostics& diagnostics) {
     if (!session_) return reportClosed(diagnostics, "begin a transaction");
-    session_->beginTransaction(diagnostics);
+    session_->transactions().beginTransaction(diagnostics);
 }
 
 void DataModelRepository::commitTransaction(tvdiag::util::diagnostics& diagnostics) {
     if (!session_) return reportClosed(diagnostics, "commit");
-    session_->commitTransaction(diagnostics);
+    session_->transactions().commitTransaction(diagnostics);
 }
 
 void DataModelRepository::rollbackTransaction(tvdiag::util::diagnostics& diagnostics) {
     if (!session_) return reportClosed(diagnostics, "roll back");
-    session_->rollbackTransaction(diagnostics);
+    session_->transactions().rollbackTransaction(diagnostics);
 }
 
-bool DataModelRepository::isTransactionOpen() const { return session_ && session_->isTransactionOpen(); }
+bool DataModelRepository::isTransactionOpen() const {
+    return session_ && session_->transactions().isTransactionOpen();
+}
 
 void DataModelRepository::performDictionaryFunction(
     const std::function<void(tvdiag::util::diagnostics&)>& fn, tvdiag::util::diagnostics& diagnostics) {
     if (!session_) return reportClosed(diagnostics, "run a dictionary function");
     std::shared_ptr<internal::RepositorySession> session = session_;  // fn may close the repository
-    session->performDictionaryFunction(fn, diagnostics);
+    session->transactions().performDictionaryFunction(fn, diagnostics);
 }
 
 void DataModelRepository::performDictionaryRead(
     const std::function<void(tvdiag::util::diagnostics&)>& fn, tvdiag::util::diagnostics& diagnostics) {
     if (!session_) return reportClosed(diagnostics, "read the dictionary");
     std::shared_ptr<internal::RepositorySession> session = session_;  // fn may close the repository
-    session->performDictionaryRead(fn, diagnostics);
+    session->transactions().performDictionaryRead(fn, diagnostics);
 }
 
 ObjectRef DataModelRepository::createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics) {
@@ -181,7 +183,7 @@ ObjectRef DataModelRepository::createObject(const ClassRef& cls, tvdiag::util::d
         reportClosed(diagnostics, "create an object");
         return ObjectRef();
     }
-    return session_->createObject(cls, diagnostics);
+    return session_->objects().createObject(cls, diagnostics);
 }
 
 void DataModelRepository::findObjects(const ClassRef& cls, const MatchConstraints& constraints,
@@ -189,13 +191,13 @@ void DataModelRepository::findObjects(const ClassRef& cls, const MatchConstraint
                                       tvdiag::util::diagnostics& diagnostics) {
     result.clear();
     if (!session_) return reportClosed(diagnostics, "find objects");
-    session_->findObjects(cls, constraints, result, diagnostics);
+    session_->objects().findObjects(cls, constraints, result, diagnostics);
 }
 
 void DataModelRepository::setPropertyValue(const ObjectRef& object, const PropertyRef& property,
                                            const qaArray& value, tvdiag::util::diagnostics& diagnostics) {
     if (!session_) return reportClosed(diagnostics, "write a property");
-    session_->setPropertyValue(object, property, value, diagnostics);
+    session_->objects().setPropertyValue(object, property, value, diagnostics);
 }
 
 qaArray DataModelRepository::getPropertyValue(const ObjectRef& object, const PropertyRef& property,
@@ -204,7 +206,7 @@ qaArray DataModelRepository::getPropertyValue(const ObjectRef& object, const Pro
         reportClosed(diagnostics, "read a property");
         return qaArray();
     }
-    return session_->getPropertyValue(object, property, diagnostics);
+    return session_->objects().getPropertyValue(object, property, diagnostics);
 }
 
 std::optional<std::string> DataModelRepository::getStoredText(const ObjectRef& object,
@@ -214,7 +216,7 @@ std::optional<std::string> DataModelRepository::getStoredText(const ObjectRef& o
         reportClosed(diagnostics, "read a property");
         return std::nullopt;
     }
-    return session_->getStoredText(object, property, diagnostics);
+    return session_->objects().getStoredText(object, property, diagnostics);
 }
 
 void DataModelRepository::readStoredTexts(const ClassRef& cls, const std::vector<PropertyRef>& properties,
@@ -222,12 +224,12 @@ void DataModelRepository::readStoredTexts(const ClassRef& cls, const std::vector
                                           tvdiag::util::diagnostics& diagnostics) {
     result.clear();
     if (!session_) return reportClosed(diagnostics, "read the objects");
-    session_->readStoredTexts(cls, properties, afterId, limit, result, diagnostics);
+    session_->objects().readStoredTexts(cls, properties, afterId, limit, result, diagnostics);
 }
 
 void DataModelRepository::deleteObject(const ObjectRef& object, tvdiag::util::diagnostics& diagnostics) {
     if (!session_) return reportClosed(diagnostics, "delete an object");
-    session_->deleteObject(object, diagnostics);
+    session_->objects().deleteObject(object, diagnostics);
 }
 
 void DataModelRepository::checkIntegrity(tvdiag::util::diagnostics& diagnostics) {

@@ -14,6 +14,8 @@
 #include "vrex/MetamodelRef.hpp"
 #include "vrex/ObjectCodec.hpp"
 #include "vrex/ObjectRef.hpp"
+#include "vrex/RepositoryOptions.hpp"
+#include "vrex/StoredObject.hpp"
 
 namespace vrex {
 
@@ -42,45 +44,12 @@ class RepositorySession;
 // Not thread-safe: one repository belongs to one thread at a time.
 class DataModelRepository {
 public:
-    // How far a committed transaction survives a crash.
-    enum class Durability {
-        // Survives a crash of the process; the last transactions before a power loss or an
-        // operating-system crash may be lost, the file never corrupted. Fast (no sync per commit).
-        Normal,
-        // Survives power loss too: every commit waits for the disk.
-        Full,
-    };
+    // The options and their defaults are described in RepositoryOptions.hpp.
+    using Options = RepositoryOptions;
+    using Durability = RepositoryOptions::Durability;
+    using StoredObject = vrex::StoredObject;
 
-    struct Options {
-        // How long an operation waits for another process's lock before it fails with a
-        // diagnostic saying the registry is locked and how long it waited. Default 60 s: parallel
-        // code generation holds locks briefly. defaultOptions() takes it from the environment
-        // variable SCM_BUSY_TIMEOUT_MS when that is set.
-        int busyTimeoutMs = 60000;
-        // The text of SCM_BUSY_TIMEOUT_MS when it is not a whole number of milliseconds from 0 to
-        // INT_MAX (set by defaultOptions()); open refuses with "vrex:open:badBusyTimeout" while
-        // it is not empty. Default empty.
-        std::string busyTimeoutError;
-        // PostgreSQL: how long a statement may run beyond the busy timeout. Past both, the server
-        // cancels it (statement_timeout) and the client stops waiting for its answer, cancels it
-        // and, when the server does not answer the cancel either, closes the connection. Default
-        // 60 s; tests shorten it.
-        int statementMarginMs = 60000;
-        Durability durability = Durability::Normal;
-        // Open for reading only: writes and metamodel additions fail with diagnostics. A registry
-        // file the process may not write, or whose directory it may not write, is opened so
-        // anyway; then nothing is left beside the file after close. Default false.
-        bool readOnly = false;
-        // Refuse up front, with one "vrex:open:readOnly" diagnostic saying why, a registry this
-        // process cannot write: a read-only file, a file in a read-only directory (the log beside
-        // the file cannot be made), a database role without INSERT or UPDATE on the registry's
-        // tables. Default false: such a registry opens for reading.
-        bool requireWrite = false;
-        // Encodes the values of object properties; null: object properties cannot be used.
-        std::shared_ptr<const ObjectCodec> objectCodec;
-    };
-
-    // The options above with objectCodec = defaultObjectCodec() and the busy timeout of
+    // Options with objectCodec = defaultObjectCodec() and the busy timeout of
     // SCM_BUSY_TIMEOUT_MS, when set (an invalid value is kept in busyTimeoutError).
     static Options defaultOptions();
 
@@ -168,13 +137,6 @@ public:
     // property from one whose stored text no longer decodes.
     std::optional<std::string> getStoredText(const ObjectRef& object, const PropertyRef& property,
                                              tvdiag::util::diagnostics& diagnostics);
-
-    // One object and the stored texts (see getStoredText) of the properties a readStoredTexts
-    // call named, in that order.
-    struct StoredObject {
-        ObjectRef object;
-        std::vector<std::optional<std::string>> texts;
-    };
 
     // Replaces `result` with the objects of `cls` whose id is above `afterId` (0: from the
     // first), at most `limit` of them, ascending by id, each with the stored texts of

@@ -1,6 +1,6 @@
 #include "vrex/MetamodelRef.hpp"
 
-#include "vrex/internal/RefAccess.hpp"
+#include "vrex/internal/session/RefAccess.hpp"
 
 namespace vrex {
 

@@ -1,6 +1,6 @@
 #include "vrex/PropertyRef.hpp"
 
-#include "vrex/internal/Metamodel.hpp"
+#include "vrex/internal/metamodel/Metamodel.hpp"
 
 namespace vrex {
 

@@ -21,7 +21,7 @@
 #include "reliability/Workload.hpp"
 #include "vrex/DataModelRepository.hpp"
 #include "vrex/Utf16.hpp"
-#include "vrex/internal/RegistryFileProbe.hpp"
+#include "vrex/internal/sqlite/RegistryFileProbe.hpp"
 
 namespace {
 

@@ -18,7 +18,7 @@
 #include "support/RegistryDriver.hpp"
 #include "support/TestRegistry.hpp"
 #include "shared_code_manager.hpp"
-#include "vrex/internal/PostgresUri.hpp"
+#include "vrex/internal/postgres/PostgresUri.hpp"
 
 // What only a registry on a PostgreSQL server does: its URI, a database that is not a registry,
 // a server that cannot be reached or goes away, the write lock between agents, and parts of the

@@ -1,0 +1,264 @@
+#include "vrex/internal/postgres/PostgresDriver.hpp"
+
+#include <algorithm>
+#include <limits>
+
+#include "vrex/internal/postgres/PostgresSchema.hpp"
+#include "vrex/internal/session/LockedRegistry.hpp"
+#include "vrex/internal/session/RefAccess.hpp"
+
+namespace vrex::internal {
+
+namespace {
+
+// Seconds for libpq's connect_timeout: long enough for a busy server, short enough for a script.
+constexpr const char* kConnectTimeoutSeconds = "10";
+// A statement may wait for the write lock up to the busy timeout, then needs time to run.
+int statementLimitMs(const RepositoryOptions& options) {
+    const long long limit = static_cast<long long>(std::max(options.busyTimeoutMs, 1)) +
+                            std::max(options.statementMarginMs, 0);
+    return static_cast<int>(std::min<long long>(limit, std::numeric_limits<int>::max()));
+}
+
+}  // namespace
+
+std::unique_ptr<PostgresDriver> PostgresDriver::open(const std::string& uri, const Metamodel& metamodel,
+                                                     const RepositoryOptions& options,
+                                                     tvdiag::util::diagnostics& diagnostics) {
+    std::unique_ptr<PostgresDriver> driver(new PostgresDriver(uri, metamodel, options.readOnly));
+    driver->busyTimeoutMs_ = std::max(options.busyTimeoutMs, 1);
+    if (!driver->connect(options, diagnostics)) return nullptr;
+    PostgresSchema schema(driver->connection_, metamodel, driver->names_, driver->location());
+    if (!schema.prepare(driver->readOnly_, diagnostics)) return nullptr;
+    if (options.requireWrite && !driver->checkWritable(diagnostics)) return nullptr;
+    return driver;
+}
+
+bool PostgresDriver::checkWritable(tvdiag::util::diagnostics& diagnostics) {
+    PgResult denied = connection_.query(
+        "SELECT current_user::text, string_agg(c.relname::text, ', ' ORDER BY c.relname) "
+        "FROM pg_catalog.pg_class AS c JOIN pg_catalog.pg_namespace AS n ON n.oid = c.relnamespace "
+        "WHERE n.nspname = $1::text AND c.relkind = 'r' "
+        "AND NOT (has_table_privilege(c.oid, 'INSERT') AND has_table_privilege(c.oid, 'UPDATE'))",
+        PgParams().bytes(names_.schema()));
+    if (!denied.ok()) {
+        report(diagnostics, "vrex:open:serverError", "cannot read the privileges");
+        return false;
+    }
+    if (denied.isNull(0, 1)) return true;
+    diagnostics.add("vrex:open:readOnly", "cannot open the registry \"" + location() + "\" for writing: the role \"" +
+                                              denied.bytes(0, 0) + "\" may not insert into or update its tables " +
+                                              denied.bytes(0, 1) + " (schema \"" + names_.schema() + "\")");
+    return false;
+}
+
+PostgresDriver::PostgresDriver(const std::string& uri, const Metamodel& metamodel, bool readOnly)
+    : uri_(uri), metamodel_(metamodel), names_(metamodel), readOnly_(readOnly) {}
+
+// TCP keepalives notice a server that vanished without closing the connection within about
+// 30 s, where libpq would otherwise wait for its answer for ever.
+bool PostgresDriver::connect(const RepositoryOptions& options,
+                             tvdiag::util::diagnostics& diagnostics) {
+    const PgConnection::Settings defaults = {
+        {"connect_timeout", kConnectTimeoutSeconds}, {"application_name", "vrex registry"},
+        {"keepalives", "1"},        {"keepalives_idle", "10"},
+        {"keepalives_interval", "5"}, {"keepalives_count", "4"},
+        {"tcp_user_timeout", "30000"},
+    };
+    connection_.setStatementLimit(statementLimitMs(options));
+    if (!connection_.connect(uri_.text(), defaults, uri_.secrets(), sessionSetup(options))) {
+        diagnostics.add("vrex:open:cannotConnect",
+                        "cannot connect to the registry \"" + location() + "\": " + connection_.lastError());
+        connection_.close();
+        return false;
+    }
+    return true;
+}
+
+// Full durability asks the server to flush each commit whatever its own default; Normal leaves
+// the server's setting (synchronous_commit, on unless its administrator chose otherwise).
+std::string PostgresDriver::sessionSetup(const RepositoryOptions& options) const {
+    const int lockTimeout = std::max(options.busyTimeoutMs, 1);  // 0 would mean no limit
+    std::string sql = "SET lock_timeout = " + std::to_string(lockTimeout) +
+                      "; SET statement_timeout = " + std::to_string(statementLimitMs(options));
+    if (options.durability == RepositoryOptions::Durability::Full) sql += "; SET synchronous_commit = on";
+    if (readOnly_) sql += "; SET default_transaction_read_only = on";
+    return sql;
+}
+
+// --- transactions ---------------------------------------------------------------------------
+
+bool PostgresDriver::beginWrite() { return begin(readOnly_ ? std::string("BEGIN") : names_.lockingBegin()); }
+
+bool PostgresDriver::beginRead() { return begin("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"); }
+
+// A connection found lost as a transaction begins (the server restarted, a network cut an idle
+// connection) is made again and the begin tried once more: nothing was open, nothing is lost.
+bool PostgresDriver::begin(const std::string& sql) {
+    if (!connection_.reconnectIfLost()) return false;
+    if (tryBegin(sql)) return true;
+    return connection_.isLost() && connection_.reconnectIfLost() && tryBegin(sql);
+}
+
+// A begin whose lock was refused leaves an aborted transaction: it is ended, the error kept.
+bool PostgresDriver::tryBegin(const std::string& sql) {
+    if (connection_.exec(sql)) return true;
+    connection_.endAborted();
+    return false;
+}
+
+template <typename Write>
+bool PostgresDriver::inWriteTransaction(Write&& write) {
+    if (connection_.isInTransaction()) return write();
+    if (!beginWrite()) return false;
+    if (!write()) {
+        if (connection_.isInTransaction()) connection_.exec("ROLLBACK");
+        return false;
+    }
+    return commit();
+}
+
+// --- objects --------------------------------------------------------------------------------
+
+bool PostgresDriver::insertObject(const ClassInfo& cls, std::int64_t& id) {
+    const std::string table = names_.qualifiedTable(cls);
+    return inWriteTransaction([&] {
+        PgResult inserted = connection_.query("INSERT INTO " + table + " (\"_id\") SELECT coalesce(max(\"_id\"), 0) + 1 FROM " +
+                                              table + " RETURNING \"_id\"");
+        if (!inserted.ok() || inserted.rows() != 1) return false;
+        id = inserted.int64(0, 0);
+        return true;
+    });
+}
+
+bool PostgresDriver::largestId(const ClassInfo& cls, std::int64_t& id) {
+    PgResult largest = connection_.query("SELECT max(\"_id\") FROM " + names_.qualifiedTable(cls));
+    if (!largest.ok() || largest.rows() != 1) return false;
+    id = largest.int64(0, 0);
+    return true;
+}
+
+bool PostgresDriver::insertWholeObject(const ClassInfo& cls, std::int64_t id,
+                                       const std::vector<std::optional<std::string>>& texts) {
+    std::string columns = "\"_id\"";
+    std::string values = "$1";
+    PgParams params;
+    params.int64(id);
+    for (const auto& property : cls.properties) {
+        columns += ", " + PostgresNames::quotedColumn(*property);
+        values += ", $" + std::to_string(property->position + 2);
+        const auto& text = texts[property->position];
+        if (text) {
+            params.bytes(*text);
+        } else {
+            params.null();
+        }
+    }
+    return connection_
+        .query("INSERT INTO " + names_.qualifiedTable(cls) + " (" + columns + ") VALUES (" + values + ")", params)
+        .ok();
+}
+
+bool PostgresDriver::findObjects(const ClassInfo& cls, const MatchConstraints& constraints,
+                                 std::vector<std::int64_t>& ids) {
+    std::string sql = "SELECT \"_id\" FROM " + names_.qualifiedTable(cls);
+    PgParams params;
+    const auto& all = constraints.constraints();
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const bool equals = all[i].relation == PropertyValueMatchRelation::Equals;
+        sql += (i == 0 ? " WHERE " : " AND ") + PostgresNames::quotedColumn(*RefAccess::info(all[i].property)) +
+               (equals ? " = $" : " IS DISTINCT FROM $") + std::to_string(i + 1);
+        params.bytes(all[i].value);
+    }
+    PgResult rows = connection_.query(sql + " ORDER BY \"_id\"", params);
+    if (!rows.ok()) return false;
+    ids.reserve(ids.size() + static_cast<std::size_t>(rows.rows()));
+    for (int row = 0; row < rows.rows(); ++row) ids.push_back(rows.int64(row, 0));
+    return true;
+}
+
+Driver::RowResult PostgresDriver::readProperty(const PropertyInfo& property, std::int64_t id,
+                                               std::optional<std::string>& text) {
+    PgResult row = connection_.query("SELECT " + PostgresNames::quotedColumn(property) + " FROM " +
+                                         names_.qualifiedTable(*property.owner) + " WHERE \"_id\" = $1",
+                                     PgParams().int64(id));
+    if (!row.ok()) return RowResult::Failed;
+    if (row.rows() == 0) return RowResult::NoSuchObject;
+    if (!row.isNull(0, 0)) text = row.bytes(0, 0);
+    return RowResult::Done;
+}
+
+Driver::RowResult PostgresDriver::writeProperty(const PropertyInfo& property, std::int64_t id,
+                                                const std::optional<std::string>& text) {
+    PgParams params;
+    if (text) {
+        params.bytes(*text);
+    } else {
+        params.null();
+    }
+    params.int64(id);
+    const std::string sql = "UPDATE " + names_.qualifiedTable(*property.owner) + " SET " +
+                            PostgresNames::quotedColumn(property) + " = $1 WHERE \"_id\" = $2";
+    long changed = 0;
+    const bool written = inWriteTransaction([&] {
+        PgResult result = connection_.query(sql, params);
+        changed = result.changed();
+        return result.ok();
+    });
+    if (!written) return RowResult::Failed;
+    return changed == 0 ? RowResult::NoSuchObject : RowResult::Done;
+}
+
+bool PostgresDriver::readRows(const ClassInfo& cls, const std::vector<const PropertyInfo*>& properties,
+                              std::int64_t afterId, std::size_t limit, std::vector<StoredRow>& rows) {
+    std::string sql = "SELECT \"_id\"";
+    for (const PropertyInfo* property : properties) sql += ", " + PostgresNames::quotedColumn(*property);
+    sql += " FROM " + names_.qualifiedTable(cls) + " WHERE \"_id\" > $1 ORDER BY \"_id\" LIMIT $2";
+    PgResult page = connection_.query(sql, PgParams().int64(afterId).int64(static_cast<std::int64_t>(limit)));
+    if (!page.ok()) return false;
+    for (int row = 0; row < page.rows(); ++row) {
+        StoredRow& stored = rows.emplace_back();
+        stored.id = page.int64(row, 0);
+        for (int column = 1; column <= static_cast<int>(properties.size()); ++column) {
+            stored.texts.push_back(page.isNull(row, column) ? std::nullopt
+                                                            : std::optional<std::string>(page.bytes(row, column)));
+        }
+    }
+    return true;
+}
+
+Driver::RowResult PostgresDriver::deleteObject(const ClassInfo& cls, std::int64_t id) {
+    PgResult deleted =
+        connection_.query("DELETE FROM " + names_.qualifiedTable(cls) + " WHERE \"_id\" = $1", PgParams().int64(id));
+    if (!deleted.ok()) return RowResult::Failed;
+    return deleted.changed() == 0 ? RowResult::NoSuchObject : RowResult::Done;
+}
+
+// The server keeps its own storage sound; what can go wrong is a table, column, index or key
+// that another program dropped or changed.
+bool PostgresDriver::checkIntegrity(std::vector<std::string>& findings) {
+    PostgresSchema schema(connection_, metamodel_, names_, location());
+    return schema.findAlteredParts(findings);
+}
+
+bool PostgresDriver::findMissingParts(std::vector<std::string>& findings) {
+    PostgresSchema schema(connection_, metamodel_, names_, location());
+    return schema.findMissingParts(findings);
+}
+
+bool PostgresDriver::findForeignParts(std::vector<std::string>& findings) {
+    PostgresSchema schema(connection_, metamodel_, names_, location());
+    return schema.findForeignParts(findings);
+}
+
+// A lock wait that outlasts lock_timeout fails with SQLSTATE 55P03 (lock_not_available).
+void PostgresDriver::report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
+                            const std::string& action) const {
+    if (connection_.lastSqlState() == "55P03") {
+        diagnostics.add(identifier, action + ": " + lockedRegistryReason(location(), busyTimeoutMs_));
+        return;
+    }
+    diagnostics.add(identifier, action + " in the registry \"" + location() + "\": " + connection_.lastError());
+}
+
+}  // namespace vrex::internal

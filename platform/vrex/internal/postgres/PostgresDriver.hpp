@@ -1,0 +1,98 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "vrex/RepositoryOptions.hpp"
+#include "vrex/internal/postgres/PgConnection.hpp"
+#include "vrex/internal/postgres/PostgresNames.hpp"
+#include "vrex/internal/postgres/PostgresUri.hpp"
+#include "vrex/internal/session/Driver.hpp"
+
+namespace vrex::internal {
+
+// A registry in a PostgreSQL database, shared by every agent that connects to it.
+//
+// Writers exclude each other as on a registry file: a write transaction takes the registry's
+// transaction-scoped advisory lock as its first statement, so "look up, then create or merge"
+// is atomic across connections and new ids follow creation order. Readers never wait (a read
+// transaction is one REPEATABLE READ snapshot). Waiting for the lock is bounded by
+// Options::busyTimeoutMs (lock_timeout), every statement by the statement limit (busy timeout
+// plus Options::statementMarginMs: the server's statement_timeout, and the client's own
+// deadline for a server that does not answer; see PgConnection), connecting by
+// connect_timeout, and a server that goes away is noticed by TCP keepalives: all end in errors,
+// never in a hang. A statement that fails inside a transaction aborts it (see PgConnection): a
+// savepoint rolled back repairs it, else it can only be rolled back. A connection lost inside a
+// transaction is not made again before that transaction is ended.
+class PostgresDriver : public Driver {
+public:
+    // Connects to the database `uri` names and readies its registry schema for `metamodel`. Null
+    // with diagnostics when that fails; no message holds the URI's password.
+    static std::unique_ptr<PostgresDriver> open(const std::string& uri, const Metamodel& metamodel,
+                                                const RepositoryOptions& options,
+                                                tvdiag::util::diagnostics& diagnostics);
+
+    const std::string& location() const override { return uri_.redacted(); }
+    bool isReadOnly() const override { return readOnly_; }
+    bool isOpen() const override { return connection_.isOpen(); }
+    void close() override { connection_.close(); }
+
+    bool isInTransaction() const override { return connection_.isInTransaction(); }
+    bool beginWrite() override;
+    bool beginRead() override;
+    bool commit() override { return connection_.commit(); }
+    bool rollback() override { return connection_.exec("ROLLBACK"); }
+    bool savepoint(const std::string& name) override { return connection_.exec("SAVEPOINT " + name); }
+    bool releaseSavepoint(const std::string& name) override {
+        return connection_.exec("RELEASE SAVEPOINT " + name);
+    }
+    bool rollbackToSavepoint(const std::string& name) override {
+        return connection_.exec("ROLLBACK TO SAVEPOINT " + name);
+    }
+
+    bool insertObject(const ClassInfo& cls, std::int64_t& id) override;
+    bool largestId(const ClassInfo& cls, std::int64_t& id) override;
+    bool insertWholeObject(const ClassInfo& cls, std::int64_t id,
+                           const std::vector<std::optional<std::string>>& texts) override;
+    bool findObjects(const ClassInfo& cls, const MatchConstraints& constraints,
+                     std::vector<std::int64_t>& ids) override;
+    RowResult readProperty(const PropertyInfo& property, std::int64_t id,
+                           std::optional<std::string>& text) override;
+    RowResult writeProperty(const PropertyInfo& property, std::int64_t id,
+                            const std::optional<std::string>& text) override;
+    bool readRows(const ClassInfo& cls, const std::vector<const PropertyInfo*>& properties,
+                  std::int64_t afterId, std::size_t limit, std::vector<StoredRow>& rows) override;
+    RowResult deleteObject(const ClassInfo& cls, std::int64_t id) override;
+    bool checkIntegrity(std::vector<std::string>& findings) override;
+    bool findMissingParts(std::vector<std::string>& findings) override;
+    bool findForeignParts(std::vector<std::string>& findings) override;
+
+    void report(tvdiag::util::diagnostics& diagnostics, const char* identifier,
+                const std::string& action) const override;
+
+private:
+    PostgresDriver(const std::string& uri, const Metamodel& metamodel, bool readOnly);
+
+    bool connect(const RepositoryOptions& options, tvdiag::util::diagnostics& diagnostics);
+    // The settings of every session (also after a reconnect): timeouts, durability, read-only.
+    std::string sessionSetup(const RepositoryOptions& options) const;
+    bool begin(const std::string& sql);
+    bool tryBegin(const std::string& sql);
+    // False with a "vrex:open:readOnly" diagnostic when this role may not insert into or update
+    // one of the registry's tables.
+    bool checkWritable(tvdiag::util::diagnostics& diagnostics);
+    // Runs `write` in a write transaction of its own unless one is open: a write outside a
+    // transaction takes the write lock like any other.
+    template <typename Write>
+    bool inWriteTransaction(Write&& write);
+
+    PostgresUri uri_;
+    const Metamodel& metamodel_;
+    PostgresNames names_;
+    bool readOnly_;
+    int busyTimeoutMs_ = 0;  // for messages: how long a begin waits for the write lock
+    PgConnection connection_;
+};
+
+}  // namespace vrex::internal
