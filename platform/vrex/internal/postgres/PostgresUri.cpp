@@ -90,21 +90,26 @@ void PostgresUri::redactPasswordParameters() {
 }
 
 // The secrets as libpq reads them, in case they were written in a way the redaction above does
-// not take apart; a URI libpq cannot read is shown only up to its scheme.
+// not take apart. Should one of them still show in the redacted text, however escaped, libpq
+// and the redaction disagree about the URI: it is then shown only up to its scheme, as is a URI
+// libpq cannot read.
 void PostgresUri::keepParsedSecrets() {
     char* error = nullptr;
     std::unique_ptr<PQconninfoOption, decltype(&PQconninfoFree)> options(
         PQconninfoParse(uri_.c_str(), &error), &PQconninfoFree);
     PQfreemem(error);
+    const std::string onlyScheme = uri_.substr(0, uri_.find("://") + 3) + "***";
     if (options == nullptr) {
-        redacted_ = uri_.substr(0, uri_.find("://") + 3) + "***";
+        redacted_ = onlyScheme;
         return;
     }
+    const std::string shown = percentDecoded(redacted_);
     for (const PQconninfoOption* option = options.get(); option->keyword != nullptr; ++option) {
-        if (isPasswordField(*option) && option->val != nullptr && *option->val != '\0' &&
-            std::find(secrets_.begin(), secrets_.end(), option->val) == secrets_.end()) {
+        if (!isPasswordField(*option) || option->val == nullptr || *option->val == '\0') continue;
+        if (std::find(secrets_.begin(), secrets_.end(), option->val) == secrets_.end()) {
             secrets_.push_back(option->val);
         }
+        if (shown.find(option->val) != std::string::npos) redacted_ = onlyScheme;
     }
 }
 
