@@ -80,8 +80,11 @@ public:
     // `diagnostics`, and `problems` holds only what was found before it. Only a category whose
     // table the structure check found damaged or lacking parts is, when it cannot be read, one
     // more problem ("scm:check:unreadable") instead. Returns the number of entries checked.
+    // `checked`, when set, is called after each entry with the number checked so far.
+    using CheckProgress = std::function<void(std::size_t)>;
     std::size_t checkEntries(tvdiag::util::diagnostics& problems,
-                             tvdiag::util::diagnostics& diagnostics);
+                             tvdiag::util::diagnostics& diagnostics,
+                             const CheckProgress& checked = {});
 
     // How many of checkEntries' `problems` a repair fixes: each torn row ("scm:check:torn"),
     // which deleteTornEntries deletes, and each missing part of the storage

@@ -142,7 +142,8 @@ bool namesTable(const tvdiag::util::diagnostics& findings, const std::string& cl
 // A category that cannot be read is a storage error, which ends the check, unless the structure
 // check has already found its table damaged or lacking parts: then it is one more problem.
 std::size_t SCMRegistryInspector::checkEntries(tvdiag::util::diagnostics& problems,
-                                             tvdiag::util::diagnostics& diagnostics) {
+                                             tvdiag::util::diagnostics& diagnostics,
+                                             const CheckProgress& checked) {
     if (!requireOpen("check", diagnostics)) return 0;
     auto structure = tvdiag::util::diagnostics::getEmptyInstance();
     repository_.checkIntegrity(structure);
@@ -162,6 +163,7 @@ std::size_t SCMRegistryInspector::checkEntries(tvdiag::util::diagnostics& proble
                                 [&](const vrex::DataModelRepository::StoredObject& stored) {
                                     ++entries;
                                     check.check(stored);
+                                    if (checked) checked(entries);
                                 },
                                 inner);
             },

@@ -1,8 +1,9 @@
 // The parts of the scm tool that need no registry: the manifest line format, category names,
-// the progress line and the models a record names.
+// the progress line, the table printed as it grows and the reuse statistics.
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "scm/ManifestLine.hpp"
 #include "scm/ProgressBar.hpp"
 #include "scm/ReuseStats.hpp"
+#include "scm/TextTable.hpp"
 #include "shared_code_manager.hpp"
 
 namespace {
@@ -206,6 +208,44 @@ TEST(ReuseStats, AUtilityNamesItsModelsAndTheModelsOfItsTraceability) {
     EXPECT_EQ(ReuseStats::modelsOf(utility), (std::set<std::string>{"m1", "m2"}));
     SCM::SCMSharedFunctionData function("f", "f.c");
     EXPECT_TRUE(ReuseStats::modelsOf(function).empty());
+}
+
+// Only the `top` most shared are kept; the counts and models still cover every piece.
+TEST(ReuseStats, KeepsTheMostSharedInOrderAndCountsEveryPiece) {
+    HxInitialize_shared_code_manager();
+    ReuseStats stats(2);
+    const std::vector<std::pair<std::string, std::vector<std::string>>> pieces = {
+        {"b", {"m1"}}, {"a", {"m1"}}, {"c", {"m1", "m2"}}, {"d", {}}, {"a", {"m3"}}};
+    for (const auto& [name, models] : pieces) {
+        SCM::SCMGenericIdentity identity(SCM::SCM_UTILITIES, name);
+        SCM::SCMBasicUtilityData utility(name, name);
+        utility.setName(name);
+        utility.setModelNames(models);
+        stats.add(identity, utility);
+    }
+    SCM::SCMGenericIdentity identity(SCM::SCM_OTHER, "other");
+    SCM::SCMGenericData other("x");
+    stats.add(identity, other);
+    std::string order;
+    for (const ReuseStats::Piece& piece : stats.mostShared()) order += piece.name + *piece.models.begin();
+    EXPECT_EQ(order, "cm1am1");  // then a (m3), added later, b and d
+    EXPECT_EQ(stats.pieces(), 5u);
+    EXPECT_EQ(stats.total(), 6u);
+    EXPECT_EQ(stats.models(), (std::set<std::string>{"m1", "m2", "m3"}));
+    EXPECT_EQ(stats.piecesPerModelCount(), (std::map<std::size_t, std::size_t>{{0, 1}, {1, 3}, {2, 1}}));
+}
+
+// Flushed, a table keeps the widths of its first rows; a wider later cell widens its own line.
+TEST(TextTable, AFlushedTableKeepsTheWidthsOfItsFirstRows) {
+    TextTable table({"N", "NAME"});
+    table.alignRight(0);
+    table.addRow({"1", "ab"});
+    std::ostringstream out;
+    table.flush(out);
+    table.addRow({"22", "a"});
+    table.addRow({"3", "abcd"});
+    table.flush(out);
+    EXPECT_EQ(out.str(), "N  NAME\n1  ab\n22  a\n3  abcd\n");
 }
 
 }  // namespace

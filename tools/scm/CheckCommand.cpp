@@ -1,6 +1,7 @@
 #include <iostream>
 
 #include "Commands.hpp"
+#include "ProgressBar.hpp"
 #include "RegistryReader.hpp"
 
 namespace scm_tool {
@@ -32,7 +33,10 @@ int runCheck(const CheckOptions& options) {
         RegistryReader registry(options.registry);
         path = registry.path();
         auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-        entries = registry.inspector().checkEntries(problems, diagnostics);
+        ProgressBar progress(0, progressWanted(false));
+        entries = registry.inspector().checkEntries(
+            problems, diagnostics, [&progress](std::size_t checked) { progress.update(checked, 0); });
+        progress.finish();
         if (!diagnostics.empty()) throwUnreadable(diagnostics);
     }
     if (problems.empty()) {

@@ -3,6 +3,7 @@
 #include "Categories.hpp"
 #include "Commands.hpp"
 #include "ManifestLine.hpp"
+#include "ProgressBar.hpp"
 #include "RegistryReader.hpp"
 #include "StandardOutput.hpp"
 
@@ -14,6 +15,7 @@ namespace scm_tool {
 // that cannot be written, ends it with ToolError (never a silently short export).
 int runExport(const ExportOptions& options) {
     RegistryReader registry(options.registry);
+    registry.showProgress(progressWanted(true));
     const std::vector<SCM::SCMTypes> types = selectCategories(options.category);
     registry.forEachEntry(types, [](OwnedEntry& entry) {
         std::cout << manifestLine(*entry.identity, *entry.data) << '\n';

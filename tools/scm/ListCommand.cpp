@@ -2,6 +2,7 @@
 
 #include "Categories.hpp"
 #include "Commands.hpp"
+#include "ProgressBar.hpp"
 #include "RegistryReader.hpp"
 #include "RecordProperties.hpp"
 #include "StandardOutput.hpp"
@@ -13,6 +14,8 @@ namespace scm_tool {
 namespace {
 
 const std::string kPackagePrefix = "SharedCodeManager.";
+// The rows that size the table's columns: printed once read, and every row after them as it comes.
+constexpr std::size_t kFirstPage = 1000;
 
 // "SharedFunctionData" for "SharedCodeManager.SharedFunctionData".
 std::string shortClassName(tv::mi::Handle& object) {
@@ -24,19 +27,21 @@ std::string shortClassName(tv::mi::Handle& object) {
 
 int runList(const ListOptions& options) {
     RegistryReader registry(options.registry);
+    registry.showProgress(progressWanted(true));
     const std::vector<SCM::SCMTypes> types = selectCategories(options.category);
     TextTable table({"CATEGORY", "KEY", "NAME", "RECORD"});
     registry.forEachEntry(types, [&](OwnedEntry& entry) {
         if (options.names) {
             std::cout << entry.data->getName() << '\n';
-            requireStandardOutput();
         } else {
             table.addRow({shortName(entry.identity->getType()),
                           cellText(entry.identity->getChecksum()), cellText(entry.data->getName()),
                           shortClassName(*entry.data)});
+            if (table.rowCount() == kFirstPage) table.flush(std::cout);
         }
+        requireStandardOutput();
     });
-    if (!options.names) table.print(std::cout);
+    if (!options.names) table.flush(std::cout);
     return kExitOk;
 }
 

@@ -1,5 +1,7 @@
 #include "ProgressBar.hpp"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 
@@ -59,6 +61,10 @@ std::string ProgressBar::line(std::uint64_t entries, std::uint64_t bytesDone,
     std::snprintf(percent, sizeof percent, "%3d%%", static_cast<int>(share * 100));
     return "[" + std::string(filled, '#') + std::string(kBarCells - filled, '.') + "]  " + percent +
            "  " + counts + "  " + minutesAndSeconds(left) + " left";
+}
+
+bool progressWanted(bool streamsOutput) {
+    return ::isatty(STDERR_FILENO) == 1 && !(streamsOutput && ::isatty(STDOUT_FILENO) == 1);
 }
 
 }  // namespace scm_tool

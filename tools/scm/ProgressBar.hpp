@@ -36,4 +36,9 @@ private:
     Clock::time_point nextDraw_;
 };
 
+// Whether a reading command shows progress: standard error is a terminal and, when the command
+// `streamsOutput` (a listing, an export), standard output is not one: that output is its own
+// progress there.
+bool progressWanted(bool streamsOutput);
+
 }  // namespace scm_tool

@@ -14,6 +14,8 @@ RegistryReader::RegistryReader(const std::string& path)
     }
 }
 
+RegistryReader::~RegistryReader() { progress_.finish(); }
+
 void RegistryReader::forEachEntry(SCM::SCMTypes type, const EntryVisitor& visit) {
     std::size_t skipped = 0;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
@@ -25,12 +27,14 @@ void RegistryReader::forEachEntry(SCM::SCMTypes type, const EntryVisitor& visit)
                 return;
             }
             OwnedEntry entry{std::move(stored.identity), std::move(stored.data)};
+            progress_.update(++visited_, 0);
             visit(entry);
         },
         diagnostics);
     if (!diagnostics.empty()) throwUnreadable(diagnostics);
     if (skipped > 0) {
         skippedEntries_ += skipped;
+        progress_.finish();
         std::cerr << "scm: warning: " << skipped << " of the " << stored << " entries of "
                   << SCM::scmTypeToString(type)
                   << " do not decode and are left out (scm check lists them)\n";
@@ -40,6 +44,7 @@ void RegistryReader::forEachEntry(SCM::SCMTypes type, const EntryVisitor& visit)
 void RegistryReader::forEachEntry(const std::vector<SCM::SCMTypes>& types,
                                   const EntryVisitor& visit) {
     for (SCM::SCMTypes type : types) forEachEntry(type, visit);
+    progress_.finish();
 }
 
 void throwUnreadable(const tvdiag::util::diagnostics& diagnostics) {

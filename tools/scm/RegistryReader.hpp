@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "OwnedEntry.hpp"
+#include "ProgressBar.hpp"
 #include "SCMRegistryInspector.hpp"
 
 namespace scm_tool {
@@ -20,6 +21,14 @@ public:
     // names the registry), when it cannot be opened; a file that is not a registry stays
     // unchanged.
     explicit RegistryReader(const std::string& path);
+    // Erases the progress line, if drawn.
+    ~RegistryReader();
+    RegistryReader(const RegistryReader&) = delete;
+    RegistryReader& operator=(const RegistryReader&) = delete;
+
+    // While the walks run, shows the entries read so far and their rate on standard error when
+    // `enabled`; the line goes when a walk of several categories ends.
+    void showProgress(bool enabled) { progress_ = ProgressBar(0, enabled); }
 
     // The registry's path for messages (a URI without its secrets).
     const std::string& path() const { return path_; }
@@ -39,6 +48,8 @@ private:
     std::string path_;
     SCM::SCMRegistryInspector inspector_;
     std::size_t skippedEntries_ = 0;
+    std::uint64_t visited_ = 0;
+    ProgressBar progress_{0, false};
 };
 
 // Throws ToolError for a registry that could not be read: "cannot read the registry: " and the

@@ -6,13 +6,25 @@
 
 namespace scm_tool {
 
+ReuseStats::ReuseStats(std::size_t top) : top_(top) {}
+
 void ReuseStats::add(SCM::SCMIdentity& identity, SCM::SCMData& data) {
     ++entries_[identity.getType()];
     ++total_;
     const auto* utility = dynamic_cast<const SCM::SCMBasicUtilityData*>(&data);
     if (utility == nullptr) return;
-    pieces_.push_back({identity.getType(), identity.getChecksum(), data.getName(), modelsOf(data),
-                       utility->getTraceabilitySet().size()});
+    std::set<std::string> models = modelsOf(data);
+    ++perModelCount_[models.size()];
+    models_.insert(models.begin(), models.end());
+    Piece piece{identity.getType(), "",      data.getName(), std::move(models),
+                utility->getTraceabilitySet().size(), pieces_++};
+    if (top_ == 0 || (heap_.size() == top_ && !moreShared(piece, heap_.front()))) return;
+    piece.key = identity.getChecksum();
+    heap_.push_back(std::move(piece));
+    std::push_heap(heap_.begin(), heap_.end(), moreShared);
+    if (heap_.size() <= top_) return;
+    std::pop_heap(heap_.begin(), heap_.end(), moreShared);
+    heap_.pop_back();
 }
 
 std::size_t ReuseStats::entries(SCM::SCMTypes type) const {
@@ -20,26 +32,17 @@ std::size_t ReuseStats::entries(SCM::SCMTypes type) const {
     return found == entries_.end() ? 0 : found->second;
 }
 
-std::set<std::string> ReuseStats::models() const {
-    std::set<std::string> all;
-    for (const Piece& piece : pieces_) all.insert(piece.models.begin(), piece.models.end());
-    return all;
-}
-
 std::vector<ReuseStats::Piece> ReuseStats::mostShared() const {
-    std::vector<Piece> sorted = pieces_;
-    std::stable_sort(sorted.begin(), sorted.end(), [](const Piece& a, const Piece& b) {
-        if (a.models.size() != b.models.size()) return a.models.size() > b.models.size();
-        if (a.category != b.category) return a.category < b.category;
-        return a.name < b.name;
-    });
+    std::vector<Piece> sorted = heap_;
+    std::sort(sorted.begin(), sorted.end(), moreShared);
     return sorted;
 }
 
-std::map<std::size_t, std::size_t> ReuseStats::piecesPerModelCount() const {
-    std::map<std::size_t, std::size_t> counts;
-    for (const Piece& piece : pieces_) ++counts[piece.models.size()];
-    return counts;
+bool ReuseStats::moreShared(const Piece& a, const Piece& b) {
+    if (a.models.size() != b.models.size()) return a.models.size() > b.models.size();
+    if (a.category != b.category) return a.category < b.category;
+    if (a.name != b.name) return a.name < b.name;
+    return a.order < b.order;
 }
 
 std::set<std::string> ReuseStats::modelsOf(SCM::SCMData& data) {

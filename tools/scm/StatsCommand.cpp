@@ -4,6 +4,7 @@
 #include "Categories.hpp"
 #include "Commands.hpp"
 #include "RegistryReader.hpp"
+#include "ProgressBar.hpp"
 #include "ReuseStats.hpp"
 #include "TextTable.hpp"
 #include "ValueText.hpp"
@@ -30,24 +31,23 @@ void printCategories(const ReuseStats& stats) {
     table.print(std::cout);
 }
 
-void printReuse(const ReuseStats& stats, std::size_t top) {
-    const std::vector<ReuseStats::Piece> pieces = stats.mostShared();
-    const std::set<std::string> models = stats.models();
+void printReuse(const ReuseStats& stats) {
+    const std::set<std::string>& models = stats.models();
     std::cout << "\nmodels: " << models.size()
               << (models.empty() ? "" : " (" + joined(models) + ")")
-              << "\npieces that name their models: " << pieces.size() << '\n';
-    const auto counts = stats.piecesPerModelCount();
+              << "\npieces that name their models: " << stats.pieces() << '\n';
+    const auto& counts = stats.piecesPerModelCount();
     for (auto count = counts.rbegin(); count != counts.rend(); ++count) {
         std::cout << "  used by " << count->first << (count->first == 1 ? " model: " : " models: ")
                   << count->second << '\n';
     }
-    if (pieces.empty() || top == 0) return;
+    const std::vector<ReuseStats::Piece> pieces = stats.mostShared();
+    if (pieces.empty()) return;
     std::cout << "\nmost shared pieces:\n";
     TextTable table({"MODELS", "CATEGORY", "NAME", "KEY", "TRACES", "USED BY"});
     table.alignRight(0);
     table.alignRight(4);
-    for (std::size_t i = 0; i < pieces.size() && i < top; ++i) {
-        const ReuseStats::Piece& piece = pieces[i];
+    for (const ReuseStats::Piece& piece : pieces) {
         table.addRow({std::to_string(piece.models.size()), shortName(piece.category),
                       cellText(piece.name), cellText(piece.key), std::to_string(piece.traceability),
                       joined(piece.models)});
@@ -59,12 +59,13 @@ void printReuse(const ReuseStats& stats, std::size_t top) {
 
 int runStats(const StatsOptions& options) {
     RegistryReader registry(options.registry);
-    ReuseStats stats;
+    registry.showProgress(progressWanted(false));
+    ReuseStats stats(static_cast<std::size_t>(options.top));
     registry.forEachEntry(allCategories(),
                           [&stats](OwnedEntry& entry) { stats.add(*entry.identity, *entry.data); });
     std::cout << "registry: " << registry.path() << "\n\n";
     printCategories(stats);
-    printReuse(stats, options.top);
+    printReuse(stats);
     return kExitOk;
 }
 

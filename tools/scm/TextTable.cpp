@@ -16,6 +16,15 @@ void TextTable::alignRight(std::size_t column) {
     if (column < rightAligned_.size()) rightAligned_[column] = true;
 }
 
+void TextTable::flush(std::ostream& out) {
+    if (widths_.empty()) {
+        widths_ = columnWidths();
+        printRow(out, header_, widths_);
+    }
+    for (const auto& row : rows_) printRow(out, row, widths_);
+    rows_.clear();
+}
+
 void TextTable::print(std::ostream& out) const {
     const std::vector<std::size_t> widths = columnWidths();
     printRow(out, header_, widths);
@@ -35,7 +44,7 @@ void TextTable::printRow(std::ostream& out, const std::vector<std::string>& cell
                          const std::vector<std::size_t>& widths) const {
     std::string line;
     for (std::size_t i = 0; i < cells.size(); ++i) {
-        const std::string padding(widths[i] - cells[i].size(), ' ');
+        const std::string padding(std::max(widths[i], cells[i].size()) - cells[i].size(), ' ');
         if (i > 0) line += "  ";
         line += rightAligned_[i] ? padding + cells[i] : cells[i] + padding;
     }
