@@ -8,7 +8,7 @@
 #include <string>
 
 #include "tvdiag/diagnostics.hpp"
-#include "vrex/internal/MetamodelReader.hpp"
+#include "vrex/internal/metamodel/MetamodelReader.hpp"
 
 namespace {
 
