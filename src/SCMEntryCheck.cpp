@@ -77,12 +77,7 @@ SCMEntryCheck::StoredTexts SCMEntryCheck::textsOf(const vrex::DataModelRepositor
 template <typename T>
 std::unique_ptr<T> SCMEntryCheck::decode(const vrex::ObjectRef& object, const StoredTexts& texts,
                                          const std::string& text, const char* property, const char* className) {
-    static const std::shared_ptr<const vrex::ObjectCodec> codec = vrex::defaultObjectCodec();
-    std::unique_ptr<T> stored;
-    try {
-        if (codec) stored = takeStoredObject<T>(codec->decode(text), className);
-    } catch (const std::exception&) {  // reported below as not decoding
-    }
+    std::unique_ptr<T> stored = decodeStoredText<T>(text, className);
     if (stored == nullptr) {
         report("scm:check:undecodable",
                describe(object, texts) + ": its " + property + " does not decode: " + quoted(text));

@@ -81,9 +81,29 @@ std::size_t SCMRegistryInspector::visitMatching(SCMTypes type,
     return visited;
 }
 
+// Reads the stored texts a page at a time (one round trip for a few thousand entries on a
+// server) and decodes them here.
 std::size_t SCMRegistryInspector::visitEntries(SCMTypes type, const EntryVisitor& visit,
                                              tvdiag::util::diagnostics& diagnostics) {
-    return visitMatching(type, vrex::MatchConstraints(), visit, diagnostics);
+    if (!requireOpen("read", diagnostics)) return 0;
+    std::size_t visited = 0;
+    const SCMCategoryClasses::Category& category = categories_->of(type);
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            walkStoredTexts(category.entryClass, {category.identity, category.data},
+                            [&](const vrex::DataModelRepository::StoredObject& stored) {
+                                StoredEntry entry{
+                                    decodeStoredText<SCMIdentity>(stored.texts[0],
+                                                                  "SharedCodeManager.Identity"),
+                                    decodeStoredText<SCMData>(stored.texts[1],
+                                                              "SharedCodeManager.Data")};
+                                ++visited;
+                                visit(entry);
+                            },
+                            reading);
+        },
+        diagnostics);
+    return visited;
 }
 
 std::size_t SCMRegistryInspector::visitEntries(SCMTypes type, EntryKey key, const std::string& value,

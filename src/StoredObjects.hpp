@@ -1,6 +1,9 @@
 #pragma once
 
+#include <exception>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "SCMCategoryClasses.hpp"
 #include "SCMData.hpp"
@@ -9,6 +12,7 @@
 #include "kobj/Handle.hpp"
 #include "tvdiag/diagnostics.hpp"
 #include "vrex/DataModelRepository.hpp"
+#include "vrex/ObjectCodec.hpp"
 
 namespace SCM {
 
@@ -24,6 +28,20 @@ inline constexpr const char* kDataProperty = "Data";
 template <typename T>
 std::unique_ptr<T> takeStoredObject(const qaArray& value, const char* className) {
     return tv::mi::releaseScriptObjectAs<T>(value, className);
+}
+
+// The object of a stored text as the repository's object codec reads it, when it is an object of
+// the published class `className` that is a T; null for an unset or undecodable text. The caller
+// owns the result.
+template <typename T>
+std::unique_ptr<T> decodeStoredText(const std::optional<std::string>& text, const char* className) {
+    static const std::shared_ptr<const vrex::ObjectCodec> codec = vrex::defaultObjectCodec();
+    if (!text || !codec) return nullptr;
+    try {
+        return takeStoredObject<T>(codec->decode(*text), className);
+    } catch (const std::exception&) {  // a text that is no encoding of a known class
+        return nullptr;
+    }
 }
 
 inline std::unique_ptr<SCMIdentity> takeStoredIdentity(const qaArray& value) {
