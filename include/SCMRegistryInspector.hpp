@@ -106,10 +106,7 @@ private:
     void walkStoredTexts(const vrex::ClassRef& entryClass,
                          const std::vector<vrex::PropertyRef>& properties,
                          const StoredObjectVisitor& visit, tvdiag::util::diagnostics& diagnostics);
-    SCMIdentityDataPair readEntry(const vrex::ObjectRef& entry,
-                                  tvdiag::util::diagnostics& diagnostics);
-    std::size_t visitMatching(SCMTypes type, const vrex::MatchConstraints& constraints,
-                              const EntryVisitor& visit, tvdiag::util::diagnostics& diagnostics);
+    StoredEntry readEntry(const vrex::ObjectRef& entry, tvdiag::util::diagnostics& diagnostics);
     bool requireOpen(const char* action, tvdiag::util::diagnostics& diagnostics) const;
 
     vrex::DataModelRepository repository_;

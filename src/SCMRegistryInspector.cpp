@@ -10,7 +10,7 @@ namespace SCM {
 
 namespace {
 
-// Objects read per round trip by the checks.
+// Entries read per round trip by the walks and the check.
 constexpr std::size_t kPageSize = 2000;
 
 constexpr SCMTypes kAllTypes[] = {SCM_UTILITIES, SCM_SHARED_FUNCTIONS, SCM_SHARED_TYPES, SCM_OTHER,
@@ -44,41 +44,12 @@ bool SCMRegistryInspector::requireOpen(const char* action,
 }
 
 // The decoded "Identity" and "Data" of one dictionary object, owned by the caller; either is
-// null when it does not decode, both on a read error.
-SCMIdentityDataPair SCMRegistryInspector::readEntry(const vrex::ObjectRef& entry,
-                                                  tvdiag::util::diagnostics& diagnostics) {
+// null when it does not decode. Unspecified on a read error, which stays in `diagnostics`.
+SCMRegistryInspector::StoredEntry SCMRegistryInspector::readEntry(
+    const vrex::ObjectRef& entry, tvdiag::util::diagnostics& diagnostics) {
     const SCMCategoryClasses::Category& category = categories_->of(entry.objectClass().name());
-    std::unique_ptr<SCMIdentity> identity =
-        takeStoredIdentity(repository_.getPropertyValue(entry, category.identity, diagnostics));
-    std::unique_ptr<SCMData> data =
-        takeStoredData(repository_.getPropertyValue(entry, category.data, diagnostics));
-    if (!diagnostics.empty()) return {nullptr, nullptr};
-    return {identity.release(), data.release()};
-}
-
-std::size_t SCMRegistryInspector::visitMatching(SCMTypes type,
-                                              const vrex::MatchConstraints& constraints,
-                                              const EntryVisitor& visit,
-                                              tvdiag::util::diagnostics& diagnostics) {
-    if (!requireOpen("read", diagnostics)) return 0;
-    std::size_t visited = 0;
-    const vrex::ClassRef& entryClass = categories_->of(type).entryClass;
-    repository_.performDictionaryRead(
-        [&](tvdiag::util::diagnostics& reading) {
-            std::vector<vrex::ObjectRef> objects;
-            repository_.findObjects(entryClass, constraints, objects, reading);
-            for (const vrex::ObjectRef& object : objects) {
-                if (!reading.empty()) return;
-                const SCMIdentityDataPair pair = readEntry(object, reading);
-                StoredEntry entry{std::unique_ptr<SCMIdentity>(pair.first),
-                                  std::unique_ptr<SCMData>(pair.second)};
-                if (!reading.empty()) return;
-                ++visited;
-                visit(entry);
-            }
-        },
-        diagnostics);
-    return visited;
+    return {takeStoredIdentity(repository_.getPropertyValue(entry, category.identity, diagnostics)),
+            takeStoredData(repository_.getPropertyValue(entry, category.data, diagnostics))};
 }
 
 // Reads the stored texts a page at a time (one round trip for a few thousand entries on a
@@ -106,6 +77,7 @@ std::size_t SCMRegistryInspector::visitEntries(SCMTypes type, const EntryVisitor
     return visited;
 }
 
+// The few entries of one key or name are found first, then read one by one.
 std::size_t SCMRegistryInspector::visitEntries(SCMTypes type, EntryKey key, const std::string& value,
                                              const EntryVisitor& visit,
                                              tvdiag::util::diagnostics& diagnostics) {
@@ -114,7 +86,21 @@ std::size_t SCMRegistryInspector::visitEntries(SCMTypes type, EntryKey key, cons
     vrex::MatchConstraints constraints;
     constraints.add(key == EntryKey::Checksum ? category.checksum : category.name,
                     vrex::PropertyValueMatchRelation::Equals, value);
-    return visitMatching(type, constraints, visit, diagnostics);
+    std::size_t visited = 0;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            std::vector<vrex::ObjectRef> objects;
+            repository_.findObjects(category.entryClass, constraints, objects, reading);
+            for (const vrex::ObjectRef& object : objects) {
+                if (!reading.empty()) return;
+                StoredEntry entry = readEntry(object, reading);
+                if (!reading.empty()) return;
+                ++visited;
+                visit(entry);
+            }
+        },
+        diagnostics);
+    return visited;
 }
 
 std::vector<SCMIdentityDataPair> SCMRegistryInspector::getAllEntries(SCMTypes type) {

@@ -16,7 +16,6 @@ namespace {
 // Entries the write cache holds before the next registration writes them all.
 constexpr std::size_t kCacheLimit = 50;
 
-
 }  // namespace
 
 std::string getMetaModelFile() {
