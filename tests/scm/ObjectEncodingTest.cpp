@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "SCMData.hpp"
 #include "SCMIdentity.hpp"
 #include "SCMModuleEntry.hpp"
 #include "kobj/ClassRegistry.hpp"
@@ -149,6 +151,10 @@ TEST_P(ObjectEncodingTest, RandomObjectsComeBackEqualAndOfTheirConcreteClass) {
         if (auto* identity = dynamic_cast<SCM::SCMIdentity*>(copy.object(0))) {
             EXPECT_EQ(identity->getChecksum(),
                       dynamic_cast<SCM::SCMIdentity*>(original.object(0))->getChecksum());
+        } else {
+            std::unique_ptr<SCM::SCMData> clone(
+                dynamic_cast<SCM::SCMData*>(original.object(0))->clone());
+            EXPECT_EQ(kobj::encodeObject(clone->toScriptValue()), text) << "a clone is equal";
         }
     }
 }
@@ -231,6 +237,21 @@ TEST_F(ObjectDecodingTest, TheEncodingIsReadableAscii) {
               "\"dGfL8aBULDXcmtIhYfhCcE\","
               "\"Type\":\"SCM_UTILITIES\",\"UtilityIdentifier\":\"rt_foo\",\"SymbolString\":\"\","
               "\"MaximumIdentifierLength\":0,\"IncludeMaxIdLength\":true}");
+}
+
+// Attribute words decide what front ends show and the order objects are rebuilt in.
+TEST_F(ObjectDecodingTest, OnlyKeyDerivedAndTuningPropertiesCarryAttributes) {
+    std::string flagged;
+    const auto classes = kobj::ClassRegistry::instance().packageClasses("SharedCodeManager");
+    for (const kobj::ClassRecord* record : classes) {
+        for (const auto& property : record->properties()) {
+            if (property->attributes() != 0) {
+                flagged += property->name() + "=" + std::to_string(property->attributes()) + " ";
+            }
+        }
+    }
+    EXPECT_EQ(classes.size(), 23u);
+    EXPECT_EQ(flagged, "Checksum=8388608 Type=8390656 IncludeMaxIdLength=2048 ");
 }
 
 // The reason a decoding gives, for texts that people write by hand (the scm tool's manifests).
