@@ -68,33 +68,6 @@ TEST_F(PublishingTest, CategoryTravelsAsText) {
     EXPECT_EQ(kobj::callMethod(generic, "getType", {}).text(), "SCM_NUM");
 }
 
-TEST_F(PublishingTest, PropertiesReachTheFieldsTheyAreNamedFor) {
-    qaArray constant = kobj::construct("SharedCodeManager.SharedConstantsData", {text("K")});
-    kobj::setProperty(constant, "ParameterPrefix", text("p_"));
-    kobj::setProperty(constant, "IsComplex", qaArray::fromLogical(true));
-    kobj::setProperty(constant, "GenerateConstant", qaArray::fromLogical(true));
-    kobj::setProperty(constant, "DependentBuiltIn", qaArray::fromLogical(true));
-    const auto* record = objectOf<SCMSharedConstantsData>(constant, "SharedCodeManager.Data");
-    ASSERT_NE(record, nullptr);
-    EXPECT_EQ(record->getName(), "K");
-    EXPECT_EQ(record->getParamPrefix(), "p_");
-    EXPECT_TRUE(record->getComplex());
-    EXPECT_FALSE(record->getMultiword());
-    EXPECT_TRUE(record->getDoUpdate());
-    EXPECT_TRUE(record->getBuiltin());
-
-    qaArray shared = kobj::construct("SharedCodeManager.SharedData", {});
-    kobj::setProperty(shared, "CSCName", text("csc"));
-    kobj::setProperty(shared, "MemSecPrePragma", qaArray::fromInt32(-3));
-    const auto* data = objectOf<SCMSharedData>(shared, "SharedCodeManager.SharedData");
-    EXPECT_EQ(data->getCscName(), "csc");
-    EXPECT_EQ(data->getMemSecPrePragma(), -3);
-
-    qaArray multiword = kobj::construct("SharedCodeManager.MultiWordFcnData", {text("")});
-    EXPECT_EQ(textsOf(kobj::getProperty(multiword, "MultiWordFunctions")),
-              (std::vector<std::string>{""}));
-}
-
 TEST_F(PublishingTest, TraceabilityPropertyAddsAndTheQueryFiltersByModel) {
     qaArray utility =
         kobj::construct("SharedCodeManager.BasicUtilityData", {text("n"), text("id")});
@@ -110,23 +83,6 @@ TEST_F(PublishingTest, TraceabilityPropertyAddsAndTheQueryFiltersByModel) {
     EXPECT_THROW(kobj::callMethod(utility, "getTraceabilityForModel", {text("m1")}),
                  std::out_of_range)
         << "the library's own exception passes through";
-}
-
-TEST_F(PublishingTest, TextListPropertiesReportBadElements) {
-    qaArray utility = kobj::construct("SharedCodeManager.BasicUtilityData", {});
-    const qaArray withNumber = qaArray::cellColumn({text("a"), text("b"), u32(3)});
-    try {
-        kobj::setProperty(utility, "ModelNames", withNumber);
-        FAIL() << "no error";
-    } catch (const kobj::Error& error) {
-        EXPECT_EQ(error.identifier(), "kobj:errorMustBeString");
-        EXPECT_EQ(error.index(), std::optional<std::size_t>(2));
-    }
-    EXPECT_EQ(errorIdentifier([&] { kobj::setProperty(utility, "Children", text("c")); }),
-              "kobj:errorMustBeCellArray");
-    const qaArray empty = kobj::getProperty(utility, "Children");
-    EXPECT_EQ(empty.rows(), 0u);
-    EXPECT_EQ(empty.cols(), 1u);
 }
 
 TEST_F(PublishingTest, SharedCommonDataFindsItsPublishedClass) {
