@@ -142,37 +142,6 @@ TEST_F(RegistryFile, TwoCachedEntriesWithOneKeyMergeInTheBatch) {
     EXPECT_EQ(names, (Names{"a", "b", "c"}));
 }
 
-TEST_F(RegistryFile, DestroyingTheRegistryWritesTheCacheFirst) {
-    {
-        SharedFunctionInterface registry(path());
-        SCMSharedFunctionIdentity key(1, 2, 3, 4);
-        SCMSharedFunctionData record("rt_add", "rt_add.c");
-        record.setName("rt_add");
-        EXPECT_EQ(registry.registerData(&key, &record), WILL_BE_REGISTERED);
-    }
-    SharedFunctionInterface reopened(path());
-    EXPECT_EQ(reopened.getAllFunctionNames(), Names{"rt_add"});
-}
-
-TEST_F(RegistryFile, ExplicitTransactionBracket) {
-    SharedCodeManagerInterface registry(path());
-    SCMDataAdapter* adapter = registry.getDataAdapter();
-    EXPECT_FALSE(adapter->endTransaction());
-    EXPECT_TRUE(adapter->beginTransaction());
-    EXPECT_FALSE(adapter->beginTransaction());
-    EXPECT_TRUE(adapter->isTransactionInProgress());
-    SCMGenericIdentity key(SCM_OTHER, "in transaction");
-    SCMGenericData record("x");
-    EXPECT_EQ(registry.registerDataInTransaction(&key, &record), IS_REGISTERED);
-    EXPECT_TRUE(adapter->endTransaction());
-    EXPECT_FALSE(adapter->isTransactionInProgress());
-    EXPECT_FALSE(adapter->endTransaction());
-
-    SharedCodeManagerInterface reader(path());
-    std::unique_ptr<SCMData> stored(reader.retrieveData(&key));
-    EXPECT_NE(stored, nullptr);
-}
-
 TEST_F(RegistryFile, FailedOpenLeavesAFacadeWithoutAStore) {
     SCM_SQLITE_ONLY("a directory where the file should be");
     const std::string directory = directory_.file("a_directory");
