@@ -193,60 +193,43 @@ TEST_F(RegistryFile, OnlyTheFirstObjectWithAChecksumIsReadOrMerged) {
 }
 
 // Every category end to end, in category order: register, close, reopen, and compare the whole
-// objects.
+// objects. Entries are given as whole-object encodings (texts of every byte, extreme integers).
 TEST_F(RegistryFile, EveryCategoryRoundTripsThroughTheFile) {
-    std::vector<std::pair<std::unique_ptr<SCMIdentity>, std::unique_ptr<SCMData>>> entries;
-    auto utility = std::make_unique<SCMBasicUtilityData>("rt_sat_s32", "rt_sat");
-    utility->setName("rt_sat");
-    utility->setMultiword(true);
-    utility->setModelNames({"m1", "m2"});
-    utility->setChildren({"rt_min", "rt_max"});
-    utility->setTraceability({"m1:a/b", "m2:c"});
-    auto utilityKey = std::make_unique<SCMBasicUtilityIdentity>("rt_sat");
-    utilityKey->setSymbolString("sat");
-    utilityKey->setMaxIdLength(31);
-    entries.emplace_back(std::move(utilityKey), std::move(utility));
-
-    auto function = std::make_unique<SCMSharedFunctionData>("f_shared", "f_shared.c");
-    function->setName("f_shared");
-    entries.emplace_back(std::make_unique<SCMSharedFunctionIdentity>(1, 2, 3, 4),
-                         std::move(function));
-
-    auto type = std::make_unique<SCMSharedTypesData>("T_bus");
-    type->setKind("SCM_SHARED_TYPES");
-    type->setDefinition("typedef struct { int a; } T_bus;");
-    type->setDependencies("int32_T");
-    entries.emplace_back(std::make_unique<SCMSharedTypesIdentity>(5, 6, 7, 8), std::move(type));
-    entries.emplace_back(std::make_unique<SCMGenericIdentity>(SCM_OTHER, "generic"),
-                         std::make_unique<SCMGenericData>("\xff\xfe bytes"));
-
-    auto data = std::make_unique<SCMSharedData>("g_data");
-    data->setKind("SCM_SHARED_DATA_DEFINITION");
-    data->setCscName("ExportedGlobal");
-    data->setMemSecPrePragma(-3);
-    data->setPackageName(std::string("pkg\0with nul", 12));
-    entries.emplace_back(std::make_unique<SCMSharedDataIdentity>(9, 9, 9, 9), std::move(data));
-
-    auto constant = std::make_unique<SCMSharedConstantsData>("K_gain");
-    constant->setInitialString("2.5");
-    constant->setDoUpdate(true);
-    constant->setDataType("double");
-    entries.emplace_back(std::make_unique<SCMSharedConstantsIdentity>(0xFFFFFFFFu, 0, 1, 2),
-                         std::move(constant));
-
+    const std::string prefix = "{\"class\":\"SharedCodeManager.";
+    const std::vector<std::pair<std::string, std::string>> entries = {
+        {"BasicUtilityIdentity\",\"UtilityIdentifier\":\"rt_sat\",\"SymbolString\":\"sat\",\"MaximumIdentifierLength\":31}",
+         "BasicUtilityData\",\"Name\":\"rt_sat\",\"Identifier\":\"rt_sat\",\"Multiword\":true,"
+         "\"ModelNames\":[\"m1\",\"m2\"],\"Children\":[\"rt_min\",\"rt_max\"],\"Traceability\":[\"m1:a/b\",\"m2:c\"]}"},
+        {"SharedFunctionIdentity\",\"ChecksumElement1\":1,\"ChecksumElement4\":4}",
+         "SharedFunctionData\",\"Name\":\"f\",\"FunctionName\":\"f\",\"FileName\":\"f.c\"}"},
+        {"SharedTypesIdentity\",\"ChecksumElement2\":6}",
+         "SharedTypesData\",\"Name\":\"T\",\"Kind\":\"SCM_SHARED_TYPES\",\"Definition\":\"typedef int T;\"}"},
+        {"GenericIdentity\",\"Type\":\"SCM_OTHER\",\"DesiredIdentifier\":\"generic\"}",
+         "GenericData\",\"Identifier\":\"\\u00ff\\u00fe bytes\\u0000\"}"},
+        {"SharedDataIdentity\",\"ChecksumElement3\":9}",
+         "SharedData\",\"Name\":\"g\",\"CSCName\":\"Exported\",\"MemSecPrePragma\":-2147483648}"},
+        {"SharedConstantsIdentity\",\"ChecksumElement1\":4294967295}",
+         "SharedConstantsData\",\"Name\":\"K\",\"InitialString\":\"2.5\",\"GenerateConstant\":true}"},
+    };
     std::string expected;
+    std::vector<std::pair<std::unique_ptr<SCMIdentity>, std::unique_ptr<SCMData>>> objects;
     {
         SharedCodeManagerInterface registry(path());
-        for (auto& [identity, record] : entries) {
-            ASSERT_EQ(registry.registerDataInTransaction(identity.get(), record.get()),
-                      IS_REGISTERED);
+        for (const auto& [identityText, recordText] : entries) {
+            std::unique_ptr<SCMIdentity> identity(static_cast<SCMIdentity*>(tv::mi::Handle::releaseFromScriptValue(
+                kobj::decodeObject(prefix + identityText), "SharedCodeManager.Identity")));
+            std::unique_ptr<SCMData> record(static_cast<SCMData*>(tv::mi::Handle::releaseFromScriptValue(
+                kobj::decodeObject(prefix + recordText), "SharedCodeManager.Data")));
+            ASSERT_TRUE(identity && record) << identityText << recordText;
+            ASSERT_EQ(registry.registerDataInTransaction(identity.get(), record.get()), IS_REGISTERED);
             expected += identity->getTypeString() + " " + encoded(identity.get()) + " " +
                         encoded(record.get()) + "\n";
+            objects.emplace_back(std::move(identity), std::move(record));
         }
     }
     EXPECT_EQ(scm_test::registryDump(path()), expected);
     SharedCodeManagerInterface reopened(path());
-    for (auto& [identity, record] : entries) {
+    for (auto& [identity, record] : objects) {
         std::unique_ptr<SCMData> byKey(reopened.retrieveData(identity.get()));
         ASSERT_NE(byKey, nullptr);
         EXPECT_EQ(encoded(byKey.get()), encoded(record.get()));
