@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 
 #include "kobj/Conversions.hpp"
@@ -12,96 +13,82 @@ namespace {
 using kobjtest::errorOf;
 
 qaArray cellOf(std::vector<qaArray> elements) { return qaArray::cellColumn(std::move(elements)); }
+qaArray text(const char* value) { return qaArray::fromText(value); }
 
-TEST(KobjConversionsTest, TextListsComeFromCellColumnsOfTexts) {
-    const qaArray cell =
-        cellOf({qaArray::fromText("a"), qaArray::fromText(std::string("b\0c", 3))});
+TEST(KobjConversionsTest, ValuesThatFitConvert) {
+    const std::int32_t int32Max = std::numeric_limits<std::int32_t>::max();
+    const qaArray cell = cellOf({text("a"), qaArray::fromText(std::string("b\0c", 3))});
     EXPECT_EQ(kobj::textListFrom(cell), (std::vector<std::string>{"a", std::string("b\0c", 3)}));
     EXPECT_TRUE(kobj::textListFrom(qaArray()).empty()) << "a missing value is an empty list";
     EXPECT_TRUE(kobj::textListFrom(cellOf({})).empty());
-}
+    EXPECT_EQ(kobj::textFrom(text("")), "");
+    EXPECT_EQ(kobj::uint32From(qaArray::fromUInt32(0xFFFFFFFFu)), 0xFFFFFFFFu);
+    EXPECT_EQ(kobj::uint32From(qaArray::fromInt32(5)), 5u);
+    EXPECT_EQ(kobj::int32From(qaArray::fromInt32(-5)), -5);
+    EXPECT_EQ(kobj::int32From(qaArray::fromUInt32(static_cast<std::uint32_t>(int32Max))), int32Max);
+    EXPECT_TRUE(kobj::logicalFrom(qaArray::fromLogical(true)));
 
-TEST(KobjConversionsTest, CellHoldingANumberReportsTheElementIndex) {
-    const qaArray cell = cellOf({qaArray::fromText("a"), qaArray::fromText("b"),
-                                 qaArray::fromUInt32(7), qaArray::fromText("d")});
-    const kobj::Error error = errorOf([&] { kobj::textListFrom(cell); });
-    EXPECT_EQ(error.identifier(), "kobj:errorMustBeString");
-    ASSERT_TRUE(error.index().has_value());
-    EXPECT_EQ(*error.index(), 2u);
-    EXPECT_NE(std::string(error.what()).find("Element 2"), std::string::npos) << error.what();
-    EXPECT_NE(std::string(error.what()).find("uint32 1x1"), std::string::npos) << error.what();
-}
-
-TEST(KobjConversionsTest, PlainTextWhereACellIsExpectedIsNotACellArray) {
-    const kobj::Error error = errorOf([] { kobj::textListFrom(qaArray::fromText("abc")); });
-    EXPECT_EQ(error.identifier(), "kobj:errorMustBeCellArray");
-    EXPECT_FALSE(error.index().has_value());
-    EXPECT_NE(std::string(error.what()).find("char 1x3"), std::string::npos) << error.what();
-}
-
-TEST(KobjConversionsTest, EmptyListBecomesAZeroByOneCell) {
-    const qaArray value = kobj::textListValue({});
-    EXPECT_EQ(value.kind(), qaArray::Kind::Cell);
-    EXPECT_EQ(value.rows(), 0u);
-    EXPECT_EQ(value.cols(), 1u);
+    const qaArray empty = kobj::textListValue({});
+    EXPECT_EQ(empty.kind(), qaArray::Kind::Cell);
+    EXPECT_EQ(empty.rows(), 0u);
+    EXPECT_EQ(empty.cols(), 1u);
     const qaArray two = kobj::textListValue({"x", "y"});
     EXPECT_EQ(two.rows(), 2u);
     EXPECT_EQ(two.cells()[1].text(), "y");
 }
 
-TEST(KobjConversionsTest, TextMustBeACharacterRow) {
-    EXPECT_EQ(kobj::textFrom(qaArray::fromText("")), "");
-    for (const qaArray& value : {qaArray(), qaArray::fromLogical(true), cellOf({})}) {
-        const kobj::Error error = errorOf([&] { kobj::textFrom(value); });
-        EXPECT_EQ(error.identifier(), "kobj:errorMustBeString");
-        EXPECT_FALSE(error.index().has_value());
+// Each refusal: its identifier, the element index for cells, and the value's class and size.
+TEST(KobjConversionsTest, ValuesThatDoNotFitAreRefusedWithTheReason) {
+    struct Row {
+        std::function<void()> convert;
+        const char* identifier;
+        std::optional<std::size_t> index;
+        const char* shown;  // in the message
+    };
+    const qaArray withNumber = cellOf({text("a"), text("b"), qaArray::fromUInt32(7), text("d")});
+    const Row rows[] = {
+        {[&] { kobj::textListFrom(withNumber); }, "kobj:errorMustBeString", 2, "Element 2"},
+        {[&] { kobj::textListFrom(withNumber); }, "kobj:errorMustBeString", 2, "uint32 1x1"},
+        {[] { kobj::textListFrom(text("abc")); }, "kobj:errorMustBeCellArray", {}, "char 1x3"},
+        {[] { kobj::textFrom(qaArray()); }, "kobj:errorMustBeString", {}, ""},
+        {[] { kobj::textFrom(qaArray::fromLogical(true)); }, "kobj:errorMustBeString", {}, ""},
+        {[] { kobj::textFrom(cellOf({})); }, "kobj:errorMustBeString", {}, ""},
+        {[] { kobj::uint32From(qaArray::fromInt32(-1)); }, "kobj:errorMustBeUInt32Scalar", {}, ""},
+        {[] { kobj::int32From(qaArray::fromUInt32(0x80000000u)); }, "kobj:errorMustBeInt32Scalar", {}, ""},
+        {[] { kobj::int32From(qaArray::fromLogical(true)); }, "kobj:errorMustBeInt32Scalar", {}, ""},
+        {[] { kobj::logicalFrom(qaArray::fromUInt32(1)); }, "kobj:errorMustBeLogicalScalar", {}, ""},
+    };
+    for (const Row& row : rows) {
+        const kobj::Error error = errorOf(row.convert);
+        EXPECT_EQ(error.identifier(), row.identifier);
+        EXPECT_EQ(error.index(), row.index) << row.identifier;
+        EXPECT_NE(std::string(error.what()).find(row.shown), std::string::npos) << error.what();
     }
 }
 
-TEST(KobjConversionsTest, IntegersConvertAcrossClassesOnlyWhenTheyFit) {
-    const std::int32_t int32Max = std::numeric_limits<std::int32_t>::max();
-    EXPECT_EQ(kobj::uint32From(qaArray::fromUInt32(0xFFFFFFFFu)), 0xFFFFFFFFu);
-    EXPECT_EQ(kobj::uint32From(qaArray::fromInt32(5)), 5u);
-    EXPECT_EQ(kobj::int32From(qaArray::fromInt32(-5)), -5);
-    EXPECT_EQ(kobj::int32From(qaArray::fromUInt32(static_cast<std::uint32_t>(int32Max))), int32Max);
-    EXPECT_EQ(errorOf([] { kobj::uint32From(qaArray::fromInt32(-1)); }).identifier(),
-              "kobj:errorMustBeUInt32Scalar");
-    EXPECT_EQ(errorOf([&] { kobj::int32From(qaArray::fromUInt32(0x80000000u)); }).identifier(),
-              "kobj:errorMustBeInt32Scalar");
-    EXPECT_EQ(errorOf([] { kobj::int32From(qaArray::fromLogical(true)); }).identifier(),
-              "kobj:errorMustBeInt32Scalar");
-}
-
-TEST(KobjConversionsTest, LogicalsMustBeLogical) {
-    EXPECT_TRUE(kobj::logicalFrom(qaArray::fromLogical(true)));
-    EXPECT_EQ(errorOf([] { kobj::logicalFrom(qaArray::fromUInt32(1)); }).identifier(),
-              "kobj:errorMustBeLogicalScalar");
-}
-
 TEST(KobjConversionsTest, FitsTypeAgreesWithTheConverters) {
-    EXPECT_TRUE(kobj::fitsType(qaArray::fromText("x"), "char"));
-    EXPECT_TRUE(kobj::fitsType(qaArray::fromText("x"), "char vector"));
-    EXPECT_FALSE(kobj::fitsType(qaArray::fromUInt32(1), "char"));
-    EXPECT_TRUE(kobj::fitsType(qaArray(), "cell"));
-    EXPECT_FALSE(kobj::fitsType(cellOf({qaArray::fromLogical(true)}), "cell"));
-    EXPECT_TRUE(kobj::fitsType(qaArray::fromInt32(3), "uint32 scalar"));
-    EXPECT_FALSE(kobj::fitsType(qaArray::fromInt32(-3), "uint32 scalar"));
-    EXPECT_TRUE(kobj::fitsType(qaArray(), "SomePackage.SomeClass")) << "a missing object is absent";
-    EXPECT_FALSE(kobj::fitsType(qaArray::fromText("x"), "SomePackage.SomeClass vector"));
+    const std::tuple<qaArray, const char*, bool> rows[] = {
+        {text("x"), "char", true},
+        {text("x"), "char vector", true},
+        {qaArray::fromUInt32(1), "char", false},
+        {qaArray(), "cell", true},
+        {cellOf({qaArray::fromLogical(true)}), "cell", false},
+        {qaArray::fromInt32(3), "uint32 scalar", true},
+        {qaArray::fromInt32(-3), "uint32 scalar", false},
+        {qaArray(), "SomePackage.SomeClass", true},  // a missing object is absent
+        {text("x"), "SomePackage.SomeClass vector", false},
+    };
+    for (const auto& [value, type, fits] : rows) EXPECT_EQ(kobj::fitsType(value, type), fits) << type;
 }
 
-TEST(KobjConversionsTest, TypeTextsFallIntoCategories) {
+TEST(KobjConversionsTest, TypeTextsFallIntoCategoriesAndSignaturesReadLikeCalls) {
     EXPECT_EQ(kobj::categoryOf("char"), kobj::TypeCategory::Text);
     EXPECT_EQ(kobj::categoryOf("char vector"), kobj::TypeCategory::Text);
     EXPECT_EQ(kobj::categoryOf("cell"), kobj::TypeCategory::Cell);
-    EXPECT_EQ(kobj::categoryOf("SharedCodeManager.Identity"), kobj::TypeCategory::Object);
-    EXPECT_EQ(kobj::categoryOf("SharedCodeManager.Identity vector"),
-              kobj::TypeCategory::ObjectVector);
-    EXPECT_EQ(kobj::objectClassOf("SharedCodeManager.Identity vector"),
-              "SharedCodeManager.Identity");
-}
+    EXPECT_EQ(kobj::categoryOf("P.Identity"), kobj::TypeCategory::Object);
+    EXPECT_EQ(kobj::categoryOf("P.Identity vector"), kobj::TypeCategory::ObjectVector);
+    EXPECT_EQ(kobj::objectClassOf("P.Identity vector"), "P.Identity");
 
-TEST(KobjConversionsTest, SignaturesReadLikeCalls) {
     const kobj::Signature method{{"char vector"}, {"P.Facade", "P.Identity", "P.Data"}};
     EXPECT_EQ(method.toString("registerData"),
               "char vector = registerData(P.Facade, P.Identity, P.Data)");

@@ -1,12 +1,13 @@
-// The registry facade and the category facades over an in-memory backend: the guard, both
-// registration roads, the batch call, the listings and the placeholder utility facade.
+// The registry facade and the category facades: the missing-store guard, the cache switch, the
+// batch call, backend ownership, the listings and the placeholder utility facades.
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <stdexcept>
 
 #include "shared_code_manager.hpp"
-#include "support/MemoryDataAdapter.hpp"
+#include "support/LoggingDataAdapter.hpp"
+#include "support/TestRegistry.hpp"
 #include "tv/TvFeature.hpp"
 
 namespace {
@@ -21,23 +22,22 @@ public:
     ~CacheSwitch() { TvFeature::setValue("UseVrexCache", 1); }
 };
 
+// A facade over the logging stand-in, which the facade owns.
 template <typename Facade = SharedCodeManagerInterface>
-struct Fixture {
-    explicit Fixture(bool exists = true) : backend(new scmtest::MemoryDataAdapter(exists)) {
+struct Logged {
+    explicit Logged(bool exists = true) : backend(new scm_test::LoggingDataAdapter(exists)) {
         facade.setDataAdapter(backend);
     }
     Facade facade;
-    scmtest::MemoryDataAdapter* backend;  // owned by the facade
+    scm_test::LoggingDataAdapter* backend;
 };
 
-template <typename T>
-void deleteAll(std::vector<T*>& objects) {
-    for (T* object : objects) delete object;
-    objects.clear();
+std::size_t storedCount(SharedCodeManagerInterface& facade, SCMTypes type) {
+    return static_cast<SCMVrexDataAdapter*>(facade.getDataAdapter())->getAllChildren(type).size();
 }
 
 TEST(Facade, MissingStoreAnswersWithoutReachingTheBackend) {
-    Fixture<> f(false);
+    Logged<> f(false);
     SCMGenericIdentity identity(SCM_OTHER, "x");
     SCMGenericData data("x");
     std::vector<SCMIdentity*> identities{&identity};
@@ -54,184 +54,132 @@ TEST(Facade, MissingStoreAnswersWithoutReachingTheBackend) {
     EXPECT_TRUE(f.backend->calls.empty());
 
     // These two are not guarded: the backend answers them itself.
-    EXPECT_EQ(f.facade.finalize(), IS_REGISTERED);
+    f.facade.finalize();
     f.facade.retrieveIdentityAndDataForName(SCM_OTHER, "x");
     EXPECT_EQ(f.backend->calls, (Names{"finalize", "getIdentityAndDataFromName"}));
-}
 
-TEST(Facade, WithoutABackendNothingThrows) {
-    SharedCodeManagerInterface facade;
-    SCMGenericIdentity identity(SCM_OTHER, "x");
-    SCMGenericData data("x");
-    EXPECT_EQ(facade.getDataAdapter(), nullptr);
-    EXPECT_EQ(facade.registerData(&identity, &data), IS_TRANSACTION_ERROR);
-    EXPECT_EQ(facade.finalize(), IS_TRANSACTION_ERROR);
-    const SCMIdentityDataPair none = facade.retrieveIdentityAndDataForName(SCM_OTHER, "x");
-    EXPECT_EQ(none.first, nullptr);
-    EXPECT_EQ(none.second, nullptr);
+    SharedCodeManagerInterface none;  // no backend at all: nothing throws
+    EXPECT_EQ(none.registerData(&identity, &data), IS_TRANSACTION_ERROR);
+    EXPECT_EQ(none.finalize(), IS_TRANSACTION_ERROR);
+    EXPECT_EQ(none.retrieveIdentityAndDataForName(SCM_OTHER, "x").second, nullptr);
 }
 
 TEST(Facade, CacheSwitchChoosesTheRoadOnEveryCall) {
-    Fixture<> f;
+    Logged<> f;
     SCMGenericIdentity identity(SCM_OTHER, "x");
     SCMGenericData data("x");
     const auto readsBefore = TvFeature::useCount("UseVrexCache");
     {
         CacheSwitch direct(0);
         EXPECT_EQ(f.facade.registerData(&identity, &data), IS_REGISTERED);
-        EXPECT_EQ(f.facade.registerData(&identity, &data), IS_PRESENT_UPDATE);
     }
     EXPECT_EQ(f.facade.registerData(&identity, &data), WILL_BE_REGISTERED);
     {
         CacheSwitch high(7);  // any value of 1 or more caches
-        EXPECT_EQ(f.facade.registerData(&identity, &data), WILL_BE_REGISTERED);
+        f.facade.registerData(&identity, &data);
     }
-    EXPECT_EQ(f.backend->calls, (Names{"insertValueInTransaction", "insertValueInTransaction",
-                                       "cacheValue", "cacheValue"}));
-    EXPECT_EQ(TvFeature::useCount("UseVrexCache"), readsBefore + 4);
+    EXPECT_EQ(f.backend->calls, (Names{"insertValueInTransaction", "cacheValue", "cacheValue"}));
+    EXPECT_EQ(TvFeature::useCount("UseVrexCache"), readsBefore + 3);
+
+    std::vector<SCMIdentity*> none;
+    EXPECT_EQ(f.facade.registerDataArray(&none, nullptr), WILL_BE_REGISTERED);
+    EXPECT_EQ(f.backend->calls.size(), 3u) << "an empty batch touches nothing";
 }
 
-TEST(Facade, DirectRoadReportsTheBackendsOutcome) {
-    Fixture<> f;
-    SCMSharedFunctionIdentity key(1, 2, 3, 4);
-    SCMSharedFunctionData first("f", "f.c");
-    SCMSharedFunctionData clash("g", "g.c");
-    EXPECT_EQ(f.facade.registerDataInTransaction(&key, &first), IS_REGISTERED);
-    EXPECT_EQ(f.facade.registerDataInTransaction(&key, &clash), IS_PRESENT_ERROR);
-    EXPECT_EQ(f.facade.registerDataInTransaction(&key, nullptr), IS_EMPTY);
-    EXPECT_EQ(f.backend->storedCount(), 1u);
-
-    std::unique_ptr<SCMData> stored(f.facade.retrieveData(&key));
-    ASSERT_NE(stored, nullptr);
-    EXPECT_EQ(static_cast<SCMSharedFunctionData&>(*stored).getFunctionName(), "f");
+TEST(Facade, OwnsItsBackendUntilReplacedOrDestroyed) {
+    bool firstGone = false;
+    bool secondGone = false;
+    {
+        SharedCodeManagerInterface facade;
+        auto* first = new scm_test::LoggingDataAdapter(true, &firstGone);
+        facade.setDataAdapter(first);
+        facade.setDataAdapter(first);  // the same backend again: kept
+        EXPECT_FALSE(firstGone);
+        EXPECT_EQ(facade.getDataAdapter(), first);
+        facade.setDataAdapter(new scm_test::LoggingDataAdapter(false, &secondGone));
+        EXPECT_TRUE(firstGone);
+        EXPECT_FALSE(facade.getDataAdapter()->doesExist());
+        EXPECT_FALSE(secondGone);
+    }
+    EXPECT_TRUE(secondGone);
 }
 
-TEST(Facade, BatchRegistersEachPairThroughRegisterData) {
+TEST(Facade, BatchRegistersEachPairUntilARecordIsMissing) {
     CacheSwitch direct(0);
-    Fixture<> f;
-    SCMGenericIdentity a(SCM_OTHER, "a"), b(SCM_OTHER, "b");
+    scm_test::TestRegistry registry;
+    SharedCodeManagerInterface facade(registry.location());
+    SCMGenericIdentity a(SCM_OTHER, "a"), b(SCM_OTHER, "b"), c(SCM_OTHER, "c");
     SCMGenericData da("a"), db("b"), extra("extra");
     std::vector<SCMIdentity*> identities{&a, &b};
     std::vector<SCMData*> records{&da, &db, &extra};
-    EXPECT_EQ(f.facade.registerDataArray(&identities, &records), WILL_BE_REGISTERED);
-    EXPECT_EQ(f.backend->storedCount(), 2u);  // the extra record is ignored
-}
+    EXPECT_EQ(facade.registerDataArray(&identities, &records), WILL_BE_REGISTERED);
+    EXPECT_EQ(storedCount(facade, SCM_OTHER), 2u) << "the extra record is ignored";
 
-TEST(Facade, BatchWithAnEmptyIdentityListTouchesNothing) {
-    Fixture<> f;
-    std::vector<SCMIdentity*> none;
-    EXPECT_EQ(f.facade.registerDataArray(&none, nullptr), WILL_BE_REGISTERED);
-    EXPECT_TRUE(f.backend->calls.empty());
-}
-
-TEST(Facade, BatchWithTooFewRecordsRegistersThenThrows) {
-    CacheSwitch direct(0);
-    Fixture<> f;
-    SCMGenericIdentity a(SCM_OTHER, "a"), b(SCM_OTHER, "b");
-    SCMGenericData da("a");
-    std::vector<SCMIdentity*> identities{&a, &b};
-    std::vector<SCMData*> records{&da};
-    EXPECT_THROW(f.facade.registerDataArray(&identities, &records), std::out_of_range);
-    EXPECT_EQ(f.backend->storedCount(), 1u);  // the first pair stays registered
-}
-
-TEST(Facade, RetrievalForwardsAndHandsOutFreshObjects) {
-    CacheSwitch direct(0);
-    Fixture<> f;
-    SCMGenericIdentity key(SCM_SHARED_TYPES, "k");
-    SCMSharedTypesData record("T");
-    f.facade.registerData(&key, &record);
-
-    auto identities = f.facade.retrieveAllIdentities(SCM_SHARED_TYPES);
-    auto records = f.facade.retrieveAllData(SCM_SHARED_TYPES);
-    ASSERT_EQ(identities.size(), 1u);
-    ASSERT_EQ(records.size(), 1u);
-    EXPECT_EQ(identities[0]->getChecksum(), key.getChecksum());
-    EXPECT_EQ(records[0]->getName(), "T");
-    EXPECT_TRUE(f.facade.retrieveAllData(SCM_SHARED_DATA).empty());
-    deleteAll(identities);
-    deleteAll(records);
-
-    std::unique_ptr<SCMData> byName(f.facade.retrieveDataForName(SCM_SHARED_TYPES, "T"));
-    std::unique_ptr<SCMIdentity> idByName(f.facade.retrieveIdentityForName(SCM_SHARED_TYPES, "T"));
-    ASSERT_NE(byName, nullptr);
-    ASSERT_NE(idByName, nullptr);
-    EXPECT_EQ(f.facade.retrieveDataForName(SCM_SHARED_DATA, "T"), nullptr);
-}
-
-TEST(Facade, SetDataAdapterReplacesAndOwnsTheBackend) {
-    SharedCodeManagerInterface facade;
-    auto* first = new scmtest::MemoryDataAdapter();
-    facade.setDataAdapter(first);
-    facade.setDataAdapter(first);  // the same backend again: kept, not deleted
-    EXPECT_EQ(facade.getDataAdapter(), first);
-    facade.setDataAdapter(new scmtest::MemoryDataAdapter(false));  // the first one is deleted
-    EXPECT_FALSE(facade.getDataAdapter()->doesExist());
+    identities = {&c, &a};
+    records = {&da};
+    EXPECT_THROW(facade.registerDataArray(&identities, &records), std::out_of_range);
+    EXPECT_EQ(storedCount(facade, SCM_OTHER), 3u) << "the pair before stays registered";
 }
 
 TEST(CategoryFacades, PublishedNames) {
-    EXPECT_STREQ(SharedCodeManagerInterface().getFullyQualifiedKobjTypeName(),
-                 "SharedCodeManager.SharedCodeManagerInterface");
-    EXPECT_STREQ(SharedFunctionInterface().getFullyQualifiedKobjTypeName(),
-                 "SharedCodeManager.SharedFunctionInterface");
-    EXPECT_STREQ(SharedTypesInterface().getFullyQualifiedKobjTypeName(),
-                 "SharedCodeManager.SharedTypesInterface");
-    EXPECT_STREQ(SharedDataInterface().getFullyQualifiedKobjTypeName(),
-                 "SharedCodeManager.SharedDataInterface");
-    EXPECT_STREQ(SharedConstantsInterface().getFullyQualifiedKobjTypeName(),
-                 "SharedCodeManager.SharedConstantsInterface");
-    EXPECT_STREQ(SharedUtilityInterface().getFullyQualifiedKobjTypeName(),
-                 "SharedCodeManager.SharedUtilityInterface");
-    EXPECT_STREQ(SharedUtilityNullInterface().getFullyQualifiedKobjTypeName(),
-                 "SharedCodeManager.SharedUtilityInterface");
+    const std::pair<std::unique_ptr<SharedCodeManagerInterface>, const char*> facades[] = {
+        {std::make_unique<SharedCodeManagerInterface>(), "SharedCodeManagerInterface"},
+        {std::make_unique<SharedFunctionInterface>(), "SharedFunctionInterface"},
+        {std::make_unique<SharedTypesInterface>(), "SharedTypesInterface"},
+        {std::make_unique<SharedDataInterface>(), "SharedDataInterface"},
+        {std::make_unique<SharedConstantsInterface>(), "SharedConstantsInterface"},
+        {std::make_unique<SharedUtilityInterface>(), "SharedUtilityInterface"},
+        {std::make_unique<SharedUtilityNullInterface>(), "SharedUtilityInterface"},
+    };
+    for (const auto& [facade, name] : facades) {
+        EXPECT_EQ(facade->getFullyQualifiedKobjTypeName(), std::string("SharedCodeManager.") + name);
+    }
 }
 
 TEST(CategoryFacades, NameListingsKeepStoreOrderAndDuplicates) {
     CacheSwitch direct(0);
-    Fixture<SharedFunctionInterface> functions;
+    scm_test::TestRegistry registry;
+    SharedFunctionInterface functions(registry.location());
     SCMSharedFunctionIdentity k1(1, 0, 0, 0), k2(2, 0, 0, 0), k3(3, 0, 0, 0);
     SCMSharedFunctionData f1("f", "a.c"), f2("f", "b.c"), g("g", "g.c");
     f1.setName("f");
     f2.setName("f");
     g.setName("g");
-    functions.facade.registerData(&k1, &f1);
-    functions.facade.registerData(&k2, &g);
-    functions.facade.registerData(&k3, &f2);
-    EXPECT_EQ(functions.facade.getAllFunctionNames(), (Names{"f", "g", "f"}));
-    EXPECT_EQ(functions.facade.registerSharedFunction(&k1, &f1), "");
-    EXPECT_EQ(functions.backend->storedCount(), 3u);
+    functions.registerData(&k1, &f1);
+    functions.registerData(&k2, &g);
+    functions.registerData(&k3, &f2);
+    EXPECT_EQ(functions.getAllFunctionNames(), (Names{"f", "g", "f"}));
+    EXPECT_EQ(functions.registerSharedFunction(&k1, &f1), "");
+    EXPECT_EQ(storedCount(functions, SCM_SHARED_FUNCTIONS), 3u);
 
-    Fixture<SharedConstantsInterface> constants;
+    SharedConstantsInterface constants(registry.location());
     SCMSharedConstantsIdentity c1(1, 0, 0, 0);
     SCMSharedConstantsData pi("PI");
-    constants.facade.registerData(&c1, &pi);
-    EXPECT_EQ(constants.facade.getAllConstantsNames(), Names{"PI"});
-
-    Fixture<SharedTypesInterface> types;
-    Fixture<SharedDataInterface> data;
-    EXPECT_TRUE(types.facade.getAllTypesNames().empty());
-    EXPECT_TRUE(data.facade.getAllDataNames().empty());
+    constants.registerData(&c1, &pi);
+    EXPECT_EQ(constants.getAllConstantsNames(), Names{"PI"});
+    EXPECT_TRUE(SharedTypesInterface(registry.location()).getAllTypesNames().empty());
+    EXPECT_TRUE(SharedDataInterface(registry.location()).getAllDataNames().empty());
 }
 
 TEST(UtilityFacade, IdentifiersAreSortedAndUnique) {
     CacheSwitch direct(0);
-    Fixture<SharedUtilityInterface> f;
+    scm_test::TestRegistry registry;
+    SharedUtilityInterface facade(registry.location());
     const char* identifiers[] = {"b", "a", "b"};
     for (int i = 0; i < 3; ++i) {
         SCMBasicUtilityIdentity key("u" + std::to_string(i));
         SCMBasicUtilityData record("rt_u" + std::to_string(i), identifiers[i]);
-        EXPECT_EQ(f.facade.registerData(&key, &record), IS_REGISTERED);
+        EXPECT_EQ(facade.registerData(&key, &record), IS_REGISTERED);
     }
-    EXPECT_EQ(f.facade.getAllIdentifiers(), (Names{"a", "b"}));
+    EXPECT_EQ(facade.getAllIdentifiers(), (Names{"a", "b"}));
 }
 
 TEST(UtilityFacade, NamingProtocolIsInertAndLookupUsesTheUtilityCategory) {
-    Fixture<SharedUtilityInterface> f;
+    Logged<SharedUtilityInterface> f;
     SCMBasicUtilityIdentity key("rt_foo");
     SCMBasicUtilityData record("rt_foo", true, false);
     EXPECT_EQ(f.facade.registerUtilityIdentifier(&key, &record), "");
     EXPECT_EQ(f.facade.getRegisteredUtilityName("rt_foo", false, false), "");
-    EXPECT_EQ(f.backend->storedCount(), 0u);
     f.facade.getIdentityAndDataForName("rt_foo");
     EXPECT_EQ(f.backend->calls, Names{"getIdentityAndDataFromName"});
 }

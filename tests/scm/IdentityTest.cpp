@@ -1,6 +1,8 @@
-// Identities: worked checksum values, the lazy checksum, and which changes make it recompute.
+// Identities: the worked checksum of every identity class, the lazy checksum, and which changes
+// make it recompute.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 
 #include "SCMBasicUtilityIdentity.hpp"
@@ -14,9 +16,98 @@ namespace {
 
 using namespace SCM;
 
-const char* const kEmptyText = "UZNV6GSDjNHqUjgyPa3PcG";
-const char* const kOneToFour = "U4NdP7g6UUORzSSeCh2CSC";
+// Worked values: MD5 of the fed bytes written in base 62, least significant digit first.
+const char* const kEmptyText = "UZNV6GSDjNHqUjgyPa3PcG";  // nothing fed
+const char* const kAbc = "OGYSglrIy4jPHI0kduetXE";        // "abc"
+const char* const kRtFoo = "dGfL8aBULDXcmtIhYfhCcE";      // "rt_foo"
+const char* const kRtFooSymbol = "CC3DRqMXZn6KJqqTPaQNvG";  // "rt_foo" "rtfoo"
+const char* const kRtFooSymbol31 = "b93dUxijR9eIg7SpoIgQyF";  // "rt_foo" "rtfoo" 31 (LE int32)
+const char* const kOneToFour = "U4NdP7g6UUORzSSeCh2CSC";  // 1, 2, 3, 4 as LE uint32
 const char* const kZeros = "r0D0lO5YFYuzQLWx4FCVRC";
+const char* const kFourToOne = "pfVKehqezhBQjR7e9BMs9C";
+const char* const kHighElements = "S5nq1GlH6NRgcVzsrmUhIB";  // 0xFFFFFFFF, 0, 1, 2
+
+SCMBasicUtilityIdentity* utility(const char* identifier, const char* symbol, int length,
+                                 bool includeLength) {
+    auto* identity = new SCMBasicUtilityIdentity(identifier);
+    identity->setSymbolString(symbol);
+    identity->setMaxIdLength(length);
+    identity->setIncludeMaxIdLength(includeLength);
+    return identity;
+}
+
+template <typename T>
+std::function<SCMIdentity*()> elements(unsigned a, unsigned b, unsigned c, unsigned d) {
+    return [=] { return new T(a, b, c, d); };
+}
+
+struct GoldenRow {
+    const char* what;
+    std::function<SCMIdentity*()> make;
+    SCMTypes category;
+    const char* checksum;
+    const char* publishedName;  // without "SharedCodeManager."
+};
+
+const GoldenRow kGolden[] = {
+    {"utility default", [] { return new SCMBasicUtilityIdentity(); }, SCM_UTILITIES, kEmptyText,
+     "BasicUtilityIdentity"},
+    {"utility plain", [] { return new SCMBasicUtilityIdentity("rt_foo"); }, SCM_UTILITIES, kRtFoo,
+     "BasicUtilityIdentity"},
+    {"length without symbol", [] { return utility("rt_foo", "", 99, true); }, SCM_UTILITIES, kRtFoo,
+     "BasicUtilityIdentity"},
+    {"symbol, length off", [] { return utility("rt_foo", "rtfoo", 31, false); }, SCM_UTILITIES,
+     kRtFooSymbol, "BasicUtilityIdentity"},
+    {"symbol and length", [] { return utility("rt_foo", "rtfoo", 31, true); }, SCM_UTILITIES,
+     kRtFooSymbol31, "BasicUtilityIdentity"},
+    {"fields unseparated", [] { return utility("ab", "c", 0, false); }, SCM_UTILITIES, kAbc,
+     "BasicUtilityIdentity"},
+    {"generic empty", [] { return new SCMGenericIdentity(SCM_OTHER); }, SCM_OTHER, kEmptyText,
+     "GenericIdentity"},
+    {"generic functions", [] { return new SCMGenericIdentity(SCM_SHARED_FUNCTIONS, "abc"); },
+     SCM_SHARED_FUNCTIONS, kAbc, "GenericIdentity"},
+    {"generic types", [] { return new SCMGenericIdentity(SCM_SHARED_TYPES, "abc"); },
+     SCM_SHARED_TYPES, kAbc, "GenericIdentity"},
+    {"generic to the NUL", [] { return new SCMGenericIdentity(SCM_OTHER, std::string("abc\0d", 5)); },
+     SCM_OTHER, kAbc, "GenericIdentity"},
+    {"function zeros", [] { return new SCMSharedFunctionIdentity(); }, SCM_SHARED_FUNCTIONS, kZeros,
+     "SharedFunctionIdentity"},
+    {"function", elements<SCMSharedFunctionIdentity>(1, 2, 3, 4), SCM_SHARED_FUNCTIONS, kOneToFour,
+     "SharedFunctionIdentity"},
+    {"function backwards", elements<SCMSharedFunctionIdentity>(4, 3, 2, 1), SCM_SHARED_FUNCTIONS,
+     kFourToOne, "SharedFunctionIdentity"},
+    {"types zeros", [] { return new SCMSharedTypesIdentity(); }, SCM_SHARED_TYPES, kZeros,
+     "SharedTypesIdentity"},
+    {"types", elements<SCMSharedTypesIdentity>(1, 2, 3, 4), SCM_SHARED_TYPES, kOneToFour,
+     "SharedTypesIdentity"},
+    {"data zeros", [] { return new SCMSharedDataIdentity(); }, SCM_SHARED_DATA, kZeros,
+     "SharedDataIdentity"},
+    {"data", elements<SCMSharedDataIdentity>(1, 2, 3, 4), SCM_SHARED_DATA, kOneToFour,
+     "SharedDataIdentity"},
+    {"constants zeros", [] { return new SCMSharedConstantsIdentity(); }, SCM_SHARED_CONSTANTS,
+     kZeros, "SharedConstantsIdentity"},
+    {"constants", elements<SCMSharedConstantsIdentity>(1, 2, 3, 4), SCM_SHARED_CONSTANTS,
+     kOneToFour, "SharedConstantsIdentity"},
+    {"constants high", elements<SCMSharedConstantsIdentity>(~0u, 0, 1, 2), SCM_SHARED_CONSTANTS,
+     kHighElements, "SharedConstantsIdentity"},
+};
+
+TEST(Identity, GoldenChecksumsOfEveryClass) {
+    for (const GoldenRow& row : kGolden) {
+        std::unique_ptr<SCMIdentity> identity(row.make());
+        EXPECT_EQ(identity->getChecksum(), row.checksum) << row.what;
+        EXPECT_EQ(identity->getType(), row.category) << row.what;
+        EXPECT_EQ(identity->getFullyQualifiedKobjTypeName(),
+                  std::string("SharedCodeManager.") + row.publishedName);
+        EXPECT_TRUE(identity->isAbstract()) << row.what;
+
+        // A clone carries the fields, never the computed checksum.
+        std::unique_ptr<SCMIdentity> clone(identity->clone());
+        EXPECT_FALSE(clone->isComputedChecksum()) << row.what;
+        EXPECT_EQ(clone->getType(), row.category) << row.what;
+        EXPECT_EQ(clone->getChecksum(), row.checksum) << row.what;
+    }
+}
 
 // Counts computations, so tests can see when the checksum is (not) recomputed.
 class CountingIdentity : public SCMGenericIdentity {
@@ -29,201 +120,52 @@ public:
     int computations = 0;
 };
 
-TEST(Identity, ChecksumIsComputedOnceOnFirstRead) {
+TEST(Identity, ChecksumIsComputedOnceAndASetOneIsTakenAsComputed) {
     CountingIdentity identity(SCM_OTHER, "x");
     EXPECT_FALSE(identity.isComputedChecksum());
     const std::string first = identity.getChecksum();
     EXPECT_TRUE(identity.isComputedChecksum());
     EXPECT_EQ(identity.getChecksum(), first);
     EXPECT_EQ(identity.computations, 1);
+
+    CountingIdentity given(SCM_OTHER, "x");
+    given.setChecksum("abc");
+    EXPECT_EQ(given.getChecksum(), "abc");
+    EXPECT_EQ(given.computations, 0);
 }
 
-TEST(Identity, SetChecksumIsTakenAsComputed) {
-    CountingIdentity identity(SCM_OTHER, "x");
-    identity.setChecksum("abc");
-    EXPECT_EQ(identity.getChecksum(), "abc");
-    EXPECT_EQ(identity.computations, 0);
-}
-
-TEST(Identity, SetTypeKeepsTheChecksumAndTypeTextFallsBack) {
-    SCMGenericIdentity identity(SCM_SHARED_FUNCTIONS, "f");
-    identity.setChecksum("kept");
-    identity.setType(SCM_SHARED_TYPES);
-    EXPECT_EQ(identity.getChecksum(), "kept");
-    EXPECT_EQ(identity.getTypeString(), "SCM_SHARED_TYPES");
-    identity.setType(static_cast<SCMTypes>(42));
-    EXPECT_EQ(identity.getTypeString(), "SCM_NUM");
-    identity.setType(SCM_NUM);
-    EXPECT_EQ(identity.getTypeString(), "SCM_NUM");
-}
-
-TEST(UtilityIdentity, WorkedValues) {
-    SCMBasicUtilityIdentity plain("rt_foo");
-    EXPECT_EQ(plain.getChecksum(), "dGfL8aBULDXcmtIhYfhCcE");
-
-    SCMBasicUtilityIdentity withoutLength("rt_foo");
-    withoutLength.setSymbolString("rtfoo");
-    withoutLength.setIncludeMaxIdLength(false);
-    EXPECT_EQ(withoutLength.getChecksum(), "CC3DRqMXZn6KJqqTPaQNvG");
-
-    SCMBasicUtilityIdentity withLength("rt_foo");
-    withLength.setSymbolString("rtfoo");
-    withLength.setMaxIdLength(31);
-    EXPECT_EQ(withLength.getChecksum(), "b93dUxijR9eIg7SpoIgQyF");
-
-    EXPECT_EQ(plain.getType(), SCM_UTILITIES);
-    EXPECT_STREQ(plain.getFullyQualifiedKobjTypeName(), "SharedCodeManager.BasicUtilityIdentity");
-}
-
-TEST(UtilityIdentity, DefaultsAndLengthCountsOnlyWithASymbolString) {
-    SCMBasicUtilityIdentity identity;
-    EXPECT_EQ(identity.getUtilityIdentifier(), "");
-    EXPECT_EQ(identity.getSymbolString(), "");
-    EXPECT_EQ(identity.getMaxIdLength(), 0);
-    EXPECT_TRUE(identity.includeMaxIdLength());
-    EXPECT_EQ(identity.getChecksum(), kEmptyText);
-
-    SCMBasicUtilityIdentity other("rt_foo");
-    other.setMaxIdLength(99);
-    other.setIncludeMaxIdLength(true);
-    EXPECT_EQ(other.getChecksum(), "dGfL8aBULDXcmtIhYfhCcE");
-}
-
-TEST(UtilityIdentity, FieldsAreFedWithoutSeparators) {
-    SCMBasicUtilityIdentity split("ab");
-    split.setSymbolString("c");
-    split.setIncludeMaxIdLength(false);
-    SCMBasicUtilityIdentity whole("abc");
-    EXPECT_EQ(split.getChecksum(), whole.getChecksum());
-}
-
-TEST(UtilityIdentity, EverySetterMakesTheChecksumRecompute) {
+TEST(Identity, KeyFieldSettersRecomputeAndElementSettersDoNot) {
     SCMBasicUtilityIdentity identity("rt_foo");
     identity.setChecksum("X");
     EXPECT_EQ(identity.getChecksum(), "X");
     identity.setSymbolString("rtfoo");
     identity.setIncludeMaxIdLength(false);
-    EXPECT_EQ(identity.getChecksum(), "CC3DRqMXZn6KJqqTPaQNvG");
+    EXPECT_EQ(identity.getChecksum(), kRtFooSymbol);
     identity.setIncludeMaxIdLength(true);
     identity.setMaxIdLength(31);
-    EXPECT_EQ(identity.getChecksum(), "b93dUxijR9eIg7SpoIgQyF");
+    EXPECT_EQ(identity.getChecksum(), kRtFooSymbol31);
     identity.setUtilityIdentifier("");
     identity.setSymbolString("");
     EXPECT_EQ(identity.getChecksum(), kEmptyText);
-}
 
-TEST(UtilityIdentity, CopyAndCloneCarryFieldsButNotTheChecksum) {
-    SCMBasicUtilityIdentity source("rt_foo");
-    source.setSymbolString("rtfoo");
-    source.setMaxIdLength(31);
-    source.getChecksum();
-    std::unique_ptr<SCMIdentity> clone(source.clone());
-    EXPECT_FALSE(clone->isComputedChecksum());
-    EXPECT_EQ(clone->getChecksum(), "b93dUxijR9eIg7SpoIgQyF");
-
-    source.setChecksum("forced");
-    SCMBasicUtilityIdentity copy(source);
+    // A copy carries the fields, not a forced checksum.
+    identity.setUtilityIdentifier("rt_foo");
+    identity.setChecksum("forced");
+    SCMBasicUtilityIdentity copy(identity);
     EXPECT_FALSE(copy.isComputedChecksum());
-    EXPECT_EQ(copy.getChecksum(), "b93dUxijR9eIg7SpoIgQyF");
-    EXPECT_EQ(copy.getMaxIdLength(), 31);
-}
+    EXPECT_EQ(copy.getChecksum(), kRtFoo);
 
-TEST(GenericIdentity, CategoryIsNotPartOfTheKey) {
-    SCMGenericIdentity functions(SCM_SHARED_FUNCTIONS, "same");
-    SCMGenericIdentity types(SCM_SHARED_TYPES, "same");
-    EXPECT_EQ(functions.getChecksum(), types.getChecksum());
-    EXPECT_NE(functions.getType(), types.getType());
-    EXPECT_EQ(SCMGenericIdentity(SCM_OTHER).getChecksum(), kEmptyText);
+    SCMSharedTypesIdentity elements(1, 2, 3, 4);
+    EXPECT_EQ(elements.getChecksum(), kOneToFour);
+    elements.setChecksumElement1(4);
+    EXPECT_EQ(elements.getChecksum(), kOneToFour) << "element setters keep a computed checksum";
 
-    functions.setDesiredIdentifier("abc");
-    EXPECT_EQ(functions.getChecksum(), "OGYSglrIy4jPHI0kduetXE");
-
-    std::unique_ptr<SCMIdentity> clone(functions.clone());
-    EXPECT_EQ(clone->getType(), SCM_SHARED_FUNCTIONS);
-    EXPECT_FALSE(clone->isComputedChecksum());
-    EXPECT_EQ(clone->getChecksum(), "OGYSglrIy4jPHI0kduetXE");
-    EXPECT_STREQ(clone->getFullyQualifiedKobjTypeName(), "SharedCodeManager.GenericIdentity");
-}
-
-TEST(GenericIdentity, EmbeddedNulEndsTheKey) {
-    SCMGenericIdentity withNul(SCM_OTHER, std::string("a\0b", 3));
-    SCMGenericIdentity plain(SCM_OTHER, "a");
-    EXPECT_EQ(withNul.getChecksum(), plain.getChecksum());
-}
-
-// The four-element identities, one parameterized suite over the four concrete classes.
-struct FourElementCase {
-    const char* publishedName;
-    SCMTypes category;
-    std::function<SCMIdentity*()> makeDefault;
-    std::function<SCMIdentity*(unsigned, unsigned, unsigned, unsigned)> make;
-    std::function<void(SCMIdentity&, unsigned)> setElement1;
-};
-
-// Printed by name: GoogleTest would otherwise dump the bytes, padding included.
-std::ostream& operator<<(std::ostream& out, const FourElementCase& c) { return out << c.publishedName; }
-
-template <typename T>
-FourElementCase fourElementCase(const char* name, SCMTypes category) {
-    return {name, category, [] { return new T(); },
-            [](unsigned a, unsigned b, unsigned c, unsigned d) { return new T(a, b, c, d); },
-            [](SCMIdentity& identity, unsigned value) {
-                static_cast<T&>(identity).setChecksumElement1(value);
-            }};
-}
-
-class FourElementIdentity : public ::testing::TestWithParam<FourElementCase> {};
-
-TEST_P(FourElementIdentity, WorkedValuesCategoryAndName) {
-    std::unique_ptr<SCMIdentity> zeros(GetParam().makeDefault());
-    std::unique_ptr<SCMIdentity> oneToFour(GetParam().make(1, 2, 3, 4));
-    EXPECT_EQ(zeros->getChecksum(), kZeros);
-    EXPECT_EQ(oneToFour->getChecksum(), kOneToFour);
-    EXPECT_EQ(oneToFour->getType(), GetParam().category);
-    EXPECT_STREQ(oneToFour->getFullyQualifiedKobjTypeName(), GetParam().publishedName);
-    EXPECT_TRUE(oneToFour->isAbstract());
-}
-
-TEST_P(FourElementIdentity, ElementOrderAndAllBitsCount) {
-    std::unique_ptr<SCMIdentity> forward(GetParam().make(1, 2, 3, 4));
-    std::unique_ptr<SCMIdentity> backward(GetParam().make(4, 3, 2, 1));
-    std::unique_ptr<SCMIdentity> allOnes(GetParam().make(~0u, ~0u, ~0u, ~0u));
-    EXPECT_NE(forward->getChecksum(), backward->getChecksum());
-    EXPECT_NE(allOnes->getChecksum(), forward->getChecksum());
-    EXPECT_EQ(allOnes->getChecksum(), SCMSharedFunctionIdentity(~0u, ~0u, ~0u, ~0u).getChecksum());
-}
-
-TEST_P(FourElementIdentity, SettersKeepAComputedChecksumButClonesRecompute) {
-    std::unique_ptr<SCMIdentity> identity(GetParam().make(1, 2, 3, 4));
-    EXPECT_EQ(identity->getChecksum(), kOneToFour);
-    GetParam().setElement1(*identity, 5);
-    EXPECT_EQ(identity->getChecksum(), kOneToFour);
-
-    std::unique_ptr<SCMIdentity> clone(identity->clone());
-    EXPECT_EQ(clone->getType(), GetParam().category);
-    EXPECT_FALSE(clone->isComputedChecksum());
-    EXPECT_EQ(clone->getChecksum(), SCMSharedFunctionIdentity(5, 2, 3, 4).getChecksum());
-    EXPECT_NE(clone->getChecksum(), kOneToFour);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    AllClasses, FourElementIdentity,
-    ::testing::Values(
-        fourElementCase<SCMSharedFunctionIdentity>("SharedCodeManager.SharedFunctionIdentity",
-                                                   SCM_SHARED_FUNCTIONS),
-        fourElementCase<SCMSharedTypesIdentity>("SharedCodeManager.SharedTypesIdentity",
-                                                SCM_SHARED_TYPES),
-        fourElementCase<SCMSharedDataIdentity>("SharedCodeManager.SharedDataIdentity",
-                                               SCM_SHARED_DATA),
-        fourElementCase<SCMSharedConstantsIdentity>("SharedCodeManager.SharedConstantsIdentity",
-                                                    SCM_SHARED_CONSTANTS)),
-    [](const ::testing::TestParamInfo<FourElementCase>& info) {
-        return std::string(info.param.publishedName).substr(sizeof("SharedCodeManager.") - 1);
-    });
-
-TEST(Identity, EveryIdentityAnswersAbstract) {
-    EXPECT_TRUE(SCMBasicUtilityIdentity().isAbstract());
-    EXPECT_TRUE(SCMGenericIdentity(SCM_OTHER).isAbstract());
+    SCMGenericIdentity generic(SCM_SHARED_FUNCTIONS, "f");
+    generic.setChecksum("kept");
+    generic.setType(SCM_SHARED_TYPES);
+    EXPECT_EQ(generic.getChecksum(), "kept") << "the category is no key field";
+    generic.setDesiredIdentifier("abc");
+    EXPECT_EQ(generic.getChecksum(), kAbc);
 }
 
 }  // namespace

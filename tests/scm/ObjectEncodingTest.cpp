@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "SCMData.hpp"
 #include "SCMIdentity.hpp"
 #include "SCMModuleEntry.hpp"
 #include "kobj/ClassRegistry.hpp"
@@ -11,6 +13,7 @@
 #include "kobj/JsonEscaping.hpp"
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectEncoding.hpp"
+#include "kobj/PropertyAttributes.hpp"
 
 namespace {
 
@@ -85,26 +88,45 @@ private:
     std::mt19937 engine_;
 };
 
-// An object's state as one string: every property, read through its getter.
-std::string stateOf(const qaArray& object) {
+// A property value as text.
+std::string valueText(const qaArray& value) {
+    std::string text;
+    if (value.kind() == qaArray::Kind::Cell) {
+        text = std::to_string(value.numel()) + ":";
+        for (const std::string& element : kobj::textListFrom(value))
+            kobj::json::appendString(text, element);
+    } else if (value.kind() == qaArray::Kind::Char) {
+        kobj::json::appendString(text, value.text());
+    } else if (value.kind() == qaArray::Kind::Logical) {
+        text = value.logical() ? "true" : "false";
+    } else {
+        text = std::to_string(value.kind() == qaArray::Kind::Int32 ? value.int32Value()
+                                                                   : value.uint32Value());
+    }
+    return text;
+}
+
+// An object's state as one string: every property, read through its getter. Without the
+// property `written` and the dependent ones when `written` is given.
+std::string stateOf(const qaArray& object, const std::string& written = "") {
     std::string state = kobj::classOf(object).name();
     for (const kobj::COSPropInfo* property : kobj::classOf(object).allProperties()) {
-        state += "\n" + property->name() + "=";
-        const qaArray value = kobj::getProperty(object, property->name());
-        if (value.kind() == qaArray::Kind::Cell) {
-            state += std::to_string(value.numel()) + ":";
-            for (const std::string& text : kobj::textListFrom(value))
-                kobj::json::appendString(state, text);
-        } else if (value.kind() == qaArray::Kind::Char) {
-            kobj::json::appendString(state, value.text());
-        } else if (value.kind() == qaArray::Kind::Logical) {
-            state += value.logical() ? "true" : "false";
-        } else {
-            state += std::to_string(value.kind() == qaArray::Kind::Int32 ? value.int32Value()
-                                                                         : value.uint32Value());
-        }
+        const bool follows = kobj::attributes::isDependent(property->attributes());
+        if (!written.empty() && (property->name() == written || follows)) continue;
+        state += "\n" + property->name() + "=" + valueText(kobj::getProperty(object, property->name()));
     }
     return state;
+}
+
+// A value of the same type as `current` that differs from it.
+qaArray otherValue(const qaArray& current) {
+    switch (current.kind()) {
+        case qaArray::Kind::Char: return qaArray::fromText(current.text() + "v");
+        case qaArray::Kind::Logical: return qaArray::fromLogical(!current.logical());
+        case qaArray::Kind::Int32: return qaArray::fromInt32(current.int32Value() + 1);
+        case qaArray::Kind::UInt32: return qaArray::fromUInt32(current.uint32Value() + 1);
+        default: return kobj::textListValue({"v"});
+    }
 }
 
 qaArray newObject(const std::string& className) {
@@ -149,7 +171,26 @@ TEST_P(ObjectEncodingTest, RandomObjectsComeBackEqualAndOfTheirConcreteClass) {
         if (auto* identity = dynamic_cast<SCM::SCMIdentity*>(copy.object(0))) {
             EXPECT_EQ(identity->getChecksum(),
                       dynamic_cast<SCM::SCMIdentity*>(original.object(0))->getChecksum());
+        } else {
+            std::unique_ptr<SCM::SCMData> clone(
+                dynamic_cast<SCM::SCMData*>(original.object(0))->clone());
+            EXPECT_EQ(kobj::encodeObject(clone->toScriptValue()), text) << "a clone is equal";
         }
+    }
+}
+
+// Writing one property changes no other one, except the dependent ones (a checksum follows
+// its key fields): each property reaches a field of its own.
+TEST_P(ObjectEncodingTest, EachPropertyReachesAFieldOfItsOwn) {
+    const kobj::ClassRecord& record = kobj::ClassRegistry::instance().getClass(GetParam());
+    for (const kobj::COSPropInfo* property : record.allProperties()) {
+        if (property->isReadOnly()) continue;
+        qaArray object = newObject(GetParam());
+        const std::string before = stateOf(object, property->name());
+        kobj::setProperty(object, property->name(),
+                          otherValue(kobj::getProperty(object, property->name())));
+        const std::string after = stateOf(object, property->name());
+        EXPECT_EQ(after, before) << "writing " << property->name();
     }
 }
 
@@ -231,6 +272,21 @@ TEST_F(ObjectDecodingTest, TheEncodingIsReadableAscii) {
               "\"dGfL8aBULDXcmtIhYfhCcE\","
               "\"Type\":\"SCM_UTILITIES\",\"UtilityIdentifier\":\"rt_foo\",\"SymbolString\":\"\","
               "\"MaximumIdentifierLength\":0,\"IncludeMaxIdLength\":true}");
+}
+
+// Attribute words decide what front ends show and the order objects are rebuilt in.
+TEST_F(ObjectDecodingTest, OnlyKeyDerivedAndTuningPropertiesCarryAttributes) {
+    std::string flagged;
+    const auto classes = kobj::ClassRegistry::instance().packageClasses("SharedCodeManager");
+    for (const kobj::ClassRecord* record : classes) {
+        for (const auto& property : record->properties()) {
+            if (property->attributes() != 0) {
+                flagged += property->name() + "=" + std::to_string(property->attributes()) + " ";
+            }
+        }
+    }
+    EXPECT_EQ(classes.size(), 23u);
+    EXPECT_EQ(flagged, "Checksum=8388608 Type=8390656 IncludeMaxIdLength=2048 ");
 }
 
 // The reason a decoding gives, for texts that people write by hand (the scm tool's manifests).

@@ -3,7 +3,6 @@
 // registrations, refused merges, a dictionary class without "Name", and look-ups inside a
 // transaction.
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -11,7 +10,7 @@
 #include <sstream>
 
 #include "shared_code_manager.hpp"
-#include "support/RegistryDriver.hpp"
+#include "support/RegistryDump.hpp"
 #include "support/TempDir.hpp"
 #include "support/TestRegistry.hpp"
 #include "tv/TvFeature.hpp"
@@ -25,24 +24,6 @@ protected:
     void SetUp() override { TvFeature::setValue("UseVrexCache", 1); }
 
     std::string file(const std::string& name) const { return directory_.file(name); }
-
-    // The "Data" texts of a dictionary class as the SQLite file holds them, in creation order.
-    std::string storedData(const std::string& className) const {
-        sqlite3* db = nullptr;
-        EXPECT_EQ(sqlite3_open_v2(registry_.location().c_str(), &db, SQLITE_OPEN_READONLY, nullptr),
-                  SQLITE_OK);
-        sqlite3_stmt* query = nullptr;
-        const std::string sql = "SELECT Data FROM \"" + className + "\" ORDER BY _id";
-        sqlite3_prepare_v2(db, sql.c_str(), -1, &query, nullptr);
-        std::string text;
-        while (sqlite3_step(query) == SQLITE_ROW) {
-            text += reinterpret_cast<const char*>(sqlite3_column_text(query, 0));
-            text += "\n";
-        }
-        sqlite3_finalize(query);
-        sqlite3_close(db);
-        return text;
-    }
 
     // The shipped metamodel without the "Name" property of SCM_UTILITIES.
     std::string metamodelWithoutUtilityNames() const {
@@ -77,7 +58,10 @@ TEST_F(RegistrationPaths, OneTransactionRegistersMergesAndRefuses) {
     {
         SharedCodeManagerInterface registry(registry_.location());
         SCMDataAdapter* adapter = registry.getDataAdapter();
+        EXPECT_FALSE(adapter->endTransaction()) << "none to end";
         ASSERT_TRUE(adapter->beginTransaction());
+        EXPECT_FALSE(adapter->beginTransaction()) << "no nesting";
+        EXPECT_TRUE(adapter->isTransactionInProgress());
         SCMBasicUtilityData first = utilityRecord("model_a");
         SCMBasicUtilityData second = utilityRecord("model_b");
         SCMSharedFunctionData add("add", "add.c");
@@ -90,6 +74,7 @@ TEST_F(RegistrationPaths, OneTransactionRegistersMergesAndRefuses) {
         ASSERT_NE(seen, nullptr);
         EXPECT_EQ(static_cast<SCMBasicUtilityData&>(*seen).getModelNames().size(), 2u);
         EXPECT_TRUE(adapter->endTransaction());
+        EXPECT_FALSE(adapter->isTransactionInProgress());
     }
     SharedCodeManagerInterface reopened(registry_.location());
     std::unique_ptr<SCMData> merged(reopened.retrieveData(&utility));
@@ -105,17 +90,16 @@ TEST_F(RegistrationPaths, OneTransactionRegistersMergesAndRefuses) {
 }
 
 TEST_F(RegistrationPaths, ARefusedMergeLeavesTheStoredTextAsItWasAndTheCacheReportsIt) {
-    SCM_SQLITE_ONLY("reads the stored texts through SQLite");
     SCMSharedFunctionIdentity function(5, 6, 7, 8);
     SCMSharedFunctionData add("add", "add.c");
     SCMSharedFunctionData other("other", "other.c");
     SharedCodeManagerInterface registry(registry_.location());
     ASSERT_EQ(registry.registerDataInTransaction(&function, &add), IS_REGISTERED);
-    const std::string before = storedData("SCM_SHARED_FUNCTIONS");
+    const std::string before = scm_test::registryDump(registry_.location());
     EXPECT_EQ(registry.registerDataInTransaction(&function, &other), IS_PRESENT_ERROR);
     EXPECT_EQ(registry.registerData(&function, &other), WILL_BE_REGISTERED);
     EXPECT_EQ(registry.finalize(), IS_REGISTERED);
-    EXPECT_EQ(storedData("SCM_SHARED_FUNCTIONS"), before);
+    EXPECT_EQ(scm_test::registryDump(registry_.location()), before);
 
     const std::vector<SCMCachedEntry> refused = registry.getDataAdapter()->takeRefusedEntries();
     ASSERT_EQ(refused.size(), 1u);
