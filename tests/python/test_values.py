@@ -72,27 +72,22 @@ class TestFlagsAndIntegers:
         error = raised_error(lambda: setattr(record, "IsComplex", 1))
         assert error.identifier == "kobj:errorMustBeLogicalScalar"
 
-    def test_int32_range(self):
-        record = scm.SharedData()
-        for value in (-2**31, 2**31 - 1, 0):
-            record.MemSecAddPragma = value
-            assert record.MemSecAddPragma == value
-        error = raised_error(lambda: setattr(record, "MemSecAddPragma", 2**31))
-        assert error.identifier == "kobj:errorMustBeInt32Scalar"
-        with pytest.raises(OverflowError):
-            record.MemSecAddPragma = -2**31 - 1
-
-    def test_uint32_range(self):
-        identity = scm.SharedFunctionIdentity()
-        for value in (0, 2**31, 2**32 - 1):
-            identity.ChecksumElement2 = value
-            assert identity.ChecksumElement2 == value
-        error = raised_error(lambda: setattr(identity, "ChecksumElement2", -1))
-        assert error.identifier == "kobj:errorMustBeUInt32Scalar"
-        for value in (2**32, 10**30, -10**30):
+    @pytest.mark.parametrize("make, name, kept, refused, identifier, overflowing", [
+        (scm.SharedData, "MemSecAddPragma", (-2**31, 2**31 - 1, 0), 2**31,
+         "kobj:errorMustBeInt32Scalar", (-2**31 - 1,)),
+        (scm.SharedFunctionIdentity, "ChecksumElement2", (0, 2**31, 2**32 - 1), -1,
+         "kobj:errorMustBeUInt32Scalar", (2**32, 10**30, -10**30)),
+    ])
+    def test_integer_ranges(self, make, name, kept, refused, identifier, overflowing):
+        obj = make()
+        for value in kept:
+            setattr(obj, name, value)
+            assert getattr(obj, name) == value
+        assert raised_error(lambda: setattr(obj, name, refused)).identifier == identifier
+        for value in overflowing:
             with pytest.raises(OverflowError, match="out of range"):
-                identity.ChecksumElement2 = value
-        assert identity.ChecksumElement2 == 2**32 - 1, "refused values change nothing"
+                setattr(obj, name, value)
+        assert getattr(obj, name) == kept[-1], "refused values change nothing"
 
     def test_integer_types_other_than_int_are_accepted(self):
         class Number:

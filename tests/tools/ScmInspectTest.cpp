@@ -62,45 +62,43 @@ TEST_F(ScmInspect, ExportThenRegisterReproducesTheRegistryEntryByEntry) {
     EXPECT_EQ(scm({"export", copy.location()}).out, exported.out);
 }
 
-TEST_F(ScmInspect, ExportOfOneCategory) {
-    const ToolRun run = scm({"export", kRegistry, "--category", "SCM_SHARED_CONSTANTS"});
-    EXPECT_EQ(countOf(run.out, "\n"), 2u);
-    EXPECT_TRUE(contains(run.out, "\"Name\":\"K_GAIN\"")) << run.out;
-    EXPECT_TRUE(contains(run.out, "\"GenerateConstant\":true")) << run.out;  // switched on by model_b
-    EXPECT_EQ(scm({"export", kRegistry, "constants"}).out, run.out);  // as list takes it
-}
+// What a reading command prints of the examples' registry: its exit code, and fragments of its
+// standard output, or of its standard error when it fails.
+struct Reading {
+    std::vector<std::string> arguments;
+    int exitCode;
+    std::vector<std::string> said;
+};
 
-TEST_F(ScmInspect, ListShowsEveryEntryOrTheNamesOfACategory) {
-    const ToolRun table = scm({"list", kRegistry});
-    EXPECT_EQ(table.exitCode, 0);
-    EXPECT_EQ(countOf(table.out, "\n"), 12u);  // a header and 11 rows
-    EXPECT_TRUE(contains(table.out, "CATEGORY   KEY ")) << table.out;
-    EXPECT_EQ(scm({"list", kRegistry, "functions", "--names"}).out, "filter_update\npid_step\n");
-    EXPECT_EQ(scm({"list", kRegistry, "Constants", "--names"}).out, "K_GAIN\nK_MAX_SPEED\n");
-    const ToolRun unknown = scm({"list", kRegistry, "widgets"});
-    EXPECT_EQ(unknown.exitCode, 2);
-    EXPECT_TRUE(contains(unknown.err, "unknown category \"widgets\"")) << unknown.err;
-}
-
-TEST_F(ScmInspect, ShowFindsAnEntryByNameOrChecksum) {
-    const ToolRun byName = scm({"show", kRegistry, "utilities", "rt_sat_s32"});
-    EXPECT_EQ(byName.exitCode, 0);
-    EXPECT_TRUE(contains(byName.out, "ModelNames               [\"model_a\", \"model_b\", \"model_c\"]"))
-        << byName.out;
-    EXPECT_FALSE(contains(byName.out, "IncludeMaxIdLength"));  // hidden unless --all
-    EXPECT_TRUE(contains(scm({"show", kRegistry, "utilities", "rt_sat_s32", "--all"}).out,
-                         "IncludeMaxIdLength"));
-
+TEST_F(ScmInspect, ReadingCommandsFindWhatWasRegistered) {
     const std::string key = SCM::SCMSharedFunctionIdentity(439041101, 17, 1584361601, 2).getChecksum();
-    const ToolRun byChecksum = scm({"show", kRegistry, "--checksum", key});
-    EXPECT_EQ(byChecksum.exitCode, 0);
-    EXPECT_TRUE(contains(byChecksum.out, "category            SCM_SHARED_FUNCTIONS\n")) << byChecksum.out;
-    EXPECT_TRUE(contains(byChecksum.out, "FunctionName      \"filter_update\"\n")) << byChecksum.out;
-
-    const ToolRun missing = scm({"show", kRegistry, "types", "No_Such_Type"});
-    EXPECT_EQ(missing.exitCode, 1);
-    EXPECT_TRUE(contains(missing.err, "no entry named \"No_Such_Type\" in types")) << missing.err;
-    EXPECT_EQ(scm({"show", kRegistry, "types"}).exitCode, 2);
+    const std::vector<Reading> readings = {
+        {{"list", kRegistry}, 0, {"CATEGORY   KEY ", "K_MAX_SPEED"}},
+        {{"list", kRegistry, "functions", "--names"}, 0, {"filter_update\npid_step\n"}},
+        {{"list", kRegistry, "Constants", "--names"}, 0, {"K_GAIN\nK_MAX_SPEED\n"}},
+        {{"list", kRegistry, "widgets"}, 2, {"unknown category \"widgets\""}},
+        {{"export", kRegistry, "--category", "SCM_SHARED_CONSTANTS"}, 0,
+         {"\"Name\":\"K_GAIN\"", "\"GenerateConstant\":true"}},  // switched on by model_b
+        {{"show", kRegistry, "utilities", "rt_sat_s32"}, 0,
+         {"ModelNames               [\"model_a\", \"model_b\", \"model_c\"]"}},
+        {{"show", kRegistry, "utilities", "rt_sat_s32", "--all"}, 0, {"IncludeMaxIdLength"}},
+        {{"show", kRegistry, "--checksum", key}, 0,
+         {"category            SCM_SHARED_FUNCTIONS\n", "FunctionName      \"filter_update\"\n"}},
+        {{"show", kRegistry, "types", "No_Such_Type"}, 1, {"no entry named \"No_Such_Type\" in types"}},
+        {{"show", kRegistry, "types"}, 2, {}},
+    };
+    for (const Reading& reading : readings) {
+        const ToolRun run = scm(reading.arguments);
+        EXPECT_EQ(run.exitCode, reading.exitCode) << reading.arguments[0] << run.err;
+        for (const std::string& part : reading.said) {
+            EXPECT_TRUE(contains(run.exitCode == 0 ? run.out : run.err, part)) << part << "\n" << run.out;
+        }
+    }
+    EXPECT_EQ(countOf(scm({"list", kRegistry}).out, "\n"), 12u);  // a header and 11 rows
+    EXPECT_FALSE(contains(scm({"show", kRegistry, "utilities", "rt_sat_s32"}).out, "IncludeMaxIdLength"));
+    const std::string constants = scm({"export", kRegistry, "constants"}).out;  // as list takes it
+    EXPECT_EQ(countOf(constants, "\n"), 2u);
+    EXPECT_EQ(scm({"export", kRegistry, "--category", "SCM_SHARED_CONSTANTS"}).out, constants);
 }
 
 TEST_F(ScmInspect, StatsCountCategoriesAndTheModelsSharingEachPiece) {
