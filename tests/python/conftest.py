@@ -42,6 +42,14 @@ def state_of(obj):
             **{name: getattr(obj, name) for name in all_properties(type(obj))}}
 
 
+def entries_of(registry):
+    """Every stored entry of four categories as plain data: category -> [[identity, data]]."""
+    return {category: [[state_of(i), state_of(registry.retrieveData(i))]
+                       for i in registry.retrieveAllIdentities(category)]
+            for category in ("SCM_UTILITIES", "SCM_SHARED_FUNCTIONS", "SCM_SHARED_DATA",
+                             "SCM_SHARED_CONSTANTS")}
+
+
 def python_environment():
     """The environment of a new interpreter that imports this same package, from any directory."""
     package_parent = os.path.dirname(os.path.dirname(os.path.abspath(scm.__file__)))

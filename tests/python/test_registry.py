@@ -13,20 +13,16 @@ import time
 import pytest
 
 import SharedCodeManager as scm
-from conftest import python_environment, run_python, sqlite_only, state_of
+from conftest import entries_of, python_environment, run_python, sqlite_only
 
 # Prints every stored entry of the registry in argv[1] as JSON: category -> list of
 # [identity state, data state].
 DUMP_REGISTRY = """
 import json, sys
 import SharedCodeManager as scm
-from conftest import state_of
+from conftest import entries_of
 with scm.SharedCodeManagerInterface(sys.argv[1]) as registry:
-    entries = {category: [[state_of(i), state_of(registry.retrieveData(i))]
-                          for i in registry.retrieveAllIdentities(category)]
-               for category in ("SCM_UTILITIES", "SCM_SHARED_FUNCTIONS", "SCM_SHARED_DATA",
-                                "SCM_SHARED_CONSTANTS")}
-print(json.dumps(entries))
+    print(json.dumps(entries_of(registry)))
 """
 
 TESTS_DIR = pathlib.Path(__file__).parent
@@ -85,26 +81,13 @@ class TestSession:
             assert registry.retrieveDataForName("SCM_SHARED_DATA", "D").Definition == "int D;"
             assert registry.retrieveDataForName("SCM_SHARED_DATA", "none") is None
             assert registry.retrieveIdentityForName("SCM_SHARED_DATA", "none") is None
-            here = {category: [[state_of(i), state_of(registry.retrieveData(i))]
-                               for i in registry.retrieveAllIdentities(category)]
-                    for category in ("SCM_UTILITIES", "SCM_SHARED_FUNCTIONS", "SCM_SHARED_DATA",
-                                     "SCM_SHARED_CONSTANTS")}
+            here = entries_of(registry)
 
         assert dump_in_new_interpreter(registry_path) == here
         assert here["SCM_SHARED_DATA"][0][1]["MemSecPrePragma"] == -3
 
-    def test_8_bit_texts_survive_the_file_and_a_new_interpreter(self, registry_path):
-        name = bytes(range(256)).decode("utf-8", "surrogateescape")
-        with scm.SharedCodeManagerInterface(str(registry_path)) as registry:
-            assert registry.registerData(*utility_entry("rt_bytes", name, "m\udcfe")) \
-                == "IS_REGISTERED"
-        reopened = dump_in_new_interpreter(registry_path)["SCM_UTILITIES"]
-        identity, data = reopened[0]
-        assert data["Name"] == name
-        assert data["ModelNames"] == ["m\udcfe"]
-
     def test_a_batch_with_too_few_records_registers_the_first_pairs_then_raises(
-            self, registry_path, monkeypatch):
+            self, registry_path):
         with scm.SharedCodeManagerInterface(str(registry_path)) as registry:
             first, second = scm.BasicUtilityIdentity("a"), scm.BasicUtilityIdentity("b")
             with pytest.raises(IndexError):
@@ -134,19 +117,14 @@ class TestSession:
 
 
 class TestLifetime:
-    def test_leaving_the_with_block_finalizes_and_closes(self, registry_path):
-        with scm.SharedCodeManagerInterface(str(registry_path)) as registry:
-            registry.registerDataUsingCaching(*utility_entry("rt_foo", "foo", "m1"))
-        with pytest.raises(ValueError, match="closed"):
-            registry.retrieveAllData("SCM_UTILITIES")
-        registry.close()  # again: nothing happens
-        assert len(dump_in_new_interpreter(registry_path)["SCM_UTILITIES"]) == 1
-
-    def test_the_block_finalizes_also_when_it_raises(self, registry_path):
+    def test_leaving_the_with_block_finalizes_and_closes_also_when_it_raises(self, registry_path):
         with pytest.raises(KeyError):
             with scm.SharedCodeManagerInterface(str(registry_path)) as registry:
                 registry.registerDataUsingCaching(*utility_entry("rt_foo", "foo", "m1"))
                 raise KeyError("generator failed")
+        with pytest.raises(ValueError, match="closed"):
+            registry.retrieveAllData("SCM_UTILITIES")
+        registry.close()  # again: nothing happens
         assert len(dump_in_new_interpreter(registry_path)["SCM_UTILITIES"]) == 1
 
     @sqlite_only("holds the write lock through SQLite")

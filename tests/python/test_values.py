@@ -15,35 +15,19 @@ def raised_error(call):
     return raised.value
 
 
-class TestChecksums:
-    def test_worked_values(self):
-        assert scm.BasicUtilityIdentity("rt_foo").Checksum == "dGfL8aBULDXcmtIhYfhCcE"
-        identity = scm.BasicUtilityIdentity("rt_foo", SymbolString="rtfoo",
-                                            IncludeMaxIdLength=False)
-        assert identity.Checksum == "CC3DRqMXZn6KJqqTPaQNvG"
-        identity.IncludeMaxIdLength = True
-        identity.MaximumIdentifierLength = 31
-        assert identity.Checksum == "b93dUxijR9eIg7SpoIgQyF"
-        assert scm.SharedFunctionIdentity(1, 2, 3, 4).Checksum == "U4NdP7g6UUORzSSeCh2CSC"
-        assert scm.GenericIdentity("SCM_SHARED_TYPES").Checksum == "UZNV6GSDjNHqUjgyPa3PcG"
-
 class TestCategoryText:
-    @pytest.mark.parametrize("name", ["SCM_UTILITIES", "SCM_SHARED_FUNCTIONS", "SCM_SHARED_TYPES",
-                                      "SCM_OTHER", "SCM_NUM", "SCM_SHARED_DATA",
-                                      "SCM_SHARED_CONSTANTS"])
-    def test_each_category_name_goes_in_and_comes_out(self, name):
-        identity = scm.GenericIdentity(name, "x")
-        assert identity.Type == name
-        assert identity.getType() == name
-        identity.Type = "SCM_OTHER"
-        assert identity.Type == "SCM_OTHER"
-
-    @pytest.mark.parametrize("unknown", ["scm_shared_data", "", "SHARED_DATA", "\udcff"])
-    def test_unknown_names_mean_utilities(self, unknown):
-        assert scm.GenericIdentity(unknown).Type == "SCM_UTILITIES"
-        identity = scm.SharedDataIdentity()
-        identity.Type = unknown
-        assert identity.getType() == "SCM_UTILITIES"
+    def test_category_names_go_in_and_come_out_and_unknown_ones_mean_utilities(self):
+        for name in ("SCM_UTILITIES", "SCM_SHARED_FUNCTIONS", "SCM_SHARED_TYPES", "SCM_OTHER",
+                     "SCM_NUM", "SCM_SHARED_DATA", "SCM_SHARED_CONSTANTS"):
+            identity = scm.GenericIdentity(name, "x")
+            assert (identity.Type, identity.getType()) == (name, name)
+            identity.Type = "SCM_OTHER"
+            assert identity.Type == "SCM_OTHER"
+        for unknown in ("scm_shared_data", "", "SHARED_DATA", "\udcff"):
+            assert scm.GenericIdentity(unknown).Type == "SCM_UTILITIES"
+            identity = scm.SharedDataIdentity()
+            identity.Type = unknown
+            assert identity.getType() == "SCM_UTILITIES"
 
 
 class TestTexts:
@@ -65,27 +49,20 @@ class TestTexts:
         with pytest.raises(UnicodeEncodeError):
             scm.Data("\ud800")
 
-    def test_text_lists_are_lists_of_str_from_lists_or_tuples(self):
+    def test_text_lists_come_from_lists_or_tuples_of_texts_and_name_the_bad_element(self):
         record = scm.BasicUtilityData()
         record.ModelNames = ("m1", "m\udc80")
         assert record.ModelNames == ["m1", "m\udc80"]
         record.ModelNames = []
         assert record.ModelNames == []
-
-    def test_a_text_list_from_a_plain_text_is_refused(self):
-        record = scm.BasicUtilityData()
         error = raised_error(lambda: setattr(record, "ModelNames", "m1"))
-        assert error.identifier == "kobj:errorMustBeCellArray"
-        assert error.index is None
-
-    def test_a_list_with_a_number_reports_its_index(self):
-        record = scm.BasicUtilityData()
+        assert (error.identifier, error.index) == ("kobj:errorMustBeCellArray", None)
         for bad in (["a", "b", 3], ["a", "b", None], ["a", "b", ["c"]], ["a", "b", scm.Data()]):
             error = raised_error(lambda: setattr(record, "Children", bad))
-            assert error.identifier == "kobj:errorMustBeString"
-            assert error.index == 2
+            assert (error.identifier, error.index) == ("kobj:errorMustBeString", 2)
             assert isinstance(error, TypeError)
         assert record.Children == [], "a refused list changes nothing"
+
 
 class TestFlagsAndIntegers:
     def test_flags_are_bool_and_integers_are_not_flags(self):
@@ -95,27 +72,22 @@ class TestFlagsAndIntegers:
         error = raised_error(lambda: setattr(record, "IsComplex", 1))
         assert error.identifier == "kobj:errorMustBeLogicalScalar"
 
-    def test_int32_range(self):
-        record = scm.SharedData()
-        for value in (-2**31, 2**31 - 1, 0):
-            record.MemSecAddPragma = value
-            assert record.MemSecAddPragma == value
-        error = raised_error(lambda: setattr(record, "MemSecAddPragma", 2**31))
-        assert error.identifier == "kobj:errorMustBeInt32Scalar"
-        with pytest.raises(OverflowError):
-            record.MemSecAddPragma = -2**31 - 1
-
-    def test_uint32_range(self):
-        identity = scm.SharedFunctionIdentity()
-        for value in (0, 2**31, 2**32 - 1):
-            identity.ChecksumElement2 = value
-            assert identity.ChecksumElement2 == value
-        error = raised_error(lambda: setattr(identity, "ChecksumElement2", -1))
-        assert error.identifier == "kobj:errorMustBeUInt32Scalar"
-        for value in (2**32, 10**30, -10**30):
+    @pytest.mark.parametrize("make, name, kept, refused, identifier, overflowing", [
+        (scm.SharedData, "MemSecAddPragma", (-2**31, 2**31 - 1, 0), 2**31,
+         "kobj:errorMustBeInt32Scalar", (-2**31 - 1,)),
+        (scm.SharedFunctionIdentity, "ChecksumElement2", (0, 2**31, 2**32 - 1), -1,
+         "kobj:errorMustBeUInt32Scalar", (2**32, 10**30, -10**30)),
+    ])
+    def test_integer_ranges(self, make, name, kept, refused, identifier, overflowing):
+        obj = make()
+        for value in kept:
+            setattr(obj, name, value)
+            assert getattr(obj, name) == value
+        assert raised_error(lambda: setattr(obj, name, refused)).identifier == identifier
+        for value in overflowing:
             with pytest.raises(OverflowError, match="out of range"):
-                identity.ChecksumElement2 = value
-        assert identity.ChecksumElement2 == 2**32 - 1, "refused values change nothing"
+                setattr(obj, name, value)
+        assert getattr(obj, name) == kept[-1], "refused values change nothing"
 
     def test_integer_types_other_than_int_are_accepted(self):
         class Number:

@@ -1,6 +1,6 @@
 #pragma once
 
-// Runs the built scm program as a user would, in a temporary directory.
+// Runs the built scm program as a user would, in a temporary directory with a registry of its own.
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "SCMVrexDataAdapter.hpp"
+#include "support/TestRegistry.hpp"
 #include "vrex/VrexTestSupport.hpp"
 
 namespace scm_test {
@@ -20,20 +22,19 @@ struct ToolRun {
     std::string err;
 };
 
-// How the program is started, beyond its arguments.
-struct RunSetup {
-    std::string input = "/dev/null";  // standard input: a path relative to the directory
-    // Standard output: "" captures it into ToolRun::out; kClosedOutput closes it, kClosedPipe
-    // makes it a pipe nobody reads; any other text is a path it is written to (/dev/full).
-    std::string output;
-    std::vector<std::pair<std::string, std::string>> environment;  // set in the program's
-    bool unprivileged = false;  // run as nobody when the tests run as the superuser
-};
+// Standard output: "" captures it into ToolRun::out; kClosedOutput closes it, kClosedPipe makes
+// it a pipe nobody reads; any other text is a path it is written to (/dev/full).
 inline const std::string kClosedOutput = "<closed>";
 inline const std::string kClosedPipe = "<closed pipe>";
 constexpr uid_t kNobody = 65534;
 
-namespace detail {
+// How the program is started, beyond its arguments.
+struct RunSetup {
+    std::string input = "/dev/null";  // standard input: a path relative to the directory
+    std::string output;
+    std::vector<std::pair<std::string, std::string>> environment;  // set in the program's
+    bool unprivileged = false;  // run as nobody when the tests run as the superuser
+};
 
 // In the child: standard output as `setup` wants it, or false.
 inline bool redirectOutput(const RunSetup& setup, const std::string& captureFile) {
@@ -47,8 +48,6 @@ inline bool redirectOutput(const RunSetup& setup, const std::string& captureFile
     return out >= 0 && dup2(out, 1) == 1;
 }
 
-}  // namespace detail
-
 // Runs `scm arguments...` with `directory` as working directory, as `setup` says.
 inline ToolRun runScm(const std::vector<std::string>& arguments, const std::string& directory,
                       const RunSetup& setup) {
@@ -60,7 +59,7 @@ inline ToolRun runScm(const std::vector<std::string>& arguments, const std::stri
         if (chdir(directory.c_str()) != 0) _exit(127);
         const int in = open(setup.input.c_str(), O_RDONLY);
         const int err = open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        if (in < 0 || err < 0 || !detail::redirectOutput(setup, outFile)) _exit(127);
+        if (in < 0 || err < 0 || !redirectOutput(setup, outFile)) _exit(127);
         dup2(in, 0);
         dup2(err, 2);
         for (const auto& [name, value] : setup.environment) setenv(name.c_str(), value.c_str(), 1);
@@ -83,18 +82,62 @@ inline ToolRun runScm(const std::vector<std::string>& arguments, const std::stri
     return run;
 }
 
-// The same with standard input read from `input` (a path relative to the directory).
-inline ToolRun runScm(const std::vector<std::string>& arguments, const std::string& directory,
-                      const std::string& input = "/dev/null") {
-    RunSetup setup;
-    setup.input = input;
-    return runScm(arguments, directory, setup);
-}
-
 inline std::string example(const std::string& name) { return std::string(SCM_EXAMPLES) + "/" + name; }
 
 inline bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
+
+inline std::size_t countOf(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+// A manifest line of a utility named `name`.
+inline std::string utilityLine(const std::string& name) {
+    return "{\"identity\": {\"class\": \"BasicUtilityIdentity\", \"UtilityIdentifier\": \"" + name +
+           "\"}, \"data\": {\"class\": \"BasicUtilityData\", \"Name\": \"" + name +
+           "\", \"Identifier\": \"" + name + "\"}}";
+}
+
+// Stands for the sandbox's registry among the arguments of ToolSandbox::scm.
+inline const std::string kRegistry = "{registry}";
+
+// A temporary directory holding a registry (on the selected driver), where scm runs.
+class ToolSandbox {
+public:
+    ToolRun scm(std::vector<std::string> arguments, const RunSetup& setup = RunSetup()) {
+        for (std::string& argument : arguments) {
+            if (argument == kRegistry) argument = registry();
+        }
+        return runScm(arguments, dir_.path().string(), setup);
+    }
+    ToolRun scmReading(const std::vector<std::string>& arguments, const std::string& input) {
+        RunSetup setup;
+        setup.input = input;
+        return scm(arguments, setup);
+    }
+    ToolRun registerExamples(const std::vector<std::string>& options = {}) {
+        std::vector<std::string> arguments{"register", kRegistry, example("model_a.jsonl"),
+                                           example("model_b.jsonl"), example("model_c.jsonl")};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return scm(arguments);
+    }
+    void writeManifest(const std::string& name, const std::vector<std::string>& lines) {
+        std::string text;
+        for (const std::string& line : lines) text += line + "\n";
+        vrex_test::writeBytes(file(name), text);
+    }
+    std::string file(const std::string& name) const { return dir_.file(name); }
+    const std::string& registry() const { return registry_.location(); }
+    // The registry as the tool prints it: a URI without its password.
+    std::string printedRegistry() const { return SCM::getPrintableRegistryName(registry()); }
+
+    vrex_test::TempDir dir_;
+    TestRegistry registry_{dir_.file("registry.scm")};
+};
 
 }  // namespace scm_test
