@@ -343,13 +343,21 @@ TEST_F(TransactionTest, AWriterThatTimesOutSaysTheRegistryIsLocked) {
 // write lock taken late (at the first write instead of the begin) fails it.
 TEST(ConcurrentProcesses, LookUpThenCreateOrMergeIsAtomic) {
     scm_test::TestRegistry registry;
-    const std::string location = registry.location();  // made by whichever process comes first
-    int barrier[2];
-    ASSERT_EQ(pipe(barrier), 0);
+    const std::string location = registry.location();
+    {
+        vrex::DataModelRepository maker;  // the processes start on a registry that exists
+        ASSERT_EQ(openRepository(maker, location), "");
+    }
+    int ready[2], go[2];
+    ASSERT_EQ(pipe(ready), 0);
+    ASSERT_EQ(pipe(go), 0);
     auto registerKeys = [&](int first, int last, const std::string& who) {
-        char go;
+        char byte = 'r';
         vrex::DataModelRepository repository;
-        if (read(barrier[0], &go, 1) != 1 || !openRepository(repository, location).empty()) return 20;
+        if (!openRepository(repository, location).empty() || write(ready[1], &byte, 1) != 1 ||
+            read(go[0], &byte, 1) != 1) {
+            return 20;
+        }
         const Category category(repository, "SCM_SHARED_FUNCTIONS");
         for (int key = first; key < last; ++key) {
             Diagnostics diagnostics;
@@ -375,10 +383,11 @@ TEST(ConcurrentProcesses, LookUpThenCreateOrMergeIsAtomic) {
         ASSERT_NE(children[i], -1);
         if (children[i] == 0) _exit(i == 0 ? registerKeys(0, 80, "A") : registerKeys(40, 120, "B"));
     }
-    ASSERT_EQ(write(barrier[1], "gg", 2), 2);
+    char byte;
+    ASSERT_TRUE(read(ready[0], &byte, 1) == 1 && read(ready[0], &byte, 1) == 1);  // both opened
+    ASSERT_EQ(write(go[1], "gg", 2), 2);
     for (pid_t child : children) EXPECT_EQ(exitStatusOf(child), 0);
-    close(barrier[0]);
-    close(barrier[1]);
+    for (int fd : {ready[0], ready[1], go[0], go[1]}) close(fd);
 
     vrex::DataModelRepository repository;
     ASSERT_EQ(openRepository(repository, location), "");
