@@ -1,6 +1,8 @@
 #include "reliability/Workload.hpp"
 
 #include <algorithm>
+#include <cstring>
+#include <iostream>
 
 #include "kobj/ObjectEncoding.hpp"
 
@@ -9,9 +11,6 @@ namespace reliability {
 using namespace SCM;
 
 namespace {
-
-const SCMTypes kCategories[] = {SCM_UTILITIES, SCM_SHARED_FUNCTIONS, SCM_SHARED_TYPES,
-                                SCM_OTHER,     SCM_SHARED_DATA,      SCM_SHARED_CONSTANTS};
 
 // FNV-1a: a stable choice of which contributors switch a constant on.
 unsigned stableHash(const std::string& text) {
@@ -77,30 +76,15 @@ Contribution constant(unsigned key, const std::string& contributor) {
 
 }  // namespace
 
-SCMTypes categoryOf(unsigned key) { return kCategories[key % 6]; }
-
 Contribution contribution(unsigned key, const std::string& contributor) {
-    switch (categoryOf(key)) {
-        case SCM_UTILITIES: return utility(key, contributor);
-        case SCM_SHARED_FUNCTIONS: return sharedFunction(key);
-        case SCM_SHARED_TYPES: return sharedType(key);
-        case SCM_OTHER: return multiword(key, contributor);
-        case SCM_SHARED_DATA: return sharedData(key);
+    switch (key % 6) {
+        case 0: return utility(key, contributor);
+        case 1: return sharedFunction(key);
+        case 2: return sharedType(key);
+        case 3: return multiword(key, contributor);
+        case 4: return sharedData(key);
         default: return constant(key, contributor);
     }
-}
-
-std::unique_ptr<SCMData> mergedRecord(unsigned key, const std::vector<std::string>& contributors) {
-    std::unique_ptr<SCMData> merged;
-    for (const std::string& contributor : contributors) {
-        Contribution next = contribution(key, contributor);
-        if (merged == nullptr) {
-            merged = std::move(next.data);
-        } else {
-            merged->update(next.data.get());
-        }
-    }
-    return merged;
 }
 
 std::string canonical(const SCMData& record) {
@@ -115,6 +99,72 @@ std::string canonical(const SCMData& record) {
         functions->setFcnNames(names);
     }
     return kobj::encodeObject(copy->toScriptValue());
+}
+
+const SCMData* RegistryContents::find(SCMIdentity& identity) const {
+    auto found = records.find(identity.getTypeString() + "/" + identity.getChecksum());
+    return found == records.end() ? nullptr : found->second.get();
+}
+
+RegistryContents checkRegistry(const std::string& location) {
+    RegistryContents contents;
+    SCMRegistryInspector registry(location);
+    if (!registry.isOpen()) {
+        contents.problems.push_back("cannot open: " + registry.getOpenError());
+        return contents;
+    }
+    contents.opened = true;
+    auto problems = tvdiag::util::diagnostics::getEmptyInstance();
+    auto error = tvdiag::util::diagnostics::getEmptyInstance();
+    registry.checkEntries(problems, error);
+    for (const auto* found : {&problems, &error}) {
+        for (const tvdiag::util::diagnostic& problem : found->records()) {
+            contents.problems.push_back(problem.identifier + ": " + problem.message);
+        }
+    }
+    for (SCMTypes type : {SCM_UTILITIES, SCM_SHARED_FUNCTIONS, SCM_SHARED_TYPES, SCM_OTHER, SCM_NUM,
+                          SCM_SHARED_DATA, SCM_SHARED_CONSTANTS}) {
+        for (const SCMIdentityDataPair& pair : registry.getAllEntries(type)) {
+            std::unique_ptr<SCMIdentity> identity(pair.first);
+            std::unique_ptr<SCMData> record(pair.second);
+            ++contents.objects;
+            // The first of a duplicate, as look-ups do (the check reports duplicates).
+            contents.records.emplace(identity->getTypeString() + "/" + identity->getChecksum(), std::move(record));
+        }
+    }
+    return contents;
+}
+
+unsigned compareRecords(const RegistryContents& contents, const ExpectedRecords& expected,
+                        const std::string& context) {
+    unsigned differences = 0;
+    auto report = [&](const std::string& text) {
+        if (++differences <= 10) std::cout << context << text << '\n';
+    };
+    if (contents.objects != expected.size()) {
+        report(std::to_string(contents.objects) + " objects, expected " + std::to_string(expected.size()));
+    }
+    for (const auto& [key, record] : expected) {
+        Contribution probe = contribution(key, "probe");
+        const SCMData* stored = contents.find(*probe.identity);
+        if (stored == nullptr || canonical(*stored) != canonical(*record)) {
+            report("key " + std::to_string(key) + ": stored " + (stored ? canonical(*stored) : "nothing") +
+                   "\n  expected " + canonical(*record));
+        }
+    }
+    return differences;
+}
+
+std::string optionText(int argc, char** argv, const char* name, const std::string& fallback) {
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (std::strcmp(argv[i], name) == 0) return argv[i + 1];
+    }
+    return fallback;
+}
+
+unsigned optionNumber(int argc, char** argv, const char* name, unsigned fallback) {
+    const std::string text = optionText(argc, argv, name, "");
+    return text.empty() ? fallback : static_cast<unsigned>(std::stoul(text));
 }
 
 }  // namespace reliability

@@ -1,9 +1,9 @@
 #pragma once
 
-// The registrations the reliability programs make: for each key number a deterministic entry of
-// one of the six categories, whose record depends on who contributes it, so that registering one
-// key from several contributors merges and grows the stored record.
+// What the reliability programs share: the registrations they make, their command-line options,
+// and one way to read a registry back and compare it with what must be stored.
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,24 +18,42 @@ struct Contribution {
     std::unique_ptr<SCM::SCMData> data;
 };
 
-// Key number k belongs to category categoryOf(k); the six categories take turns.
-SCM::SCMTypes categoryOf(unsigned key);
-
-// What `contributor` (a short tag such as "p3" or "r7s12") registers for key number `key`:
-//  - utilities add the contributor to ModelNames and a traceability entry "<contributor>:blk<k>";
-//  - SCM_OTHER entries are multiword function lists that gain "mw<k>_<contributor>";
-//  - constants are switched on for generation by some contributors;
-//  - shared functions, types and data are equal for every contributor (merges keep them).
-// Every other field is a function of the key alone, so the merge of any set of contributions
-// does not depend on their order, except for the order of the grown lists.
+// What `contributor` (a short tag such as "p3" or "r7s12") registers for key number `key`; the six
+// categories take turns. Utilities gain the contributor in ModelNames and a traceability entry,
+// SCM_OTHER function lists gain a name of the contributor's, constants are switched on by some
+// contributors; shared functions, types and data are equal for every contributor. So merging
+// contributions grows records, and the result does not depend on their order except for the
+// order of the grown lists.
 Contribution contribution(unsigned key, const std::string& contributor);
 
-// The record that merging `contributors`' records for `key` by the merge rules gives: the first
-// record, updated with each following one. Null for no contributors.
-std::unique_ptr<SCM::SCMData> mergedRecord(unsigned key, const std::vector<std::string>& contributors);
-
-// A text that is equal for two records exactly when they hold the same class and fields, with the
-// lists that merges grow (model names, multiword functions) taken in sorted order.
+// A text equal for two records exactly when they hold the same class and fields, the lists that
+// merges grow taken in sorted order.
 std::string canonical(const SCM::SCMData& record);
+
+// The records expected in a registry, by key number.
+using ExpectedRecords = std::map<unsigned, std::unique_ptr<SCM::SCMData>>;
+
+// A registry as read back: the result of the integrity check `scm check` runs, and every entry.
+struct RegistryContents {
+    bool opened = false;
+    std::vector<std::string> problems;  // one line each; empty for a sound registry
+    std::size_t objects = 0;            // in every category
+    std::map<std::string, std::unique_ptr<SCM::SCMData>> records;  // by "<category>/<checksum>"
+
+    bool sound() const { return opened && problems.empty(); }
+    const SCM::SCMData* find(SCM::SCMIdentity& identity) const;  // null when absent
+};
+
+// Opens `location`, checks it and reads every entry. Never throws for a bad registry.
+RegistryContents checkRegistry(const std::string& location);
+
+// The differences between `contents` and `expected` (a key missing or holding another record,
+// objects that no key expects), each printed after `context`, the first ten of them.
+unsigned compareRecords(const RegistryContents& contents, const ExpectedRecords& expected,
+                        const std::string& context);
+
+// The value after `name` on the command line ("--name value"), or `fallback`.
+std::string optionText(int argc, char** argv, const char* name, const std::string& fallback);
+unsigned optionNumber(int argc, char** argv, const char* name, unsigned fallback);
 
 }  // namespace reliability

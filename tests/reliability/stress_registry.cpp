@@ -13,15 +13,11 @@
 
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <optional>
 
-#include "reliability/ProgramOptions.hpp"
-#include "reliability/RegistryCheck.hpp"
 #include "reliability/Workload.hpp"
 #include "support/RegistryDriver.hpp"
 #include "support/TempDir.hpp"
@@ -31,7 +27,6 @@ namespace {
 
 using namespace SCM;
 using namespace reliability;
-namespace fs = std::filesystem;
 
 struct Plan {
     unsigned processes;
@@ -124,9 +119,10 @@ bool runWriters(const Plan& plan) {
     return allExited;
 }
 
-// Who acknowledged each key, from the outcome files; counts the refused registrations.
-std::map<unsigned, std::vector<std::string>> acknowledgements(const Plan& plan, unsigned& refused) {
-    std::map<unsigned, std::vector<std::string>> contributors;
+// The merge of what the processes acknowledged for each key, read from their outcome files;
+// counts the refused registrations.
+ExpectedRecords acknowledgedRecords(const Plan& plan, unsigned& refused) {
+    ExpectedRecords expected;
     refused = 0;
     for (unsigned process = 0; process < plan.processes; ++process) {
         std::ifstream in(outcomeFile(plan, process), std::ios::binary);
@@ -134,43 +130,20 @@ std::map<unsigned, std::vector<std::string>> acknowledgements(const Plan& plan, 
         for (unsigned slot = 0; slot < plan.entries; ++slot) {
             const Registration registration = registrationOf(plan, process, slot);
             const auto outcome = slot < outcomes.size() ? static_cast<SCMRegistry>(outcomes[slot]) : IS_EMPTY;
-            if (acknowledged(outcome, registration.direct)) {
-                contributors[registration.key].push_back(contributorOf(process));
-            } else {
+            if (!acknowledged(outcome, registration.direct)) {
                 ++refused;
+                continue;
             }
-        }
-        fs::remove(outcomeFile(plan, process));
-    }
-    return contributors;
-}
-
-// Compares every key's stored record with the merge of its acknowledged contributions; the
-// number of mismatches, each printed.
-unsigned compareRecords(const RegistryContents& contents,
-                        const std::map<unsigned, std::vector<std::string>>& contributors) {
-    unsigned mismatches = 0;
-    std::map<SCMTypes, std::size_t> expectedCounts;
-    for (const auto& [key, names] : contributors) {
-        ++expectedCounts[categoryOf(key)];
-        Contribution probe = contribution(key, names.front());
-        const SCMData* stored = contents.find(*probe.identity);
-        const std::string expected = canonical(*mergedRecord(key, names));
-        if (stored == nullptr || canonical(*stored) != expected) {
-            if (++mismatches <= 10) {
-                std::cout << "key " << key << ": stored " << (stored ? canonical(*stored) : "nothing")
-                          << "\n  expected " << expected << '\n';
+            Contribution entry = contribution(registration.key, contributorOf(process));
+            auto& record = expected[registration.key];
+            if (record == nullptr) {
+                record = std::move(entry.data);
+            } else {
+                record->update(entry.data.get());
             }
         }
     }
-    for (const auto& [type, count] : expectedCounts) {
-        if (contents.count(type) != count) {
-            std::cout << scmTypeToString(type) << ": " << contents.count(type) << " objects, expected "
-                      << count << '\n';
-            ++mismatches;
-        }
-    }
-    return mismatches;
+    return expected;
 }
 
 }  // namespace
@@ -181,8 +154,7 @@ int main(int argc, char** argv) {
         return scm_test::kSkippedExitCode;
     }
     const scm_test::TempDir work;
-    Plan plan{static_cast<unsigned>(optionNumber(argc, argv, "--processes", 4)),
-              static_cast<unsigned>(optionNumber(argc, argv, "--entries", 1000)),
+    Plan plan{optionNumber(argc, argv, "--processes", 4), optionNumber(argc, argv, "--entries", 1000),
               optionText(argc, argv, "--registry", ""), work.path().string()};
     if (plan.processes == 0 || plan.entries < 2) return 2;
     std::unique_ptr<scm_test::TestRegistry> made;  // the new registry, unless one was given
@@ -198,16 +170,16 @@ int main(int argc, char** argv) {
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
 
     unsigned refused = 0;
-    const auto contributors = acknowledgements(plan, refused);
+    const ExpectedRecords expected = acknowledgedRecords(plan, refused);
     const RegistryContents contents = checkRegistry(plan.registry);
     for (const std::string& problem : contents.problems) std::cout << "check: " << problem << '\n';
-    const unsigned mismatches = compareRecords(contents, contributors);
+    const unsigned mismatches = compareRecords(contents, expected, "");
 
     const unsigned registrations = plan.processes * plan.entries;
     std::printf("registrations %u in %.2f s (%.0f per second), refused %u\n", registrations, seconds,
                 registrations / seconds, refused);
     std::printf("keys %zu, records that differ from the merge of their contributions %u\n",
-                contributors.size(), mismatches);
+                expected.size(), mismatches);
     const bool held = writersOk && refused == 0 && contents.sound() && mismatches == 0;
     std::cout << (held ? "stress: everything held" : "stress: FAILED") << std::endl;
     return held ? 0 : 1;

@@ -30,16 +30,14 @@ namespace {
 using namespace vrex_test;
 using vrex::internal::PostgresUri;
 
-TEST(PostgresUriTest, OnlyPostgresSchemesNameADatabase) {
-    EXPECT_TRUE(PostgresUri::matches("postgresql://host/db"));
-    EXPECT_TRUE(PostgresUri::matches("postgres://u@host:5433/db?sslmode=disable"));
-    EXPECT_FALSE(PostgresUri::matches("postgresql:/host/db"));
-    EXPECT_FALSE(PostgresUri::matches("registry.scm"));
-    EXPECT_FALSE(PostgresUri::matches("./postgresql://x"));
-    EXPECT_FALSE(PostgresUri::matches(""));
-}
-
+// Only postgres schemes name a database; the password never shows.
 TEST(PostgresUriTest, ThePasswordNeverShows) {
+    for (const char* uri : {"postgresql://host/db", "postgres://u@host:5433/db?sslmode=disable"}) {
+        EXPECT_TRUE(PostgresUri::matches(uri)) << uri;
+    }
+    for (const char* path : {"postgresql:/host/db", "registry.scm", "./postgresql://x", ""}) {
+        EXPECT_FALSE(PostgresUri::matches(path)) << path;
+    }
     struct Case {
         const char* uri;
         const char* redacted;
@@ -90,6 +88,12 @@ protected:
         return PQresultErrorMessage(result.get());
     }
 
+    // Ends the registry database's connections that meet `condition` (SQL); "" or the error.
+    std::string terminate(const std::string& condition) const {
+        return admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
+                     "' AND " + condition);
+    }
+
     // The first value of a query on the test database, as text ("" for no row).
     std::string value(const std::string& sql) const {
         std::unique_ptr<PGconn, decltype(&PQfinish)> connection(PQconnectdb(uri_.c_str()), PQfinish);
@@ -121,10 +125,7 @@ protected:
     // Begins a transaction on `waiter` while another connection holds the write lock; the
     // diagnostics. The watchdog ends a wait that outlasts a lost lock timeout.
     std::string beginWhileLocked(vrex::DataModelRepository& waiter) const {
-        return beginGuarded(waiter, [&] {
-            admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
-                  "' AND wait_event_type = 'Lock'");
-        });
+        return beginGuarded(waiter, [&] { terminate("wait_event_type = 'Lock'"); });
     }
 
     // Creates a utility whose checksum is `checksum` in a dictionary function of its own; the
@@ -142,35 +143,25 @@ protected:
         return result;
     }
 
-    static std::string identifiers(const tvdiag::util::diagnostics& diagnostics) {
-        std::string text;
-        for (const auto& record : diagnostics.records()) text += record.identifier + " ";
-        return text;
-    }
-
     std::string server_;
     std::unique_ptr<scm_test::TestRegistry> registry_;
     std::string uri_;
     std::string database_;
 };
 
-TEST_F(PostgresTest, ADatabaseWithTablesOfItsOwnIsRefusedUntouched) {
-    ASSERT_EQ(admin("CREATE TABLE build_results (id integer)", true), "");
+// A database with tables of its own is refused untouched; an empty one is no registry for reading.
+TEST_F(PostgresTest, ADatabaseThatIsNoRegistryIsRefusedUntouched) {
+    vrex::DataModelRepository::Options reading = thingOptions();
+    reading.readOnly = true;
     vrex::DataModelRepository repository;
-    const std::string diagnostics = openRepository(repository, uri_);
-    EXPECT_NE(diagnostics.find("vrex:open:notARegistry"), std::string::npos) << diagnostics;
+    const std::string empty = openRepository(repository, uri_, shippedMetamodel(), reading);
+    EXPECT_NE(empty.find("vrex:open:notFound"), std::string::npos) << empty;
+    ASSERT_EQ(admin("CREATE TABLE build_results (id integer)", true), "");
+    const std::string foreign = openRepository(repository, uri_);
+    EXPECT_NE(foreign.find("vrex:open:notARegistry"), std::string::npos) << foreign;
     EXPECT_FALSE(repository.isOpen());
     EXPECT_EQ(value("SELECT count(*) FROM pg_namespace WHERE nspname = 'scm'"), "0");
     EXPECT_EQ(value("SELECT count(*) FROM pg_tables WHERE schemaname = 'public'"), "1");
-}
-
-TEST_F(PostgresTest, AnEmptyDatabaseIsNoRegistryForReading) {
-    vrex::DataModelRepository::Options options = thingOptions();
-    options.readOnly = true;
-    vrex::DataModelRepository repository;
-    const std::string diagnostics = openRepository(repository, uri_, shippedMetamodel(), options);
-    EXPECT_NE(diagnostics.find("vrex:open:notFound"), std::string::npos) << diagnostics;
-    EXPECT_EQ(value("SELECT count(*) FROM pg_namespace WHERE nspname = 'scm'"), "0");
 }
 
 // A developer's machine reads the farm's registry with a role that may only read: it lists, and
@@ -200,9 +191,10 @@ TEST_F(PostgresTest, AReadOnlyRoleReadsAndIsRefusedForWriting) {
     admin("DROP ROLE " + role);
 }
 
-// A walk through the registry whose connection is cut part way (after its first page of 2000
-// entries) ends with the error: a listing or an export is never silently short.
-TEST_F(PostgresTest, AWalkThroughACutConnectionEndsWithTheError) {
+// A connection cut under a walk through the registry (after its first page of 2000 entries) or
+// under a check ends it with the error: a listing or an export is never silently short, a check
+// reports no problem per entry it could not read.
+TEST_F(PostgresTest, AWalkOrACheckThroughACutConnectionEndsWithTheError) {
     constexpr int kEntries = 2001;
     {
         SCM::SCMVrexDataAdapter writer(uri_, SCM::getMetaModelFile());
@@ -221,35 +213,39 @@ TEST_F(PostgresTest, AWalkThroughACutConnectionEndsWithTheError) {
     reader.visitEntries(
         SCM::SCM_UTILITIES,
         [&](SCM::SCMRegistryInspector::StoredEntry&) {
-            if (++visited == 1) {
-                admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" +
-                      database_ + "' AND pid <> pg_backend_pid()");
-            }
+            if (++visited == 1) terminate("pid <> pg_backend_pid()");
         },
         diagnostics);
     EXPECT_LT(visited, kEntries);
     EXPECT_NE(diagnostics.messages().find("connection"), std::string::npos) << diagnostics.toString();
+
+    SCM::SCMRegistryInspector checker(uri_);
+    ASSERT_EQ(terminate("pid <> pg_backend_pid()"), "");
+    tvdiag::util::diagnostics problems;
+    tvdiag::util::diagnostics error;
+    checker.checkEntries(problems, error);
+    EXPECT_TRUE(problems.empty()) << problems.toString();
+    EXPECT_EQ(error.size(), 1u) << error.toString();
+    EXPECT_NE(error.messages().find("connection"), std::string::npos) << error.toString();
 }
 
-TEST_F(PostgresTest, AWrongPasswordIsReportedWithoutIt) {
+// A wrong password is reported without it; a server that does not answer (port 1 on the loopback)
+// fails the open.
+TEST_F(PostgresTest, AnOpenThatCannotConnectSaysSoWithoutThePassword) {
     const std::size_t scheme = uri_.find("://") + 3;
     const std::size_t at = uri_.find('@', scheme);
     ASSERT_NE(at, std::string::npos) << "the test server's URI names no user";
     const std::string user = uri_.substr(scheme, uri_.find_first_of(":@", scheme) - scheme);
     const std::string wrong = uri_.substr(0, scheme) + user + ":Wr0ng%21Secret" + uri_.substr(at);
+    for (const std::string& uri : {wrong, std::string("postgresql://nobody@127.0.0.1:1/none")}) {
+        vrex::DataModelRepository repository;
+        const std::string diagnostics = openRepository(repository, uri);
+        EXPECT_NE(diagnostics.find("vrex:open:cannotConnect"), std::string::npos) << diagnostics;
+        EXPECT_EQ(diagnostics.find("Wr0ng"), std::string::npos) << diagnostics;
+        EXPECT_FALSE(repository.isOpen());
+    }
     vrex::DataModelRepository repository;
-    const std::string diagnostics = openRepository(repository, wrong);
-    EXPECT_NE(diagnostics.find("vrex:open:cannotConnect"), std::string::npos) << diagnostics;
-    EXPECT_EQ(diagnostics.find("Wr0ng"), std::string::npos) << diagnostics;
-    EXPECT_NE(diagnostics.find(user + ":***@"), std::string::npos) << diagnostics;
-}
-
-TEST_F(PostgresTest, AServerThatDoesNotAnswerFailsTheOpen) {
-    vrex::DataModelRepository repository;
-    // Port 1 on the loopback: nothing listens there.
-    const std::string diagnostics = openRepository(repository, "postgresql://nobody@127.0.0.1:1/none");
-    EXPECT_NE(diagnostics.find("vrex:open:cannotConnect"), std::string::npos) << diagnostics;
-    EXPECT_FALSE(repository.isOpen());
+    EXPECT_NE(openRepository(repository, wrong).find(user + ":***@"), std::string::npos);
 }
 
 // A transaction whose connection is lost is lost whole: nothing later in it reconnects or falls
@@ -264,9 +260,7 @@ TEST_F(PostgresTest, ALostConnectionEndsTheTransactionAndTheNextOneConnectsAgain
     repository.setPropertyValue(lost, utilities.checksum, qaArray::fromText("lost"), diagnostics);
     ASSERT_EQ(diagnostics.toString(), "");
 
-    ASSERT_EQ(admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
-                    "' AND pid <> pg_backend_pid()"),
-              "");
+    ASSERT_EQ(terminate("pid <> pg_backend_pid()"), "");
     auto createNamed = [&](const char* checksum) { return identifiers(createUtility(repository, checksum)); };
     EXPECT_NE(createNamed("first after"), "");  // finds the connection lost
     EXPECT_EQ(createNamed("second after"), "vrex:transaction:lost ");
@@ -320,9 +314,7 @@ TEST_F(PostgresTest, AWriterWaitsForTheWriteLockNoLongerThanTheBusyTimeout) {
     EXPECT_TRUE(allObjects(waiter, utilities).empty());
 
     // A connection made again after it was lost keeps the busy timeout.
-    ASSERT_EQ(admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
-                    "' AND state = 'idle'"),
-              "");
+    ASSERT_EQ(terminate("state = 'idle'"), "");
     const std::string refusedAgain = beginWhileLocked(waiter);
     EXPECT_NE(refusedAgain.find("locked by another process"), std::string::npos) << refusedAgain;
 
@@ -404,28 +396,6 @@ TEST_F(PostgresTest, TheCheckNamesEveryDroppedOrAlteredPart) {
         repository.checkIntegrity(diagnostics);
         EXPECT_EQ(diagnostics.toString().find(c.named) == std::string::npos, c.madeAgain) << diagnostics.toString();
     }
-}
-
-// A connection cut under a check ends it with the error, not a problem per entry.
-TEST_F(PostgresTest, ACheckThroughACutConnectionEndsWithOneError) {
-    {
-        SCM::SCMVrexDataAdapter writer(uri_, SCM::getMetaModelFile());
-        for (int i = 1; i <= 3; ++i) {
-            SCM::SCMBasicUtilityIdentity key("u" + std::to_string(i));
-            SCM::SCMBasicUtilityData record("u", "u");
-            ASSERT_EQ(writer.insertValueInTransaction(&key, &record), SCM::IS_REGISTERED);
-        }
-    }
-    SCM::SCMRegistryInspector reader(uri_);
-    ASSERT_EQ(admin("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '" + database_ +
-                    "' AND pid <> pg_backend_pid()"),
-              "");
-    tvdiag::util::diagnostics problems;
-    tvdiag::util::diagnostics error;
-    reader.checkEntries(problems, error);
-    EXPECT_TRUE(problems.empty()) << problems.toString();
-    EXPECT_EQ(error.size(), 1u) << error.toString();
-    EXPECT_NE(error.messages().find("connection"), std::string::npos) << error.toString();
 }
 
 }  // namespace

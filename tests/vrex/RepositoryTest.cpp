@@ -9,6 +9,7 @@ namespace {
 
 using namespace vrex_test;
 using vrex::PropertyValueMatchRelation;
+using Diagnostics = tvdiag::util::diagnostics;
 
 // All a registry holds, to compare before and after: a file's bytes; for a database, its
 // registry's columns and the text of every row of the utilities' table.
@@ -33,14 +34,33 @@ std::string storedState(const std::string& location) {
 // The text of a character value; "" for an unset property ([]).
 std::string textOf(const qaArray& value) { return value.kind() == qaArray::Kind::Char ? value.text() : ""; }
 
+// "checksum/name/identity/data" of every object `repository` finds, one per line.
+std::string listing(vrex::DataModelRepository& repository, const std::string& className,
+                    const vrex::MatchConstraints& constraints = {}) {
+    const Category category(repository, className);
+    Diagnostics diagnostics;
+    std::vector<vrex::ObjectRef> objects;
+    repository.findObjects(category.cls, constraints, objects, diagnostics);
+    std::string text;
+    for (const vrex::ObjectRef& object : objects) {
+        text += textOf(repository.getPropertyValue(object, category.checksum, diagnostics)) + "/" +
+                textOf(repository.getPropertyValue(object, category.name, diagnostics)) + "/" +
+                payloadOf(repository.getPropertyValue(object, category.identity, diagnostics)) + "/" +
+                payloadOf(repository.getPropertyValue(object, category.data, diagnostics)) + "\n";
+    }
+    EXPECT_EQ(diagnostics.toString(), "");
+    return text;
+}
+
 class RepositoryTest : public ::testing::Test {
-protected:
+public:
     void SetUp() override { ASSERT_EQ(openRepository(repository_, location_), ""); }
 
     // Creates one object with all four properties; fails the test on any diagnostic.
-    vrex::ObjectRef add(const Category& category, const std::string& checksum, const std::string& name,
+    vrex::ObjectRef add(const std::string& className, const std::string& checksum, const std::string& name,
                         const std::string& payload) {
-        tvdiag::util::diagnostics diagnostics;
+        const Category category(repository_, className);
+        Diagnostics diagnostics;
         vrex::ObjectRef object = repository_.createObject(category.cls, diagnostics);
         Thing identity("id-" + payload);
         Thing data(payload);
@@ -52,20 +72,10 @@ protected:
         return object;
     }
 
-    // "checksum/name/identity/data" of every object found, one per line.
-    std::string listing(const Category& category, const vrex::MatchConstraints& constraints = {}) {
-        tvdiag::util::diagnostics diagnostics;
-        std::vector<vrex::ObjectRef> objects;
-        repository_.findObjects(category.cls, constraints, objects, diagnostics);
-        std::string text;
-        for (const vrex::ObjectRef& object : objects) {
-            text += textOf(repository_.getPropertyValue(object, category.checksum, diagnostics)) + "/" +
-                    textOf(repository_.getPropertyValue(object, category.name, diagnostics)) + "/" +
-                    payloadOf(repository_.getPropertyValue(object, category.identity, diagnostics)) + "/" +
-                    payloadOf(repository_.getPropertyValue(object, category.data, diagnostics)) + "\n";
-        }
-        EXPECT_EQ(diagnostics.toString(), "");
-        return text;
+    // Closes the repository and opens it again with `options`.
+    void reopen(const vrex::DataModelRepository::Options& options = thingOptions()) {
+        repository_.close();
+        ASSERT_EQ(openRepository(repository_, location_, shippedMetamodel(), options), "");
     }
 
     TempDir dir_;  // metamodel variants
@@ -74,73 +84,55 @@ protected:
     vrex::DataModelRepository repository_;
 };
 
-TEST_F(RepositoryTest, ObjectsRoundTripThroughTheFileInCreationOrder) {
-    Category functions(repository_, "SCM_SHARED_FUNCTIONS");
-    add(functions, "zzz", "last_name", "first");
-    add(functions, "aaa", "first_name", "second");
-    add(functions, "mmm", "middle", "third");
-    Category types(repository_, "SCM_SHARED_TYPES");
-    add(types, "aaa", "a_type", "type");
-    repository_.close();
-
-    ASSERT_EQ(openRepository(repository_, location_), "");
-    Category reopened(repository_, "SCM_SHARED_FUNCTIONS");
-    EXPECT_EQ(listing(reopened),
-              "zzz/last_name/id-first/first\naaa/first_name/id-second/second\nmmm/middle/id-third/third\n");
-    EXPECT_EQ(listing(Category(repository_, "SCM_SHARED_TYPES")), "aaa/a_type/id-type/type\n");
-    EXPECT_EQ(listing(Category(repository_, "SCM_NUM")), "");
-}
-
-TEST_F(RepositoryTest, EightBitTextKeepsEveryByteAndMatchesExactly) {
-    Category utilities(repository_, "SCM_UTILITIES");
+// Every byte of a text, a NUL included, and every class survive closing and opening again, in
+// creation order; a text matches only itself.
+TEST_F(RepositoryTest, ObjectsRoundTripInCreationOrderWithEveryByte) {
     std::string allBytes;
     for (int byte = 0; byte < 256; ++byte) allBytes += static_cast<char>(byte);
     const std::string withNul("rt_\0tail", 8);
-    vrex::ObjectRef object = add(utilities, allBytes, withNul, "bytes\xff\x01");
-    add(utilities, "other", std::string("rt_"), "prefix");
+    add("SCM_SHARED_FUNCTIONS", "zzz", "last_name", "first");
+    add("SCM_SHARED_FUNCTIONS", "aaa", "first_name", "second");
+    add("SCM_SHARED_TYPES", "aaa", "a_type", "type");
+    add("SCM_UTILITIES", allBytes, withNul, "bytes\xff\x01");
+    add("SCM_UTILITIES", "other", "rt_", "prefix");
+    reopen();
 
-    tvdiag::util::diagnostics diagnostics;
-    EXPECT_EQ(repository_.getPropertyValue(object, utilities.checksum, diagnostics).text(), allBytes);
-    EXPECT_EQ(repository_.getPropertyValue(object, utilities.name, diagnostics).text(), withNul);
-    EXPECT_EQ(payloadOf(repository_.getPropertyValue(object, utilities.data, diagnostics)), "bytes\xff\x01");
-
+    EXPECT_EQ(listing(repository_, "SCM_SHARED_FUNCTIONS"),
+              "zzz/last_name/id-first/first\naaa/first_name/id-second/second\n");
+    EXPECT_EQ(listing(repository_, "SCM_SHARED_TYPES"), "aaa/a_type/id-type/type\n");
+    EXPECT_EQ(listing(repository_, "SCM_NUM"), "");
+    const Category utilities(repository_, "SCM_UTILITIES");
     vrex::MatchConstraints byName;
     byName.add(utilities.name, PropertyValueMatchRelation::Equals, withNul);
-    std::vector<vrex::ObjectRef> found;
-    repository_.findObjects(utilities.cls, byName, found, diagnostics);
-    ASSERT_EQ(found.size(), 1u);  // "rt_" alone does not match "rt_\0tail"
-    EXPECT_EQ(found[0], object);
-    EXPECT_TRUE(diagnostics.empty());
+    EXPECT_EQ(listing(repository_, "SCM_UTILITIES", byName), allBytes + "/" + withNul + "/id-bytes\xff\x01/bytes\xff\x01\n");
 }
 
 TEST_F(RepositoryTest, ConstraintsSelectByEqualityInequalityAndTheirConjunction) {
-    Category data(repository_, "SCM_SHARED_DATA");
-    add(data, "c1", "alpha", "p1");
-    add(data, "c2", "beta", "p2");
-    add(data, "c1", "gamma", "p3");
-    tvdiag::util::diagnostics diagnostics;
+    add("SCM_SHARED_DATA", "c1", "alpha", "p1");
+    add("SCM_SHARED_DATA", "c2", "beta", "p2");
+    add("SCM_SHARED_DATA", "c1", "gamma", "p3");
+    const Category data(repository_, "SCM_SHARED_DATA");
+    Diagnostics diagnostics;
     vrex::ObjectRef unnamed = repository_.createObject(data.cls, diagnostics);
     repository_.setPropertyValue(unnamed, data.checksum, qaArray::fromText("c1"), diagnostics);
 
     vrex::MatchConstraints equal;
     equal.add(data.checksum, PropertyValueMatchRelation::Equals, "c1");
-    EXPECT_EQ(listing(data, equal), "c1/alpha/id-p1/p1\nc1/gamma/id-p3/p3\nc1//<none>/<none>\n");
-
+    EXPECT_EQ(listing(repository_, "SCM_SHARED_DATA", equal), "c1/alpha/id-p1/p1\nc1/gamma/id-p3/p3\nc1//<none>/<none>\n");
     vrex::MatchConstraints both = equal;
     both.add(data.name, PropertyValueMatchRelation::NotEquals, "alpha");
     // An unset Name differs from "alpha": the unnamed object matches too.
-    EXPECT_EQ(listing(data, both), "c1/gamma/id-p3/p3\nc1//<none>/<none>\n");
-
+    EXPECT_EQ(listing(repository_, "SCM_SHARED_DATA", both), "c1/gamma/id-p3/p3\nc1//<none>/<none>\n");
     vrex::MatchConstraints none;
     none.add(data.checksum, PropertyValueMatchRelation::Equals, "c3");
-    EXPECT_EQ(listing(data, none), "");
+    EXPECT_EQ(listing(repository_, "SCM_SHARED_DATA", none), "");
 }
 
 TEST_F(RepositoryTest, UnsetPropertiesReadAsEmptyAndEmptyUnsets) {
-    Category constants(repository_, "SCM_SHARED_CONSTANTS");
-    tvdiag::util::diagnostics diagnostics;
+    const Category constants(repository_, "SCM_SHARED_CONSTANTS");
+    Diagnostics diagnostics;
     vrex::ObjectRef object = repository_.createObject(constants.cls, diagnostics);
-    EXPECT_TRUE(repository_.getPropertyValue(object, constants.data, diagnostics).isEmpty());
+    EXPECT_EQ(repository_.getPropertyValue(object, constants.data, diagnostics).kind(), qaArray::Kind::Empty);
     EXPECT_EQ(repository_.getPropertyValue(object, constants.name, diagnostics).kind(), qaArray::Kind::Empty);
     Thing thing("x");
     repository_.setPropertyValue(object, constants.data, thingValue(thing), diagnostics);
@@ -152,121 +144,184 @@ TEST_F(RepositoryTest, UnsetPropertiesReadAsEmptyAndEmptyUnsets) {
     EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
 }
 
-class RefusingCodec : public ThingCodec {
-public:
-    qaArray decode(const std::string&) const override { return qaArray(); }
+// Misuse: each call in the wrong state or with the wrong arguments is refused with its identifier
+// (the first record) and changes nothing another connection can see.
+struct Misuse {
+    const char* label;
+    const char* identifier;
+    std::function<void(RepositoryTest&, const vrex::ObjectRef&, Diagnostics&)> act;
 };
 
-TEST_F(RepositoryTest, ATextThatDoesNotDecodeReadsAsEmptyWithoutError) {
-    Category utilities(repository_, "SCM_UTILITIES");
-    vrex::ObjectRef object = add(utilities, "c", "n", "p");
-    repository_.close();
-    auto options = thingOptions();
-    options.objectCodec = std::make_shared<RefusingCodec>();
-    ASSERT_EQ(openRepository(repository_, location_, shippedMetamodel(), options), "");
-    Category reopened(repository_, "SCM_UTILITIES");
-    tvdiag::util::diagnostics diagnostics;
-    std::vector<vrex::ObjectRef> objects;
-    repository_.findObjects(reopened.cls, {}, objects, diagnostics);
-    ASSERT_EQ(objects.size(), 1u);
-    EXPECT_TRUE(repository_.getPropertyValue(objects[0], reopened.data, diagnostics).isEmpty());
-    EXPECT_TRUE(diagnostics.empty());
+std::ostream& operator<<(std::ostream& out, const Misuse& misuse) { return out << misuse.label; }
+
+class RepositoryMisuse : public RepositoryTest, public ::testing::WithParamInterface<Misuse> {};
+
+TEST_P(RepositoryMisuse, IsRefusedAndChangesNothing) {
+    const vrex::ObjectRef object = add("SCM_UTILITIES", "c", "n", "p");
+    Diagnostics diagnostics;
+    GetParam().act(*this, object, diagnostics);
+    ASSERT_FALSE(diagnostics.empty());
+    EXPECT_EQ(diagnostics.records()[0].identifier, GetParam().identifier) << diagnostics.toString();
+    vrex::DataModelRepository reader;
+    ASSERT_EQ(openRepository(reader, location_), "");
+    EXPECT_EQ(listing(reader, "SCM_UTILITIES"), "c/n/id-p/p\n");
 }
 
-// Each misuse is refused with its identifier and changes nothing.
-TEST_F(RepositoryTest, MisusesAreRefusedWithDiagnostics) {
-    Category utilities(repository_, "SCM_UTILITIES");
-    Category functions(repository_, "SCM_SHARED_FUNCTIONS");
-    vrex::ObjectRef object = add(utilities, "c", "n", "p");
-    Thing thing("t");
-    auto firstIdentifier = [](const tvdiag::util::diagnostics& diagnostics) {
-        return diagnostics.empty() ? std::string("<none>") : diagnostics.records()[0].identifier;
+// Sets `className`.`property` of `object` to `value`.
+auto setting(const char* className, const char* property, std::function<qaArray()> value) {
+    return [=](RepositoryTest& t, const vrex::ObjectRef& object, Diagnostics& d) {
+        const vrex::ClassRef cls = Category(t.repository_, className).cls;
+        t.repository_.setPropertyValue(object, cls.findProperty(property), value(), d);
     };
-    auto setting = [&](const vrex::ObjectRef& target, const vrex::PropertyRef& property, const qaArray& value) {
-        tvdiag::util::diagnostics diagnostics;
-        repository_.setPropertyValue(target, property, value, diagnostics);
-        return firstIdentifier(diagnostics);
+}
+
+// Finds utilities under `className`.`property` = "c".
+auto finding(const char* className, const char* property) {
+    return [=](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+        const Category utilities(t.repository_, "SCM_UTILITIES");
+        vrex::MatchConstraints constraints;
+        constraints.add(Category(t.repository_, className).cls.findProperty(property), PropertyValueMatchRelation::Equals, "c");
+        std::vector<vrex::ObjectRef> found;
+        t.repository_.findObjects(utilities.cls, constraints, found, d);
+        EXPECT_TRUE(found.empty());
     };
-    EXPECT_EQ(setting(object, utilities.name, thingValue(thing)), "vrex:property:wrongValue");
-    EXPECT_EQ(setting(object, utilities.data, qaArray::fromText("text")), "vrex:property:wrongValue");
-    EXPECT_EQ(setting(object, functions.name, qaArray::fromText("x")), "vrex:property:notOfClass");
-    EXPECT_EQ(setting(object, vrex::PropertyRef(), qaArray::fromText("x")), "vrex:property:null");
-    EXPECT_EQ(setting(vrex::ObjectRef(), utilities.name, qaArray::fromText("x")), "vrex:object:nullClass");
-    class Stranger : public tv::mi::Handle {
-        const char* getFullyQualifiedKobjTypeName() const override { return "Other"; }
-    } other;
-    EXPECT_EQ(setting(object, utilities.data, other.toScriptValue()), "vrex:property:encodeFailed");
-
-    tvdiag::util::diagnostics diagnostics;
-    vrex::ObjectRef gone = repository_.createObject(utilities.cls, diagnostics);
-    repository_.performDictionaryFunction(
-        [&](tvdiag::util::diagnostics& inner) {
-            gone = repository_.createObject(utilities.cls, inner);
-            inner.add("test:undo", "roll back the creation");
-        },
-        diagnostics);
-    EXPECT_EQ(setting(gone, utilities.name, qaArray::fromText("x")), "vrex:object:notFound");
-
-    std::vector<vrex::ObjectRef> found;
-    vrex::MatchConstraints onObjects;
-    onObjects.add(utilities.data, PropertyValueMatchRelation::Equals, "thing:p");
-    diagnostics.clear();
-    repository_.findObjects(utilities.cls, onObjects, found, diagnostics);
-    EXPECT_EQ(firstIdentifier(diagnostics), "vrex:find:badConstraint");
-    vrex::MatchConstraints otherClass;
-    otherClass.add(functions.checksum, PropertyValueMatchRelation::Equals, "c");
-    diagnostics.clear();
-    repository_.findObjects(utilities.cls, otherClass, found, diagnostics);
-    EXPECT_EQ(firstIdentifier(diagnostics), "vrex:find:badConstraint");
-    EXPECT_TRUE(found.empty());
-
-    EXPECT_EQ(listing(utilities).substr(0, 10), "c/n/id-p/p");
 }
 
-TEST_F(RepositoryTest, WithoutCodecObjectPropertiesAreRefused) {
-    repository_.close();
-    vrex::DataModelRepository::Options noCodec = vrex::DataModelRepository::defaultOptions();
-    noCodec.objectCodec = nullptr;
-    ASSERT_EQ(openRepository(repository_, location_, shippedMetamodel(), noCodec), "");
-    Category utilities(repository_, "SCM_UTILITIES");
-    tvdiag::util::diagnostics diagnostics;
-    vrex::ObjectRef object = repository_.createObject(utilities.cls, diagnostics);
-    Thing thing("t");
-    repository_.setPropertyValue(object, utilities.data, thingValue(thing), diagnostics);
-    ASSERT_EQ(diagnostics.size(), 1u);
-    EXPECT_EQ(diagnostics.records()[0].identifier, "vrex:property:noObjectCodec");
+// Runs `inside` in a dictionary function whose own diagnostics are dropped.
+auto insideAFunction(std::function<void(RepositoryTest&, Diagnostics&)> inside) {
+    return [=](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+        t.repository_.performDictionaryFunction([&](Diagnostics&) { inside(t, d); }, d);
+    };
 }
 
-TEST_F(RepositoryTest, RefsOfAnotherOrAClosedRepositoryAreRefusedSafely) {
-    Category mine(repository_, "SCM_UTILITIES");
-    scm_test::TestRegistry otherRegistry;
-    vrex::DataModelRepository other;
-    ASSERT_EQ(openRepository(other, otherRegistry.location()), "");
-    tvdiag::util::diagnostics diagnostics;
-    other.createObject(mine.cls, diagnostics);
-    ASSERT_EQ(diagnostics.size(), 1u);
-    EXPECT_EQ(diagnostics.records()[0].identifier, "vrex:object:foreignClass");
+class Stranger : public tv::mi::Handle {
+    const char* getFullyQualifiedKobjTypeName() const override { return "Other"; }
+};
 
-    vrex::ObjectRef object = add(mine, "c", "n", "p");
-    repository_.close();
-    repository_.close();  // idempotent
-    diagnostics.clear();
-    EXPECT_TRUE(repository_.getPropertyValue(object, mine.name, diagnostics).isEmpty());
-    EXPECT_EQ(diagnostics.records().at(0).identifier, "vrex:notOpen");
-    EXPECT_EQ(mine.cls.name(), "SCM_UTILITIES");  // the ref outlives its repository
+// The objects of the values the table sets (values borrow their object).
+Thing aThing("t");
+Stranger aStranger;
+
+const Misuse kMisuses[] = {
+    {"thing as text", "vrex:property:wrongValue", setting("SCM_UTILITIES", "Name", [] { return thingValue(aThing); })},
+    {"text as thing", "vrex:property:wrongValue", setting("SCM_UTILITIES", "Data", [] { return qaArray::fromText("t"); })},
+    {"object the codec refuses", "vrex:property:encodeFailed",
+     setting("SCM_UTILITIES", "Data", [] { return aStranger.toScriptValue(); })},
+    {"property of another class", "vrex:property:notOfClass",
+     setting("SCM_SHARED_FUNCTIONS", "Name", [] { return qaArray::fromText("x"); })},
+    {"null property", "vrex:property:null", setting("SCM_UTILITIES", "nosuch", [] { return qaArray::fromText("x"); })},
+    {"null object", "vrex:object:nullClass",
+     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+         t.repository_.setPropertyValue(vrex::ObjectRef(), Category(t.repository_, "SCM_UTILITIES").name,
+                                        qaArray::fromText("x"), d);
+     }},
+    {"object rolled back", "vrex:object:notFound",
+     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+         const Category utilities(t.repository_, "SCM_UTILITIES");
+         vrex::ObjectRef gone;
+         Diagnostics undone;
+         t.repository_.performDictionaryFunction(
+             [&](Diagnostics& inner) {
+                 gone = t.repository_.createObject(utilities.cls, inner);
+                 inner.add("test:undo", "roll back the creation");
+             },
+             undone);
+         t.repository_.setPropertyValue(gone, utilities.name, qaArray::fromText("x"), d);
+     }},
+    {"object property without a codec", "vrex:property:noObjectCodec",
+     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+         vrex::DataModelRepository::Options noCodec = thingOptions();
+         noCodec.objectCodec = nullptr;
+         t.reopen(noCodec);
+         const Category utilities(t.repository_, "SCM_UTILITIES");
+         t.repository_.setPropertyValue(allObjects(t.repository_, utilities).at(0), utilities.data, thingValue(aThing), d);
+     }},
+    {"constraint on an object property", "vrex:find:badConstraint", finding("SCM_UTILITIES", "Data")},
+    {"constraint of another class", "vrex:find:badConstraint", finding("SCM_SHARED_FUNCTIONS", "Checksum")},
+    {"stored text of another class", "vrex:property:notOfClass",
+     [](RepositoryTest& t, const vrex::ObjectRef& object, Diagnostics& d) {
+         EXPECT_EQ(t.repository_.getStoredText(object, Category(t.repository_, "SCM_SHARED_TYPES").checksum, d), std::nullopt);
+     }},
+    {"class of another repository", "vrex:object:foreignClass",
+     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+         scm_test::TestRegistry otherRegistry;
+         vrex::DataModelRepository other;
+         ASSERT_EQ(openRepository(other, otherRegistry.location()), "");
+         other.createObject(Category(t.repository_, "SCM_UTILITIES").cls, d);
+     }},
+    {"reading a closed repository", "vrex:notOpen",
+     [](RepositoryTest& t, const vrex::ObjectRef& object, Diagnostics& d) {
+         const Category utilities(t.repository_, "SCM_UTILITIES");
+         t.repository_.close();
+         t.repository_.close();  // idempotent
+         EXPECT_TRUE(t.repository_.getPropertyValue(object, utilities.name, d).isEmpty());
+         EXPECT_EQ(t.repository_.getStoredText(object, utilities.name, d), std::nullopt);
+         EXPECT_EQ(utilities.cls.name(), "SCM_UTILITIES");  // the ref outlives its repository
+     }},
+    {"a read function on a closed repository", "vrex:notOpen",
+     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+         t.repository_.close();
+         t.repository_.performDictionaryRead([](Diagnostics&) { ADD_FAILURE() << "ran"; }, d);
+     }},
+    {"opening twice", "vrex:open:alreadyOpen",
+     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+         t.repository_.open(vrex::toUtf16(t.location_), vrex::toUtf16(shippedMetamodel()), thingOptions(), d);
+         EXPECT_TRUE(t.repository_.isOpen());
+     }},
+    {"commit without a transaction", "vrex:transaction:notOpen",
+     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) { t.repository_.commitTransaction(d); }},
+    {"rollback without a transaction", "vrex:transaction:notOpen",
+     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) { t.repository_.rollbackTransaction(d); }},
+    {"beginning twice", "vrex:transaction:alreadyOpen",
+     [](RepositoryTest& t, const vrex::ObjectRef& object, Diagnostics& d) {
+         Diagnostics first;
+         t.repository_.beginTransaction(first);
+         t.repository_.setPropertyValue(object, Category(t.repository_, "SCM_UTILITIES").name,
+                                        qaArray::fromText("uncommitted"), first);
+         t.repository_.beginTransaction(d);
+         EXPECT_TRUE(t.repository_.isTransactionOpen());  // the first begin holds
+     }},
+    {"beginning inside a function", "vrex:transaction:insideFunction",
+     insideAFunction([](RepositoryTest& t, Diagnostics& d) { t.repository_.beginTransaction(d); })},
+    {"committing inside a function", "vrex:transaction:insideFunction",
+     insideAFunction([](RepositoryTest& t, Diagnostics& d) { t.repository_.commitTransaction(d); })},
+    // What the function created before it closed the repository is rolled back.
+    {"closing inside a function", "vrex:function:closed",
+     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+         t.repository_.performDictionaryFunction(
+             [&](Diagnostics& inner) {
+                 t.repository_.createObject(Category(t.repository_, "SCM_UTILITIES").cls, inner);
+                 t.repository_.close();
+             },
+             d);
+         EXPECT_FALSE(t.repository_.isOpen());
+     }},
+    {"writing a read-only repository", "vrex:readOnly",
+     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+         t.repository_.close();
+         const std::string before = storedState(t.location_);
+         auto readOnly = thingOptions();
+         readOnly.readOnly = true;
+         t.reopen(readOnly);
+         EXPECT_EQ(listing(t.repository_, "SCM_UTILITIES"), "c/n/id-p/p\n");
+         EXPECT_TRUE(t.repository_.createObject(Category(t.repository_, "SCM_UTILITIES").cls, d).isNull());
+         t.repository_.close();
+         EXPECT_EQ(storedState(t.location_), before);  // reading leaves every byte as it was
+     }},
+};
+
+std::string misuseName(const ::testing::TestParamInfo<Misuse>& info) {
+    std::string name;
+    for (const char* c = info.param.label; *c != '\0'; ++c) name += std::isalnum(*c) ? *c : '_';
+    return name;
 }
 
-TEST_F(RepositoryTest, OpeningTwiceIsRefused) {
-    EXPECT_NE(openRepository(repository_, location_).find("vrex:open:alreadyOpen"), std::string::npos);
-    EXPECT_TRUE(repository_.isOpen());
-}
+INSTANTIATE_TEST_SUITE_P(Cases, RepositoryMisuse, ::testing::ValuesIn(kMisuses), misuseName);
 
 // Metamodel variants: what the file lacks is added, what the metamodel lacks is kept.
 TEST_F(RepositoryTest, VariantMetamodelsExtendTheFileAndKeepWhatTheyDoNotDeclare) {
-    Category utilities(repository_, "SCM_UTILITIES");
-    add(utilities, "c1", "kept_name", "p1");
+    add("SCM_UTILITIES", "c1", "kept_name", "p1");
     repository_.close();
-
     const std::string variant = dir_.file("variant.xml");
     writeBytes(variant,
                "<metamodel name=\"variant\" version=\"2\"><package name=\"SCM\">\n"
@@ -276,23 +331,20 @@ TEST_F(RepositoryTest, VariantMetamodelsExtendTheFileAndKeepWhatTheyDoNotDeclare
                "<class name=\"SCM_NEW\"><property name=\"Checksum\" kind=\"text\"/></class>\n"
                "</package></metamodel>\n");
     ASSERT_EQ(openRepository(repository_, location_, variant), "");
-    Category lean(repository_, "SCM_UTILITIES");
+    const Category lean(repository_, "SCM_UTILITIES");
     EXPECT_FALSE(lean.name);
-    tvdiag::util::diagnostics diagnostics;
+    Diagnostics diagnostics;
     vrex::ObjectRef added = repository_.createObject(lean.cls, diagnostics);
     repository_.setPropertyValue(added, lean.checksum, qaArray::fromText("c2"), diagnostics);
     repository_.setPropertyValue(added, lean.cls.findProperty("Extra"), qaArray::fromText("e"), diagnostics);
-    Category fresh(repository_, "SCM_NEW");
-    repository_.createObject(fresh.cls, diagnostics);
+    repository_.createObject(Category(repository_, "SCM_NEW").cls, diagnostics);
     EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
-    repository_.close();
-
-    ASSERT_EQ(openRepository(repository_, location_), "");
-    EXPECT_EQ(listing(Category(repository_, "SCM_UTILITIES")), "c1/kept_name/id-p1/p1\nc2//<none>/<none>\n");
+    reopen();
+    EXPECT_EQ(listing(repository_, "SCM_UTILITIES"), "c1/kept_name/id-p1/p1\nc2//<none>/<none>\n");
 }
 
 TEST_F(RepositoryTest, AMetamodelThatChangesAPropertyKindIsRefusedAndTheFileKept) {
-    add(Category(repository_, "SCM_UTILITIES"), "c1", "n", "p");
+    add("SCM_UTILITIES", "c1", "n", "p");
     repository_.close();
     const std::string before = storedState(location_);
     const std::string conflicting = dir_.file("conflict.xml");
@@ -301,27 +353,10 @@ TEST_F(RepositoryTest, AMetamodelThatChangesAPropertyKindIsRefusedAndTheFileKept
                "<class name=\"SCM_UTILITIES\">\n<property name=\"Name\" kind=\"object\"/></class>\n"
                "<class name=\"SCM_LATER\"><property name=\"Checksum\" kind=\"text\"/></class>\n"
                "</package></metamodel>\n");
-    std::string errors = openRepository(repository_, location_, conflicting);
+    const std::string errors = openRepository(repository_, location_, conflicting);
     EXPECT_NE(errors.find("vrex:open:metamodelMismatch"), std::string::npos) << errors;
     EXPECT_NE(errors.find(conflicting + ":3"), std::string::npos) << errors;
     EXPECT_FALSE(repository_.isOpen());
-    EXPECT_EQ(storedState(location_), before);
-}
-
-TEST_F(RepositoryTest, AReadOnlyRepositoryReadsAndRefusesWrites) {
-    add(Category(repository_, "SCM_UTILITIES"), "c1", "n", "p");
-    repository_.close();
-    const std::string before = storedState(location_);
-    auto options = thingOptions();
-    options.readOnly = true;
-    ASSERT_EQ(openRepository(repository_, location_, shippedMetamodel(), options), "");
-    Category utilities(repository_, "SCM_UTILITIES");
-    EXPECT_EQ(listing(utilities), "c1/n/id-p/p\n");
-    tvdiag::util::diagnostics diagnostics;
-    EXPECT_TRUE(repository_.createObject(utilities.cls, diagnostics).isNull());
-    ASSERT_EQ(diagnostics.size(), 1u);
-    EXPECT_EQ(diagnostics.records()[0].identifier, "vrex:readOnly");
-    repository_.close();
     EXPECT_EQ(storedState(location_), before);
 }
 

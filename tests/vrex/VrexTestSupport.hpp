@@ -109,6 +109,13 @@ struct Category {
     }
 };
 
+// The identifiers of all records, each followed by a space.
+inline std::string identifiers(const tvdiag::util::diagnostics& diagnostics) {
+    std::string text;
+    for (const auto& record : diagnostics.records()) text += record.identifier + " ";
+    return text;
+}
+
 // Every object of the category's class, in creation order (empty on error).
 inline std::vector<vrex::ObjectRef> allObjects(vrex::DataModelRepository& repository, const Category& category) {
     tvdiag::util::diagnostics diagnostics;
