@@ -1,45 +1,60 @@
-// The reading commands end to end on the examples' registry: list, show, export (and its round
-// trip through register), stats and check. Damaged and foreign files: ScmHostileTest.cpp.
+// The tool end to end on the examples' registry: what register reports of them (in text and
+// JSON), list, show, export (and its round trip through register), stats and check. Bad input,
+// damaged and foreign files: ScmHostileTest.cpp.
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <nlohmann/json.hpp>
 
+#include "SCMSharedFunctionIdentity.hpp"
 #include "ScmToolRunner.hpp"
-#include "kobj/ObjectEncoding.hpp"
-#include "shared_code_manager.hpp"
 #include "support/DirectSql.hpp"
 #include "support/RegistryDriver.hpp"
+#include "support/RegistryDump.hpp"
 
 namespace {
 
 using namespace scm_test;
+using Json = nlohmann::json;
 
-// Every entry of a registry as text, read with the library: the whole-object encodings of each
-// identity and data record, category after category in store order.
-std::string entriesOf(const std::string& registry) {
-    SCM::SCMRegistryInspector inspector(registry);
-    std::string text;
-    for (int type = SCM::SCM_UTILITIES; type <= SCM::SCM_SHARED_CONSTANTS; ++type) {
-        for (auto [identity, data] : inspector.getAllEntries(static_cast<SCM::SCMTypes>(type))) {
-            std::unique_ptr<SCM::SCMIdentity> ownedIdentity(identity);
-            std::unique_ptr<SCM::SCMData> ownedData(data);
-            text += kobj::encodeObject(identity->toScriptValue()) + "\n" +
-                    kobj::encodeObject(data->toScriptValue()) + "\n";
-        }
-    }
-    return text;
-}
-
-class ScmInspect : public ::testing::Test, public ToolSandbox {
+class ScmExamples : public ::testing::Test, public ToolSandbox {
 protected:
     void SetUp() override {
-        const ToolRun run = registerExamples();
-        ASSERT_EQ(run.exitCode, 1) << run.out << run.err;
+        registered_ = registerExamples();
+        ASSERT_EQ(registered_.exitCode, 1) << registered_.out << registered_.err;  // one clash
     }
+
+    const std::string clashKey_ = SCM::SCMSharedFunctionIdentity(439041101, 17, 1584361601, 2).getChecksum();
+    ToolRun registered_;
 };
 
+// The first run registers or merges every entry but one; a second run merges them and meets the
+// same clash, reported in JSON.
+TEST_F(ScmExamples, RegisterCountsMergesAndReportsTheOneClash) {
+    EXPECT_TRUE(contains(registered_.out, "registered 11, merged 10, clashes 1, errors 0 (22 entries"))
+        << registered_.out;
+    EXPECT_TRUE(contains(registered_.out,
+                         "model_c.jsonl:3: clash: SCM_SHARED_FUNCTIONS key \"" + clashKey_ +
+                             "\" name \"filter_update\": the stored record refuses the offered one\n"
+                             "    Name: stored \"filter_update\", offered \"filter_update_fast\"\n"
+                             "    FunctionName: stored \"filter_update\", offered \"filter_update_fast\"\n"
+                             "    FileName: stored \"filter_update.c\", offered \"filter_update_fast.c\"\n"))
+        << registered_.out;
+
+    const ToolRun again = registerExamples({"--json"});
+    EXPECT_EQ(again.exitCode, 1);
+    Json summary = Json::parse(again.out);
+    const Json clash = summary["clashReports"][0];
+    for (const char* varying : {"seconds", "clashReports"}) summary.erase(varying);
+    EXPECT_EQ(summary, (Json{{"registry", printedRegistry()}, {"entries", 22}, {"registered", 0}, {"merged", 21},
+                             {"clashes", 1}, {"errors", 0}, {"committed", true}, {"errorReports", Json::array()}}));
+    EXPECT_EQ((std::vector<Json>{clash["line"], clash["category"], clash["differences"].size()}),
+              (std::vector<Json>{3, "SCM_SHARED_FUNCTIONS", 3}));
+    EXPECT_EQ(clash["differences"][1], (Json{{"property", "FunctionName"}, {"stored", "filter_update"},
+                                             {"offered", "filter_update_fast"}}));
+}
+
 // Bytes that are not printable ASCII travel as \u00XX and come back byte for byte.
-TEST_F(ScmInspect, ExportThenRegisterReproducesTheRegistryEntryByEntry) {
+TEST_F(ScmExamples, ExportThenRegisterReproducesTheRegistryEntryByEntry) {
     {
         SCM::SharedCodeManagerInterface library(registry());
         SCM::SCMGenericIdentity key(SCM::SCM_OTHER, "bytes");
@@ -56,9 +71,9 @@ TEST_F(ScmInspect, ExportThenRegisterReproducesTheRegistryEntryByEntry) {
     const ToolRun copied = scm({"register", copy.location(), "exported.jsonl"});
     EXPECT_EQ(copied.exitCode, 0) << copied.out;
     EXPECT_TRUE(contains(copied.out, "registered 12, merged 0, clashes 0, errors 0")) << copied.out;
-    const std::string original = entriesOf(registry());
-    EXPECT_EQ(countOf(original, "\n"), 24u);
-    EXPECT_EQ(entriesOf(copy.location()), original);
+    const std::string original = registryDump(registry());
+    EXPECT_EQ(countOf(original, "\n"), 12u);
+    EXPECT_EQ(registryDump(copy.location()), original);
     EXPECT_EQ(scm({"export", copy.location()}).out, exported.out);
 }
 
@@ -70,22 +85,25 @@ struct Reading {
     std::vector<std::string> said;
 };
 
-TEST_F(ScmInspect, ReadingCommandsFindWhatWasRegistered) {
-    const std::string key = SCM::SCMSharedFunctionIdentity(439041101, 17, 1584361601, 2).getChecksum();
+TEST_F(ScmExamples, ReadingCommandsFindWhatWasRegistered) {
     const std::vector<Reading> readings = {
         {{"list", kRegistry}, 0, {"CATEGORY   KEY ", "K_MAX_SPEED"}},
         {{"list", kRegistry, "functions", "--names"}, 0, {"filter_update\npid_step\n"}},
-        {{"list", kRegistry, "Constants", "--names"}, 0, {"K_GAIN\nK_MAX_SPEED\n"}},
         {{"list", kRegistry, "widgets"}, 2, {"unknown category \"widgets\""}},
         {{"export", kRegistry, "--category", "SCM_SHARED_CONSTANTS"}, 0,
          {"\"Name\":\"K_GAIN\"", "\"GenerateConstant\":true"}},  // switched on by model_b
         {{"show", kRegistry, "utilities", "rt_sat_s32"}, 0,
          {"ModelNames               [\"model_a\", \"model_b\", \"model_c\"]"}},
         {{"show", kRegistry, "utilities", "rt_sat_s32", "--all"}, 0, {"IncludeMaxIdLength"}},
-        {{"show", kRegistry, "--checksum", key}, 0,
+        {{"show", kRegistry, "--checksum", clashKey_}, 0,
          {"category            SCM_SHARED_FUNCTIONS\n", "FunctionName      \"filter_update\"\n"}},
         {{"show", kRegistry, "types", "No_Such_Type"}, 1, {"no entry named \"No_Such_Type\" in types"}},
         {{"show", kRegistry, "types"}, 2, {}},
+        // The counts cover every piece; only the most shared one (of 4 traces) is listed.
+        {{"stats", kRegistry, "--top", "1"}, 0,
+         {"utilities        3\n", "total           11\n", "models: 3 (model_a, model_b, model_c)\n",
+          "  used by 3 models: 1\n  used by 2 models: 1\n  used by 1 model: 1\n",
+          "4  model_a, model_b, model_c\n", "rt_sat_s32"}},
     };
     for (const Reading& reading : readings) {
         const ToolRun run = scm(reading.arguments);
@@ -96,27 +114,12 @@ TEST_F(ScmInspect, ReadingCommandsFindWhatWasRegistered) {
     }
     EXPECT_EQ(countOf(scm({"list", kRegistry}).out, "\n"), 12u);  // a header and 11 rows
     EXPECT_FALSE(contains(scm({"show", kRegistry, "utilities", "rt_sat_s32"}).out, "IncludeMaxIdLength"));
-    const std::string constants = scm({"export", kRegistry, "constants"}).out;  // as list takes it
-    EXPECT_EQ(countOf(constants, "\n"), 2u);
-    EXPECT_EQ(scm({"export", kRegistry, "--category", "SCM_SHARED_CONSTANTS"}).out, constants);
-}
-
-TEST_F(ScmInspect, StatsCountCategoriesAndTheModelsSharingEachPiece) {
-    const ToolRun run = scm({"stats", kRegistry});
-    EXPECT_EQ(run.exitCode, 0);
-    for (const char* line : {"utilities        3\n", "total           11\n",
-                             "models: 3 (model_a, model_b, model_c)\n",
-                             "  used by 3 models: 1\n  used by 2 models: 1\n  used by 1 model: 1\n",
-                             "4  model_a, model_b, model_c\n"}) {  // the last from traceability
-        EXPECT_TRUE(contains(run.out, line)) << line << "\n" << run.out;
-    }
-    const std::size_t first = run.out.find("rt_sat_s32");
-    EXPECT_NE(first, std::string::npos);
-    EXPECT_LT(first, run.out.find("rt_lookup_1d"));  // the most shared first
+    EXPECT_EQ(countOf(scm({"export", kRegistry, "constants"}).out, "\n"), 2u);
+    EXPECT_FALSE(contains(scm({"stats", kRegistry, "--top", "1"}).out, "rt_lookup_1d"));
 }
 
 // What check says of each kind of damage, and what --repair makes of it.
-TEST_F(ScmInspect, CheckFindsEachKindOfDamage) {
+TEST_F(ScmExamples, CheckFindsEachKindOfDamage) {
     const ToolRun clean = scm({"check", kRegistry});
     EXPECT_EQ(clean.exitCode, 0) << clean.out;
     EXPECT_EQ(clean.out, "OK: " + printedRegistry() + ": 11 entries; the storage is sound, every entry "
@@ -133,13 +136,19 @@ TEST_F(ScmInspect, CheckFindsEachKindOfDamage) {
     EXPECT_TRUE(contains(repaired.out, "repaired: 1 missing part of the storage made again, 1 torn row deleted\n"
                                        "OK: " + printedRegistry() + ": 10 entries")) << repaired.out;
 
-    execSql(registry(), "UPDATE \"SCM_SHARED_TYPES\" SET \"Checksum\" = 'edited' WHERE \"_id\" = 2");
+    // A checksum column that disagrees with its identity, and an identity that carries a checksum
+    // its key fields do not give: neither is repairable, so no repair is offered.
+    execSql(registry(), "UPDATE \"SCM_SHARED_TYPES\" SET \"Checksum\" = 'edited' WHERE \"_id\" = 2;"
+                        "UPDATE \"SCM_SHARED_TYPES\" SET \"Identity\" = replace(\"Identity\", \"Checksum\", "
+                        "'carried') WHERE \"_id\" = 1");
     const ToolRun edited = scm({"check", kRegistry});
     EXPECT_EQ(edited.exitCode, 1);
     EXPECT_TRUE(contains(edited.out, "problem: SCM_SHARED_TYPES object 2 (checksum \"edited\"): its "
                                      "identity computes the checksum"))
         << edited.out;
-    EXPECT_TRUE(contains(edited.out, "1 problem in " + printedRegistry() + " (10 entries checked)")) << edited.out;
+    EXPECT_TRUE(contains(edited.out, ": its identity carries the checksum \"carried\" but computes")) << edited.out;
+    const std::string summary = "2 problems in " + printedRegistry() + " (10 entries checked)\n";
+    EXPECT_EQ(edited.out.substr(edited.out.size() - std::min(edited.out.size(), summary.size())), summary);
 
     execSql(registry(),
             "PRAGMA writable_schema = ON;"
