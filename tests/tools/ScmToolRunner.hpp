@@ -40,7 +40,8 @@ inline bool redirectOutput(const RunSetup& setup, const std::string& captureFile
     int ends[2];
     if (setup.output == kClosedOutput) return close(1) == 0;
     if (setup.output == kClosedPipe) return pipe(ends) == 0 && close(ends[0]) == 0 && dup2(ends[1], 1) == 1;
-    const int out = open((setup.output.empty() ? captureFile : setup.output).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    const std::string& target = setup.output.empty() ? captureFile : setup.output;
+    const int out = open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     return out >= 0 && dup2(out, 1) == 1;
 }
 
@@ -58,9 +59,7 @@ inline ToolRun runScm(const std::vector<std::string>& arguments, const std::stri
             _exit(127);
         }
         for (const auto& [name, value] : setup.environment) setenv(name.c_str(), value.c_str(), 1);
-        if (setup.unprivileged && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) {
-            _exit(127);
-        }
+        if (setup.unprivileged && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(127);
         std::vector<char*> argv{const_cast<char*>(SCM_TOOL)};
         for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
         argv.push_back(nullptr);
@@ -74,9 +73,7 @@ inline ToolRun runScm(const std::vector<std::string>& arguments, const std::stri
 
 inline std::string example(const std::string& name) { return std::string(SCM_EXAMPLES) + "/" + name; }
 
-inline bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
+inline bool contains(const std::string& text, const std::string& part) { return text.find(part) != text.npos; }
 
 inline std::size_t countOf(const std::string& text, const std::string& part) {
     std::size_t count = 0;
@@ -98,9 +95,7 @@ inline const std::string kRegistry = "{registry}";
 class ToolSandbox {
 public:
     ToolRun scm(std::vector<std::string> arguments, const RunSetup& setup = RunSetup()) {
-        for (std::string& argument : arguments) {
-            if (argument == kRegistry) argument = registry();
-        }
+        for (std::string& argument : arguments) argument = argument == kRegistry ? registry() : argument;
         return runScm(arguments, dir_.path().string(), setup);
     }
     ToolRun registerExamples(const std::vector<std::string>& options = {}) {

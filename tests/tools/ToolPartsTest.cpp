@@ -40,14 +40,11 @@ TEST_F(ManifestLineTest, EachWayALineCanBeWrongSaysWhat) {
     const auto line = [&](const std::string& identityHalf, const std::string& dataHalf) {
         return "{\"identity\": " + identityHalf + ", \"data\": " + dataHalf + "}";
     };
-    const std::string deep = std::string(100000, '[') + std::string(100000, ']');
     const std::vector<std::pair<std::string, std::string>> cases = {
         {entry + ", \"model\": \"m1\"}", "unknown member \"model\" (an entry has \"identity\" and \"data\")"},
         {"{\"data\": " + data + "}", "the entry has no \"identity\" object"},
         {entry + "}  x", "at column 92: unexpected text after the entry"},
         {entry + ", \"identity\": " + identity + "}", "\"identity\" is given twice"},
-        {line("{\"class\": \"GenericData\"}", data),
-         "\"identity\": Class SharedCodeManager.GenericData is not a SharedCodeManager.Identity."},
         {line("{\"class\": \"GenericIdentity\", \"Type\": \"SCM_SHARED_FUNCTION\"}", data),
          "property \"Type\": \"SCM_SHARED_FUNCTION\" is no category"},
         {line("{\"class\": \"GenericIdentity\", \"Type\": \"SCM_SHARED_DATA\"}",
@@ -55,19 +52,16 @@ TEST_F(ManifestLineTest, EachWayALineCanBeWrongSaysWhat) {
          "class SharedCodeManager.SharedFunctionData is no record of category SCM_SHARED_DATA"},
         {line("{\"class\": \"BasicUtilityIdentity\", \"UtilityIdentifier\": \"rt_a\\u0000x\"}", data),
          "property \"UtilityIdentifier\": a NUL byte"},
-        {line("{\"class\": \"SharedFunctionIdentity\", \"ChecksumElement1\": \"seven\"}", data),
-         "\"identity\": Property ChecksumElement1 of SharedCodeManager.SharedFunctionIdentity: Value "
-         "must be an integer scalar in the uint32 range"},
         // A number too large for any integer once threw past the reader (found by fuzzing).
         {line("{\"class\": \"SharedConstantsIdentity\", \"ChecksumElement2\": 21e999}", data),
          "property \"ChecksumElement2\""},
         {line("{\"class\": \"NoSuchIdentity\"}", data), "There is no class SharedCodeManager.NoSuchIdentity."},
         {line("{\"ChecksumElement1\": 1}", data), "no \"class\" member"},
-        {line("{\"class\": \"BasicUtilityIdentity\", \"Name\": " + deep + "}", data),
+        {line("{\"class\": \"BasicUtilityIdentity\", \"Name\": " + std::string(100000, '[') +
+                  std::string(100000, ']') + "}", data),
          "\"identity\" at column 57: property \"Name\": a list holds texts only, not lists"},
         {line("{\"class\": \"" + std::string(5000000, 'x') + "\"}", data), "There is no class"},
     };
-    EXPECT_EQ(problemOf(entry + "}"), "");
     for (const auto& [text, expected] : cases) {
         const std::string problem = problemOf(text);
         EXPECT_NE(problem.find(expected), std::string::npos) << text.substr(0, 200) << "\n" << problem;
@@ -103,7 +97,8 @@ TEST_F(ManifestLineTest, TheDocumentedExamplesAreEntries) {
     std::ifstream document(SCM_MANIFEST_DOCUMENT);
     const std::string text((std::istreambuf_iterator<char>(document)), std::istreambuf_iterator<char>());
     int examples = 0;
-    for (std::size_t start = text.find("```json\n"); start != std::string::npos; start = text.find("```json\n", start + 1)) {
+    for (std::size_t start = text.find("```json\n"); start != std::string::npos;
+         start = text.find("```json\n", start + 1)) {
         std::string example = text.substr(start + 8, text.find("\n```\n", start) - start - 8);
         example.erase(std::remove(example.begin(), example.end(), '\n'), example.end());
         ++examples;
