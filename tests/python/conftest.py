@@ -16,52 +16,23 @@ os.environ["TV_FEATURE_UseVrexCache"] = "1"
 import pytest  # noqa: E402
 
 import SharedCodeManager as scm  # noqa: E402
-from SharedCodeManager import _core  # noqa: E402
-
-# The published classes as the class system lists them, in registration order.
-CATALOGUE = _core.describe_package("SharedCodeManager")
-
-
-def all_properties(cls):
-    """Every published property of a generated class, its superclasses' first."""
-    names = []
-    for klass in reversed(cls.__mro__):
-        for name, member in vars(klass).items():
-            if isinstance(member, property) and name not in names:
-                names.append(name)
-    return names
-
-
-def state_of(obj):
-    """An object as plain data: its class and every published property, objects inside too."""
-    if isinstance(obj, list):
-        return [state_of(element) for element in obj]
-    if not isinstance(obj, scm.Heterogeneous):
-        return obj
-    return {"class": type(obj).__name__,
-            **{name: getattr(obj, name) for name in all_properties(type(obj))}}
-
 
 def entries_of(registry):
-    """Every stored entry of four categories as plain data: category -> [[identity, data]]."""
-    return {category: [[state_of(i), state_of(registry.retrieveData(i))]
-                       for i in registry.retrieveAllIdentities(category)]
-            for category in ("SCM_UTILITIES", "SCM_SHARED_FUNCTIONS", "SCM_SHARED_DATA",
-                             "SCM_SHARED_CONSTANTS")}
+    """Every stored entry of four categories as text: category -> [repr(identity) repr(data)]."""
+    categories = ("SCM_UTILITIES", "SCM_SHARED_FUNCTIONS", "SCM_SHARED_DATA", "SCM_SHARED_CONSTANTS")
+    return {c: [f"{i!r} {registry.retrieveData(i)!r}" for i in registry.retrieveAllIdentities(c)] for c in categories}
 
 
 def python_environment():
     """The environment of a new interpreter that imports this same package, from any directory."""
-    package_parent = os.path.dirname(os.path.dirname(os.path.abspath(scm.__file__)))
-    search_path = [package_parent, os.path.dirname(os.path.abspath(__file__))]
-    return {**os.environ, "PYTHONPATH": os.pathsep.join(search_path)}
+    search_path = [os.path.dirname(os.path.dirname(os.path.abspath(scm.__file__))), os.path.dirname(__file__)]
+    return {**os.environ, "PYTHONPATH": os.pathsep.join(os.path.abspath(p) for p in search_path)}
 
 
-def run_python(code, *arguments, cwd=None):
+def run_python(code, *arguments):
     """Runs `code` in a new interpreter and returns its standard output; fails on errors."""
     finished = subprocess.run([sys.executable, "-c", code, *map(str, arguments)],
-                              capture_output=True, text=True, timeout=120, cwd=cwd,
-                              env=python_environment())
+                              capture_output=True, text=True, timeout=120, env=python_environment())
     assert finished.returncode == 0, finished.stderr
     return finished.stdout
 
@@ -77,20 +48,11 @@ def sqlite_only(reason):
     return pytest.mark.skipif(POSTGRESQL_SELECTED, reason=f"SQLite-specific: {reason}")
 
 
-def postgres_base_uri():
-    """The server's base URI; skips when no server is installed, fails when it is missing else."""
-    directory = pathlib.Path(os.environ["SCM_TEST_POSTGRES_DIR"])
-    if not (directory / "uri").exists() and (directory / "unavailable").exists():
-        pytest.skip((directory / "unavailable").read_text().strip())
-    return (directory / "uri").read_text().strip()
-
-
 def run_on_server(base_uri, statement):
     """Runs one SQL statement on the server's maintenance database with psql."""
     # psql is not built with the sanitizers: keep their runtime out of it.
     environment = {k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}
-    finished = subprocess.run(["psql", base_uri, "-X", "-q", "-v", "ON_ERROR_STOP=1",
-                               "-c", statement],
+    finished = subprocess.run(["psql", base_uri, "-X", "-q", "-v", "ON_ERROR_STOP=1", "-c", statement],
                               capture_output=True, text=True, timeout=60, env=environment)
     assert finished.returncode == 0, f"{statement}: {finished.stderr}"
 
@@ -101,15 +63,13 @@ def registry_path(tmp_path):
     if not POSTGRESQL_SELECTED:
         yield tmp_path / "registry.sldd"
         return
-    base_uri = postgres_base_uri()
+    # The server's base URI; skips when no server is installed, fails when it is missing else.
+    directory = pathlib.Path(os.environ["SCM_TEST_POSTGRES_DIR"])
+    if not (directory / "uri").exists() and (directory / "unavailable").exists():
+        pytest.skip((directory / "unavailable").read_text().strip())
+    base_uri = (directory / "uri").read_text().strip()
     database = f"scm_test_py_{os.getpid()}_{uuid.uuid4().hex[:12]}"
     run_on_server(base_uri, f'CREATE DATABASE "{database}"')
     yield base_uri.rsplit("/", 1)[0] + "/" + database
     run_on_server(base_uri, f'DROP DATABASE IF EXISTS "{database}" WITH (FORCE)')
 
-
-@pytest.fixture
-def in_temporary_directory(tmp_path, monkeypatch):
-    """Runs the test in an empty directory: facades made with a plain name create files."""
-    monkeypatch.chdir(tmp_path)
-    return tmp_path

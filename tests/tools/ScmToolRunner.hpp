@@ -26,25 +26,22 @@ struct ToolRun {
 // it a pipe nobody reads; any other text is a path it is written to (/dev/full).
 inline const std::string kClosedOutput = "<closed>";
 inline const std::string kClosedPipe = "<closed pipe>";
-constexpr uid_t kNobody = 65534;
 
 // How the program is started, beyond its arguments.
 struct RunSetup {
     std::string input = "/dev/null";  // standard input: a path relative to the directory
     std::string output;
     std::vector<std::pair<std::string, std::string>> environment;  // set in the program's
-    bool unprivileged = false;  // run as nobody when the tests run as the superuser
+    bool unprivileged = false;  // run as nobody (65534) when the tests run as the superuser
 };
 
 // In the child: standard output as `setup` wants it, or false.
 inline bool redirectOutput(const RunSetup& setup, const std::string& captureFile) {
+    int ends[2];
     if (setup.output == kClosedOutput) return close(1) == 0;
-    if (setup.output == kClosedPipe) {
-        int ends[2];
-        return pipe(ends) == 0 && close(ends[0]) == 0 && dup2(ends[1], 1) == 1;
-    }
-    const std::string file = setup.output.empty() ? captureFile : setup.output;
-    const int out = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (setup.output == kClosedPipe) return pipe(ends) == 0 && close(ends[0]) == 0 && dup2(ends[1], 1) == 1;
+    const std::string& target = setup.output.empty() ? captureFile : setup.output;
+    const int out = open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     return out >= 0 && dup2(out, 1) == 1;
 }
 
@@ -56,43 +53,31 @@ inline ToolRun runScm(const std::vector<std::string>& arguments, const std::stri
     vrex_test::writeBytes(outFile, "");
     const pid_t child = fork();
     if (child == 0) {
-        if (chdir(directory.c_str()) != 0) _exit(127);
-        const int in = open(setup.input.c_str(), O_RDONLY);
+        const int in = chdir(directory.c_str()) == 0 ? open(setup.input.c_str(), O_RDONLY) : -1;
         const int err = open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        if (in < 0 || err < 0 || !redirectOutput(setup, outFile)) _exit(127);
-        dup2(in, 0);
-        dup2(err, 2);
-        for (const auto& [name, value] : setup.environment) setenv(name.c_str(), value.c_str(), 1);
-        if (setup.unprivileged && geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0)) {
+        if (in < 0 || err < 0 || !redirectOutput(setup, outFile) || dup2(in, 0) != 0 || dup2(err, 2) != 2) {
             _exit(127);
         }
+        for (const auto& [name, value] : setup.environment) setenv(name.c_str(), value.c_str(), 1);
+        if (setup.unprivileged && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(127);
         std::vector<char*> argv{const_cast<char*>(SCM_TOOL)};
         for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
         argv.push_back(nullptr);
         execv(SCM_TOOL, argv.data());
         _exit(127);
     }
-    ToolRun run;
     int status = 0;
-    if (child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status)) {
-        run.exitCode = WEXITSTATUS(status);
-    }
-    run.out = vrex_test::readBytes(outFile);
-    run.err = vrex_test::readBytes(errFile);
-    return run;
+    const bool exited = child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status);
+    return {exited ? WEXITSTATUS(status) : -1, vrex_test::readBytes(outFile), vrex_test::readBytes(errFile)};
 }
 
 inline std::string example(const std::string& name) { return std::string(SCM_EXAMPLES) + "/" + name; }
 
-inline bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
+inline bool contains(const std::string& text, const std::string& part) { return text.find(part) != text.npos; }
 
 inline std::size_t countOf(const std::string& text, const std::string& part) {
     std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-        ++count;
-    }
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
     return count;
 }
 
@@ -110,15 +95,8 @@ inline const std::string kRegistry = "{registry}";
 class ToolSandbox {
 public:
     ToolRun scm(std::vector<std::string> arguments, const RunSetup& setup = RunSetup()) {
-        for (std::string& argument : arguments) {
-            if (argument == kRegistry) argument = registry();
-        }
+        for (std::string& argument : arguments) argument = argument == kRegistry ? registry() : argument;
         return runScm(arguments, dir_.path().string(), setup);
-    }
-    ToolRun scmReading(const std::vector<std::string>& arguments, const std::string& input) {
-        RunSetup setup;
-        setup.input = input;
-        return scm(arguments, setup);
     }
     ToolRun registerExamples(const std::vector<std::string>& options = {}) {
         std::vector<std::string> arguments{"register", kRegistry, example("model_a.jsonl"),

@@ -1,0 +1,158 @@
+// The tool end to end on the examples' registry: what register reports of them (in text and
+// JSON), list, show, export (and its round trip through register), stats and check. Bad input,
+// damaged and foreign files: ScmHostileTest.cpp.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "SCMSharedFunctionIdentity.hpp"
+#include "ScmToolRunner.hpp"
+#include "support/DirectSql.hpp"
+#include "support/RegistryDriver.hpp"
+#include "support/RegistryDump.hpp"
+
+namespace {
+
+using namespace scm_test;
+
+class ScmExamples : public ::testing::Test, public ToolSandbox {
+protected:
+    void SetUp() override {
+        registered_ = registerExamples();
+        ASSERT_EQ(registered_.exitCode, 1) << registered_.out << registered_.err;  // one clash
+    }
+
+    const std::string clashKey_ = SCM::SCMSharedFunctionIdentity(439041101, 17, 1584361601, 2).getChecksum();
+    ToolRun registered_;
+};
+
+// The first run registers or merges every entry but one; a second run merges them and meets the
+// same clash, reported in JSON.
+TEST_F(ScmExamples, RegisterCountsMergesAndReportsTheOneClash) {
+    EXPECT_TRUE(contains(registered_.out, "registered 11, merged 10, clashes 1, errors 0 (22 entries"))
+        << registered_.out;
+    EXPECT_TRUE(contains(registered_.out,
+                         "model_c.jsonl:3: clash: SCM_SHARED_FUNCTIONS key \"" + clashKey_ +
+                             "\" name \"filter_update\": the stored record refuses the offered one\n"
+                             "    Name: stored \"filter_update\", offered \"filter_update_fast\"\n"
+                             "    FunctionName: stored \"filter_update\", offered \"filter_update_fast\"\n"
+                             "    FileName: stored \"filter_update.c\", offered \"filter_update_fast.c\"\n"))
+        << registered_.out;
+
+    const ToolRun again = registerExamples({"--json"});
+    EXPECT_EQ(again.exitCode, 1);
+    nlohmann::json summary = nlohmann::json::parse(again.out);
+    const nlohmann::json clash = summary["clashReports"][0];
+    for (const char* varying : {"seconds", "clashReports"}) summary.erase(varying);
+    EXPECT_EQ(summary, (nlohmann::json{{"registry", printedRegistry()}, {"entries", 22}, {"registered", 0},
+                                       {"merged", 21}, {"clashes", 1}, {"errors", 0}, {"committed", true},
+                                       {"errorReports", nlohmann::json::array()}}));
+    EXPECT_EQ(nlohmann::json({clash["line"], clash["category"], clash["differences"].size(),
+                              clash["differences"][1]["offered"]}),
+              nlohmann::json({3, "SCM_SHARED_FUNCTIONS", 3, "filter_update_fast"}));
+}
+
+// Bytes that are not printable ASCII travel as \u00XX and come back byte for byte.
+TEST_F(ScmExamples, ExportThenRegisterReproducesTheRegistryEntryByEntry) {
+    {
+        SCM::SharedCodeManagerInterface library(registry());
+        SCM::SCMGenericIdentity key(SCM::SCM_OTHER, "bytes");
+        std::string everyByte;
+        for (int byte = 0; byte < 256; ++byte) everyByte += static_cast<char>(byte);
+        SCM::SCMGenericData record(everyByte);
+        record.setName("\xe9t\xe9\n\"quoted\"");
+        ASSERT_EQ(library.registerDataInTransaction(&key, &record), SCM::IS_REGISTERED);
+    }
+    const ToolRun exported = scm({"export", kRegistry});
+    ASSERT_EQ(exported.exitCode, 0) << exported.err;
+    vrex_test::writeBytes(file("exported.jsonl"), exported.out);
+    const TestRegistry copy(file("copy.scm"));
+    const ToolRun copied = scm({"register", copy.location(), "exported.jsonl"});
+    EXPECT_TRUE(contains(copied.out, "registered 12, merged 0, clashes 0, errors 0")) << copied.out;
+    const std::string original = registryDump(registry());
+    EXPECT_EQ(countOf(original, "\n"), 12u);
+    EXPECT_EQ(registryDump(copy.location()), original);
+    EXPECT_EQ(scm({"export", copy.location()}).out, exported.out);
+    EXPECT_EQ(scm({"register", copy.location(), "exported.jsonl"}).exitCode, 0);  // all merged: no finding
+}
+
+// What a reading command prints of the examples' registry: its exit code, and fragments of its
+// standard output, or of its standard error when it fails.
+struct Reading {
+    std::vector<std::string> arguments;
+    int exitCode;
+    std::vector<std::string> said;
+};
+
+TEST_F(ScmExamples, ReadingCommandsFindWhatWasRegistered) {
+    const std::vector<Reading> readings = {
+        {{"list", kRegistry}, 0, {"CATEGORY   KEY ", "K_MAX_SPEED"}},
+        {{"list", kRegistry, "functions", "--names"}, 0, {"filter_update\npid_step\n"}},
+        {{"list", kRegistry, "widgets"}, 2, {"unknown category \"widgets\""}},
+        {{"export", kRegistry, "--category", "SCM_SHARED_CONSTANTS"}, 0,
+         {"\"Name\":\"K_GAIN\"", "\"GenerateConstant\":true"}},  // switched on by model_b
+        {{"show", kRegistry, "utilities", "rt_sat_s32"}, 0,
+         {"ModelNames               [\"model_a\", \"model_b\", \"model_c\"]"}},
+        {{"show", kRegistry, "utilities", "rt_sat_s32", "--all"}, 0, {"IncludeMaxIdLength"}},
+        {{"show", kRegistry, "--checksum", clashKey_}, 0,
+         {"category            SCM_SHARED_FUNCTIONS\n", "FunctionName      \"filter_update\"\n"}},
+        {{"show", kRegistry, "types", "No_Such_Type"}, 1, {"no entry named \"No_Such_Type\" in types"}},
+        {{"show", kRegistry, "types"}, 2, {}},
+        // The counts cover every piece; only the most shared one (of 4 traces) is listed.
+        {{"stats", kRegistry, "--top", "1"}, 0,
+         {"utilities        3\n", "total           11\n", "models: 3 (model_a, model_b, model_c)\n",
+          "  used by 3 models: 1\n  used by 2 models: 1\n  used by 1 model: 1\n",
+          "4  model_a, model_b, model_c\n", "rt_sat_s32"}},
+    };
+    for (const Reading& reading : readings) {
+        const ToolRun run = scm(reading.arguments);
+        EXPECT_EQ(run.exitCode, reading.exitCode) << reading.arguments[0] << run.err;
+        for (const std::string& part : reading.said) {
+            EXPECT_TRUE(contains(run.exitCode == 0 ? run.out : run.err, part)) << part << "\n" << run.out;
+        }
+    }
+    EXPECT_EQ(countOf(scm({"list", kRegistry}).out, "\n"), 12u);  // a header and 11 rows
+    EXPECT_FALSE(contains(scm({"show", kRegistry, "utilities", "rt_sat_s32"}).out, "IncludeMaxIdLength"));
+    EXPECT_EQ(countOf(scm({"export", kRegistry, "constants"}).out, "\n"), 2u);
+    EXPECT_FALSE(contains(scm({"stats", kRegistry, "--top", "1"}).out, "rt_lookup_1d"));
+}
+
+// What check says of each kind of damage, and what --repair makes of it.
+TEST_F(ScmExamples, CheckFindsEachKindOfDamage) {
+    EXPECT_EQ(scm({"check", kRegistry}).out, "OK: " + printedRegistry() + ": 11 entries; the storage is "
+                                              "sound, every entry decodes and matches its checksum\n");
+    SCM_SQLITE_ONLY("damages the registry through SQLite");
+    execSql(registry(), "UPDATE \"SCM_UTILITIES\" SET \"Data\" = NULL WHERE \"_id\" = 1;"
+                        "DELETE FROM \"_vrex_catalogue\" WHERE class = 'SCM_UTILITIES' AND property = 'Identity'");
+    const ToolRun torn = scm({"check", kRegistry});
+    EXPECT_EQ(torn.exitCode, 1);
+    EXPECT_TRUE(contains(torn.out, "2 problems in " + printedRegistry() + " (11 entries checked)\n"
+                                   "scm check --repair would fix 2 of them\n")) << torn.out;
+    const ToolRun repaired = scm({"check", kRegistry, "--repair"});
+    EXPECT_EQ(repaired.exitCode, 0) << repaired.out << repaired.err;
+    EXPECT_TRUE(contains(repaired.out, "repaired: 1 missing part of the storage made again, 1 torn row deleted\n"
+                                       "OK: " + printedRegistry() + ": 10 entries")) << repaired.out;
+
+    // A checksum column that disagrees with its identity, and an identity that carries a checksum
+    // its key fields do not give: neither is repairable, so no repair is offered.
+    execSql(registry(), "UPDATE \"SCM_SHARED_TYPES\" SET \"Checksum\" = 'edited' WHERE \"_id\" = 2;"
+                        "UPDATE \"SCM_SHARED_TYPES\" SET \"Identity\" = replace(\"Identity\", \"Checksum\", "
+                        "'carried') WHERE \"_id\" = 1");
+    const ToolRun edited = scm({"check", kRegistry});
+    EXPECT_EQ(edited.exitCode, 1);
+    EXPECT_TRUE(contains(edited.out, "problem: SCM_SHARED_TYPES object 2 (checksum \"edited\"): its "
+                                     "identity computes the checksum"))
+        << edited.out;
+    EXPECT_TRUE(contains(edited.out, ": its identity carries the checksum \"carried\" but computes")) << edited.out;
+    const std::string summary = "2 problems in " + printedRegistry() + " (10 entries checked)\n";
+    EXPECT_EQ(edited.out.substr(edited.out.size() - std::min(edited.out.size(), summary.size())), summary);
+
+    execSql(registry(),
+            "PRAGMA writable_schema = ON;"
+            "UPDATE sqlite_schema SET sql = 'CREATE INDEX \"index:SCM_UTILITIES.Name\" "
+            "ON \"SCM_UTILITIES\" (\"Data\")' WHERE name = 'index:SCM_UTILITIES.Name'");
+    const ToolRun damaged = scm({"check", kRegistry});
+    EXPECT_TRUE(damaged.exitCode == 1 && contains(damaged.out, "is damaged: ")) << damaged.out;
+}
+
+}  // namespace
