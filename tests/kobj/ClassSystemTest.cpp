@@ -16,7 +16,7 @@
 
 namespace {
 
-using kobjtest::errorIdentifier;
+using kobjtest::errorOf;
 using kobjtest::Circle;
 using kobjtest::Shape;
 using kobjtest::Square;
@@ -85,9 +85,6 @@ TEST_F(KobjClassSystemTest, PropertiesAreReadAndWrittenByPublishedName) {
     EXPECT_EQ(kobj::getProperty(circle, "Offset").int32Value(), -42);
     EXPECT_EQ(kobj::getProperty(circle, "Name").text(), "inherited");
     EXPECT_EQ(kobj::getProperty(circle, "Diameter").uint32Value(), 0xFFFFFFFEu);
-
-    const auto* object = static_cast<Shape*>(circle.object(0));
-    EXPECT_EQ(object->preSetCalls * 10 + object->postSetCalls, 33);
 }
 
 TEST_F(KobjClassSystemTest, MisusesHaveStableIdentifiersAndChangeNothing) {
@@ -105,7 +102,7 @@ TEST_F(KobjClassSystemTest, MisusesHaveStableIdentifiersAndChangeNothing) {
         {[&] { kobj::callMethod(circle, "describe", {}); }, "kobj:wrongNumberOfArguments"},
         {[&] { kobj::callMethod(circle, "rotate", {}); }, "kobj:unknownMethod"},
     };
-    for (const auto& [misuse, identifier] : misuses) EXPECT_EQ(errorIdentifier(misuse), identifier);
+    for (const auto& [misuse, identifier] : misuses) EXPECT_EQ(errorOf(misuse).identifier(), identifier);
     EXPECT_EQ(kobj::getProperty(circle, "Radius").uint32Value(), 0u);
 }
 
@@ -124,7 +121,7 @@ TEST_F(KobjClassSystemTest, ObjectArraysSettleOnTheNearestCommonClass) {
         return kobj::ownedObjectRow(objects, kobj::kHeterogeneousRootName).className();
     };
     EXPECT_EQ(rowClass({new Circle, new Circle}), "kobjtest.Circle");
-    EXPECT_EQ(rowClass({new Circle, new Square(1)}), "kobjtest.Shape");
+    EXPECT_EQ(rowClass({new Circle, new Square}), "kobjtest.Shape");
     EXPECT_EQ(rowClass({new Circle, new kobjtest::Stray}), kobj::kHeterogeneousRootName)
         << "an element of no class keeps the declared class";
     EXPECT_EQ(rowClass({}), kobj::kHeterogeneousRootName);
@@ -165,7 +162,7 @@ TEST_F(KobjClassSystemTest, RecordsDescribeTheClassAsPublished) {
     const kobj::ClassRecord& circle = registry().getClass("kobjtest.Circle");
     std::vector<std::string> names;
     for (const kobj::COSPropInfo* property : circle.allProperties()) names.push_back(property->name());
-    EXPECT_EQ(names, (std::vector<std::string>{"Label", "Name", "Radius", "Offset", "Filled", "Tags",
+    EXPECT_EQ(names, (std::vector<std::string>{"Label", "Name", "Radius", "Offset", "Filled",
                                                "Diameter"}));
     EXPECT_EQ(circle.findProperty("Filled")->attributes(), kobj::attributes::kHidden);
     EXPECT_TRUE(registry().getClass("kobjtest.Shape").isAbstract());

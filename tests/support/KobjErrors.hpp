@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "kobj/Error.hpp"
 
 namespace kobjtest {
@@ -18,17 +16,6 @@ kobj::Error errorOf(Call call) {
     }
     ADD_FAILURE() << "no kobj::Error thrown";
     return kobj::Error("none", "no error");
-}
-
-// The identifier of the kobj::Error that `call` throws, "none" when it throws none.
-template <class Call>
-std::string errorIdentifier(Call call) {
-    try {
-        call();
-    } catch (const kobj::Error& error) {
-        return error.identifier();
-    }
-    return "none";
 }
 
 }  // namespace kobjtest

@@ -14,12 +14,10 @@ namespace scm_test {
 
 class TestRegistry {
 public:
-    // On SQLite a file in a temporary directory of its own. Throws when the PostgreSQL database
-    // cannot be created.
-    TestRegistry();
-    // On SQLite `sqliteLocation` as given: a path in the caller's own directory, possibly
-    // relative to the directory the registry is opened from.
-    explicit TestRegistry(std::string sqliteLocation);
+    // On SQLite `sqliteLocation` as given (a path in the caller's own directory, possibly relative
+    // to the directory the registry is opened from), or when empty a file in a temporary directory
+    // of its own. Throws when the PostgreSQL database cannot be created.
+    explicit TestRegistry(std::string sqliteLocation = "");
     ~TestRegistry();
     TestRegistry(const TestRegistry&) = delete;
     TestRegistry& operator=(const TestRegistry&) = delete;
@@ -28,8 +26,6 @@ public:
     const std::string& location() const { return location_; }
 
 private:
-    void createDatabase();
-
     std::unique_ptr<TempDir> directory_;  // SQLite only
     std::string database_;                // PostgreSQL only
     std::string location_;
