@@ -106,27 +106,13 @@ std::string valueText(const qaArray& value) {
     return text;
 }
 
-// An object's state as one string: every property, read through its getter. Without the
-// property `written` and the dependent ones when `written` is given.
-std::string stateOf(const qaArray& object, const std::string& written = "") {
+// An object's state as one string: every property, read through its getter.
+std::string stateOf(const qaArray& object) {
     std::string state = kobj::classOf(object).name();
     for (const kobj::COSPropInfo* property : kobj::classOf(object).allProperties()) {
-        const bool follows = kobj::attributes::isDependent(property->attributes());
-        if (!written.empty() && (property->name() == written || follows)) continue;
         state += "\n" + property->name() + "=" + valueText(kobj::getProperty(object, property->name()));
     }
     return state;
-}
-
-// A value of the same type as `current` that differs from it.
-qaArray otherValue(const qaArray& current) {
-    switch (current.kind()) {
-        case qaArray::Kind::Char: return qaArray::fromText(current.text() + "v");
-        case qaArray::Kind::Logical: return qaArray::fromLogical(!current.logical());
-        case qaArray::Kind::Int32: return qaArray::fromInt32(current.int32Value() + 1);
-        case qaArray::Kind::UInt32: return qaArray::fromUInt32(current.uint32Value() + 1);
-        default: return kobj::textListValue({"v"});
-    }
 }
 
 qaArray newObject(const std::string& className) {
@@ -176,21 +162,6 @@ TEST_P(ObjectEncodingTest, RandomObjectsComeBackEqualAndOfTheirConcreteClass) {
                 dynamic_cast<SCM::SCMData*>(original.object(0))->clone());
             EXPECT_EQ(kobj::encodeObject(clone->toScriptValue()), text) << "a clone is equal";
         }
-    }
-}
-
-// Writing one property changes no other one, except the dependent ones (a checksum follows
-// its key fields): each property reaches a field of its own.
-TEST_P(ObjectEncodingTest, EachPropertyReachesAFieldOfItsOwn) {
-    const kobj::ClassRecord& record = kobj::ClassRegistry::instance().getClass(GetParam());
-    for (const kobj::COSPropInfo* property : record.allProperties()) {
-        if (property->isReadOnly()) continue;
-        qaArray object = newObject(GetParam());
-        const std::string before = stateOf(object, property->name());
-        kobj::setProperty(object, property->name(),
-                          otherValue(kobj::getProperty(object, property->name())));
-        const std::string after = stateOf(object, property->name());
-        EXPECT_EQ(after, before) << "writing " << property->name();
     }
 }
 

@@ -76,17 +76,6 @@ TEST_F(PublishingTest, TraceabilityPropertyAddsAndTheQueryFiltersByModel) {
         << "the library's own exception passes through";
 }
 
-TEST_F(PublishingTest, SharedCommonDataFindsItsPublishedClass) {
-    SCMSharedTypesDataConstantsData common("common");
-    const qaArray value = common.toScriptValue();
-    EXPECT_EQ(value.className(), "SharedCodeManager.SharedCommonData") << "what the object reports";
-    EXPECT_EQ(kobj::classOf(value).name(), "SharedCodeManager.SharedTypesDataConstantsData");
-    EXPECT_EQ(tv::mi::Handle::fromScriptValue(value, "SharedCodeManager.Data"), &common);
-    EXPECT_EQ(errorOf([] { kobj::construct("SharedCodeManager.SharedTypesDataConstantsData", {}); })
-                  .identifier(),
-              "kobj:abstractClass");
-}
-
 // A facade driven through its published methods, on a registry file.
 class PublishedFacadeTest : public PublishingTest {
 protected:
