@@ -92,9 +92,6 @@ TEST(ChecksumDigest, FinishedDigestIsStableUntilInitAndCopiesContinueApart) {
     const auto first = digest.finalize();
     digest.update("more");  // ignored by the finished digest
     EXPECT_EQ(digest.finalize(), first);
-    std::string text = "x";
-    digest.appendText(text);
-    EXPECT_EQ(text, "xOGYSglrIy4jPHI0kduetXE") << "appended";
 
     digest.init();
     digest.update("ab");

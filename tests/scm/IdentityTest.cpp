@@ -109,6 +109,7 @@ TEST(Identity, KeyFieldSettersRecomputeAndElementSettersDoNot) {
     identity.setChecksum("X");
     EXPECT_EQ(identity.getChecksum(), "X");
     identity.setSymbolString("rtfoo");
+    EXPECT_NE(identity.getChecksum(), "X");
     identity.setIncludeMaxIdLength(false);
     EXPECT_EQ(identity.getChecksum(), kRtFooSymbol);
     identity.setIncludeMaxIdLength(true);
@@ -125,7 +126,7 @@ TEST(Identity, KeyFieldSettersRecomputeAndElementSettersDoNot) {
     EXPECT_FALSE(copy.isComputedChecksum());
     EXPECT_EQ(copy.getChecksum(), kRtFoo);
 
-    SCMSharedTypesIdentity elements(1, 2, 3, 4);
+    SCMSharedFunctionIdentity elements(1, 2, 3, 4);
     EXPECT_EQ(elements.getChecksum(), kOneToFour);
     elements.setChecksumElement1(4);
     EXPECT_EQ(elements.getChecksum(), kOneToFour) << "element setters keep a computed checksum";

@@ -10,7 +10,6 @@
 #include "SCMModuleEntry.hpp"
 #include "kobj/ClassRegistry.hpp"
 #include "kobj/Conversions.hpp"
-#include "kobj/JsonEscaping.hpp"
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectEncoding.hpp"
 #include "kobj/PropertyAttributes.hpp"
@@ -88,33 +87,6 @@ private:
     std::mt19937 engine_;
 };
 
-// A property value as text.
-std::string valueText(const qaArray& value) {
-    std::string text;
-    if (value.kind() == qaArray::Kind::Cell) {
-        text = std::to_string(value.numel()) + ":";
-        for (const std::string& element : kobj::textListFrom(value))
-            kobj::json::appendString(text, element);
-    } else if (value.kind() == qaArray::Kind::Char) {
-        kobj::json::appendString(text, value.text());
-    } else if (value.kind() == qaArray::Kind::Logical) {
-        text = value.logical() ? "true" : "false";
-    } else {
-        text = std::to_string(value.kind() == qaArray::Kind::Int32 ? value.int32Value()
-                                                                   : value.uint32Value());
-    }
-    return text;
-}
-
-// An object's state as one string: every property, read through its getter.
-std::string stateOf(const qaArray& object) {
-    std::string state = kobj::classOf(object).name();
-    for (const kobj::COSPropInfo* property : kobj::classOf(object).allProperties()) {
-        state += "\n" + property->name() + "=" + valueText(kobj::getProperty(object, property->name()));
-    }
-    return state;
-}
-
 qaArray newObject(const std::string& className) {
     const kobj::ClassRecord& record = kobj::ClassRegistry::instance().getClass(className);
     std::vector<qaArray> arguments;
@@ -152,8 +124,7 @@ TEST_P(ObjectEncodingTest, RandomObjectsComeBackEqualAndOfTheirConcreteClass) {
         ASSERT_EQ(copy.numel(), 1u) << text;
         EXPECT_NE(copy.object(0), original.object(0));
         EXPECT_EQ(kobj::classOf(copy).name(), GetParam());
-        EXPECT_EQ(stateOf(copy), stateOf(original));
-        EXPECT_EQ(kobj::encodeObject(copy), text);
+        EXPECT_EQ(kobj::encodeObject(copy), text) << "every settable property read back";
         if (auto* identity = dynamic_cast<SCM::SCMIdentity*>(copy.object(0))) {
             EXPECT_EQ(identity->getChecksum(),
                       dynamic_cast<SCM::SCMIdentity*>(original.object(0))->getChecksum());
@@ -174,28 +145,6 @@ class ObjectDecodingTest : public ::testing::Test {
 protected:
     void SetUp() override { HxInitialize_shared_code_manager(); }
 };
-
-TEST_F(ObjectDecodingTest, UnknownAbstractAndStatelessClassesDecodeToTheEmptyValue) {
-    for (const char* className :
-         {"SharedCodeManager.Nothing", "Other.Data", "SharedCodeManager.Identity",
-          "SharedCodeManager.SharedTypesDataConstantsIdentity",
-          "SharedCodeManager.SharedTypesDataConstantsData", "SharedCodeManager.SharedCommonData",
-          "SharedCodeManager.SharedCodeManagerInterface",
-          "SharedCodeManager.SharedConstantsInterface", "velmor.mixin.Heterogeneous",
-          "SharedCodeManager"}) {
-        const std::string text = std::string("{\"class\":\"") + className + "\"}";
-        EXPECT_EQ(kobj::decodeObject(text).kind(), qaArray::Kind::Empty) << text;
-    }
-}
-
-TEST_F(ObjectDecodingTest, RequiredClassIsCheckedBeforeAnythingIsBuilt) {
-    const std::string identity =
-        "{\"class\":\"SharedCodeManager.GenericIdentity\",\"Type\":\"SCM_SHARED_DATA\"}";
-    EXPECT_EQ(kobj::decodeObject(identity, "SharedCodeManager.Data").kind(), qaArray::Kind::Empty);
-    const qaArray decoded = kobj::decodeObject(identity, "SharedCodeManager.Identity");
-    ASSERT_EQ(decoded.numel(), 1u);
-    EXPECT_EQ(kobj::getProperty(decoded, "Type").text(), "SCM_SHARED_DATA");
-}
 
 TEST_F(ObjectDecodingTest, TheEncodingIsReadableAscii) {
     const qaArray identity =
@@ -222,7 +171,8 @@ TEST_F(ObjectDecodingTest, OnlyKeyDerivedAndTuningPropertiesCarryAttributes) {
     EXPECT_EQ(flagged, "Checksum=8388608 Type=8390656 IncludeMaxIdLength=2048 ");
 }
 
-// The reason a decoding gives, for texts that people write by hand (the scm tool's manifests).
+// The reason a decoding gives, for texts that people write by hand (the scm tool's manifests), up
+// to the expected text's length ("": refused, whatever the reason).
 TEST_F(ObjectDecodingTest, AFailedDecodingSaysWhy) {
     const std::pair<std::string, std::string> rows[] = {
         {"{\"class\":\"SharedCodeManager.Nothing\"}", "There is no class SharedCodeManager.Nothing."},
@@ -237,12 +187,17 @@ TEST_F(ObjectDecodingTest, AFailedDecodingSaysWhy) {
          "Objects of class SharedCodeManager.SharedTypesDataConstantsIdentity cannot be rebuilt"},
         {"{\"class\":\"SharedCodeManager.GenericIdentity\",\"Type\":1.5}", "The text is not an object encoding"},
         {"{\"class\":\"SharedCodeManager.GenericIdentity\",\"Type\":true}", "Property Type of"},
-        {"{\"class\":\"SharedCodeManager.GenericIdentity\"}", "decoded"},
+        {"{\"class\":\"SharedCodeManager.GenericIdentity\",\"Type\":\"SCM_SHARED_DATA\"}", "decoded"},
+        {"{\"class\":\"SharedCodeManager.Identity\"}", ""},
+        {"{\"class\":\"SharedCodeManager.SharedConstantsInterface\"}", ""},
+        {"{\"class\":\"velmor.mixin.Heterogeneous\"}", ""},
+        {"{\"class\":\"Other.Identity\"}", ""},
     };
     for (const auto& [text, reason] : rows) {
         std::string problem;
         const bool decoded = kobj::decodeObject(text, "SharedCodeManager.Identity", problem).numel() == 1;
         EXPECT_EQ((decoded ? "decoded" : problem).substr(0, reason.size()), reason) << text;
+        EXPECT_EQ(decoded, reason == "decoded") << text;
     }
 }
 

@@ -21,17 +21,6 @@ using kobjtest::errorOf;
 
 qaArray text(const std::string& value) { return qaArray::fromText(value); }
 qaArray u32(std::uint32_t value) { return qaArray::fromUInt32(value); }
-qaArray cell(std::vector<std::string> texts) {
-    std::vector<qaArray> cells;
-    for (const std::string& t : texts) cells.push_back(qaArray::fromText(t));
-    return qaArray::cellColumn(std::move(cells));
-}
-std::vector<std::string> textsOf(const qaArray& value) {
-    std::vector<std::string> texts;
-    for (const qaArray& c : value.cells()) texts.push_back(c.text());
-    return texts;
-}
-
 // The library object of a value of `className`, borrowed.
 template <class T>
 T* objectOf(const qaArray& value, const char* className) {
@@ -58,22 +47,6 @@ TEST_F(PublishingTest, ChecksumIsSettableAndCategoryTravelsAsText) {
     objectOf<SCMIdentity>(generic, "SharedCodeManager.Identity")->setType(static_cast<SCMTypes>(9));
     EXPECT_EQ(kobj::getProperty(generic, "Type").text(), "");
     EXPECT_EQ(kobj::callMethod(generic, "getType", {}).text(), "SCM_NUM");
-}
-
-TEST_F(PublishingTest, TraceabilityPropertyAddsAndTheQueryFiltersByModel) {
-    qaArray utility =
-        kobj::construct("SharedCodeManager.BasicUtilityData", {text("n"), text("id")});
-    kobj::setProperty(utility, "Traceability", cell({"m10:b", "m1:a"}));
-    kobj::setProperty(utility, "Traceability", cell({"m2:c"}));
-    EXPECT_EQ(textsOf(kobj::getProperty(utility, "Traceability")),
-              (std::vector<std::string>{"m10:b", "m1:a", "m2:c"}));
-    EXPECT_EQ(textsOf(kobj::callMethod(utility, "getTraceabilityForModel", {text("m1")})),
-              (std::vector<std::string>{"m1:a"}));
-
-    kobj::setProperty(utility, "Traceability", cell({"m1"}));
-    EXPECT_THROW(kobj::callMethod(utility, "getTraceabilityForModel", {text("m1")}),
-                 std::out_of_range)
-        << "the library's own exception passes through";
 }
 
 // A facade driven through its published methods, on a registry file.
@@ -109,19 +82,12 @@ protected:
 TEST_F(PublishedFacadeTest, RegisterDataIsTheDirectRoadAndUsingCachingTheCachedOne) {
     EXPECT_EQ(call("registerData", {utilityIdentity("a"), utilityData("a", "id")}).text(),
               "IS_REGISTERED");
-    EXPECT_EQ(storedUtilities(), 1u);
-    EXPECT_EQ(call("registerData", {utilityIdentity("a"), utilityData("a", "other")}).text(),
-              "IS_PRESENT_ERROR");
     EXPECT_EQ(
         call("registerDataUsingCaching", {utilityIdentity("b"), utilityData("b", "id")}).text(),
         "WILL_BE_REGISTERED");
-    EXPECT_EQ(backend().getCacheManager()->size(), 1u);
-    TvFeature::setValue("UseVrexCache", 0);
-    EXPECT_EQ(
-        call("registerDataUsingCaching", {utilityIdentity("c"), utilityData("c", "id")}).text(),
-        "IS_REGISTERED");
+    EXPECT_EQ(storedUtilities(), 1u);
     EXPECT_EQ(call("finalize", {}).text(), "IS_REGISTERED");
-    EXPECT_EQ(storedUtilities(), 3u);
+    EXPECT_EQ(storedUtilities(), 2u);
     EXPECT_EQ(call("registerData", {qaArray(), utilityData("d", "id")}).text(), "IS_EMPTY")
         << "an empty value is an absent object";
 }
