@@ -1,16 +1,15 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
+#include <cstdint>
 #include <string>
 
 #include "kobj/COSPackageInfo.hpp"
 #include "kobj/ClassRegistry.hpp"
 #include "kobj/Handle.hpp"
 #include "kobj/HandleClass.hpp"
-#include "kobj/ObjectValues.hpp"
 #include "kobj/PropertyAttributes.hpp"
 #include "kobj/factory/TypedClassBuilder.hpp"
 
@@ -45,16 +44,12 @@ public:
 
     std::uint32_t getRadius() const { return radius_; }
     void setRadius(std::uint32_t radius) { radius_ = radius; }
-    std::int32_t getOffset() const { return offset_; }
-    void setOffset(std::int32_t offset) { offset_ = offset; }
     bool getFilled() const { return filled_; }
     void setFilled(bool filled) { filled_ = filled; }
     std::uint32_t getDiameter() const { return 2 * radius_; }
-    Circle* scaled(std::uint32_t factor) const { return new Circle(getName(), radius_ * factor); }
 
 private:
     std::uint32_t radius_ = 0;
-    std::int32_t offset_ = 0;
     bool filled_ = false;
 };
 
@@ -125,13 +120,7 @@ private:
         circle.addConstructor<std::string, std::uint32_t>({"char", "uint32 scalar"});
         circle.addConstructor<std::string>({"char"});
         circle.addConstructor<>({});
-        circle.addCustomMethod("scaled", {"kobjtest.Circle"}, {"uint32 scalar"},
-                               [](Circle& self, const kobj::factory::Arguments& arguments) {
-                                   return kobj::ownedObject(self.scaled(arguments.get<std::uint32_t>(0)),
-                                                            "kobjtest.Circle");
-                               });
         circle.addProperty("Radius", "uint32 scalar", 0, &Circle::getRadius, &Circle::setRadius);
-        circle.addProperty("Offset", "int32 scalar", 0, &Circle::getOffset, &Circle::setOffset);
         circle.addProperty("Filled", "logical scalar", kobj::attributes::kHidden, &Circle::getFilled,
                            &Circle::setFilled);
         circle.addReadOnlyProperty("Diameter", "uint32 scalar", 0, &Circle::getDiameter);
