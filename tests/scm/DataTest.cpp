@@ -161,14 +161,4 @@ TEST(UtilityData, ListSettersUnionReplaceOrKeepDuplicates) {
     EXPECT_TRUE(SCMMultiWordFcnData().getFcnNames().empty());
 }
 
-TEST(SharedTypesData, KindTextsReadBackExceptOthers) {
-    SCMSharedTypesData record("T");
-    record.setKind("SCM_SHARED_DATA_MACRO");
-    EXPECT_EQ(record.getKind(), "SCM_SHARED_DATA_MACRO");
-    record.setKind("no such kind");
-    EXPECT_EQ(record.getKind(), "SCM_SHARED_DATA_MACRO");
-    record.setKind("SCM_SHARED_OTHERS");
-    EXPECT_EQ(record.getKind(), "");
-}
-
 }  // namespace

@@ -1,26 +1,20 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <stdexcept>
 
 #include "SCMModuleEntry.hpp"
 #include "kobj/ClassRegistry.hpp"
-#include "kobj/Error.hpp"
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectValues.hpp"
 #include "shared_code_manager.hpp"
-#include "support/KobjErrors.hpp"
-#include "support/LoggingDataAdapter.hpp"
 #include "support/TestRegistry.hpp"
 #include "tv/TvFeature.hpp"
 
 namespace {
 
 using namespace SCM;
-using kobjtest::errorOf;
 
 qaArray text(const std::string& value) { return qaArray::fromText(value); }
-qaArray u32(std::uint32_t value) { return qaArray::fromUInt32(value); }
 // The library object of a value of `className`, borrowed.
 template <class T>
 T* objectOf(const qaArray& value, const char* className) {
@@ -59,7 +53,6 @@ protected:
     void TearDown() override { TvFeature::setValue("UseVrexCache", 1); }
 
     SCMVrexDataAdapter& backend() { return static_cast<SCMVrexDataAdapter&>(*facade_.getDataAdapter()); }
-    std::size_t storedUtilities() { return backend().getAllChildren(SCM_UTILITIES).size(); }
 
     qaArray call(const std::string& method, const std::vector<qaArray>& arguments) {
         return kobj::callMethod(facade_.toScriptValue(), method, arguments);
@@ -78,26 +71,6 @@ protected:
     scm_test::TestRegistry registry_;
     SharedConstantsInterface facade_{registry_.location()};
 };
-
-TEST_F(PublishedFacadeTest, RegisterDataIsTheDirectRoadAndUsingCachingTheCachedOne) {
-    EXPECT_EQ(call("registerData", {utilityIdentity("a"), utilityData("a", "id")}).text(),
-              "IS_REGISTERED");
-    EXPECT_EQ(
-        call("registerDataUsingCaching", {utilityIdentity("b"), utilityData("b", "id")}).text(),
-        "WILL_BE_REGISTERED");
-    EXPECT_EQ(storedUtilities(), 1u);
-    EXPECT_EQ(call("finalize", {}).text(), "IS_REGISTERED");
-    EXPECT_EQ(storedUtilities(), 2u);
-    EXPECT_EQ(call("registerData", {qaArray(), utilityData("d", "id")}).text(), "IS_EMPTY")
-        << "an empty value is an absent object";
-}
-
-TEST_F(PublishedFacadeTest, ArgumentsOfTheWrongClassAreRefused) {
-    const qaArray data = utilityData("a", "id");
-    EXPECT_EQ(errorOf([&] { call("registerData", {data, data}); }).identifier(), "kobj:errorMustBeObject");
-    EXPECT_EQ(errorOf([&] { call("retrieveAllData", {u32(2)}); }).identifier(), "kobj:errorMustBeString");
-    EXPECT_EQ(storedUtilities(), 0u);
-}
 
 TEST_F(PublishedFacadeTest, RetrievedObjectsAreFreshAndOwnedUnderTheirConcreteClass) {
     const qaArray identity = utilityIdentity("a");
@@ -126,17 +99,11 @@ TEST_F(PublishedFacadeTest, DataByNameFromTheWriteCacheReachesTheScriptAsACopy) 
     EXPECT_EQ(call("retrieveDataForName", {text("SCM_UTILITIES"), text("cached")}).numel(), 1u);
 }
 
+// A facade made by a script on a file that cannot be a registry answers as for a missing store.
 TEST(PublishedFacadeWithoutStoreTest, AnswersAsForAMissingStore) {
     HxInitialize_shared_code_manager();
-    SharedCodeManagerInterface facade;
-    facade.setDataAdapter(new scm_test::LoggingDataAdapter(false));
-    const qaArray value = facade.toScriptValue();
     const qaArray identity = kobj::construct("SharedCodeManager.BasicUtilityIdentity", {text("a")});
     const qaArray data = kobj::construct("SharedCodeManager.BasicUtilityData", {});
-    EXPECT_EQ(kobj::callMethod(value, "registerData", {identity, data}).text(),
-              "IS_TRANSACTION_ERROR");
-
-    // A facade made by a script on a file that cannot be a registry has no store either.
     const qaArray opened = kobj::construct("SharedCodeManager.SharedFunctionInterface",
                                            {text("/nonexistent-directory/registry.sldd")});
     EXPECT_EQ(opened.className(), "SharedCodeManager.SharedFunctionInterface");

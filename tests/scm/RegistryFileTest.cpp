@@ -131,22 +131,6 @@ TEST_F(RegistryFile, TwoCachedEntriesWithOneKeyMergeInTheBatch) {
     EXPECT_EQ(names, (Names{"a", "b", "c"}));
 }
 
-TEST_F(RegistryFile, FailedOpenLeavesAFacadeWithoutAStore) {
-    SCM_SQLITE_ONLY("a directory where the file should be");
-    const std::string directory = directory_.file("a_directory");
-    fs::create_directory(directory);
-    SharedCodeManagerInterface registry(directory);
-    SCMDataAdapter* adapter = registry.getDataAdapter();
-    ASSERT_NE(adapter, nullptr);
-    EXPECT_FALSE(adapter->doesExist());
-    EXPECT_EQ(adapter->getCacheManager(), nullptr);
-    SCMGenericIdentity key(SCM_OTHER, "k");
-    SCMGenericData record("k");
-    EXPECT_EQ(registry.registerData(&key, &record), IS_TRANSACTION_ERROR);
-    EXPECT_EQ(registry.finalize(), IS_REGISTERED);  // nothing cached, nothing to write
-    EXPECT_EQ(adapter->cacheValue(&key, &record), IS_TRANSACTION_ERROR);
-}
-
 TEST_F(RegistryFile, OnlyTheFirstObjectWithAChecksumIsReadOrMerged) {
     SCMGenericIdentity key(SCM_OTHER, "twice");
     {
