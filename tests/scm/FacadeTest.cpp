@@ -2,7 +2,6 @@
 // batch call, backend ownership, the name listings and the placeholder utility facades.
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <stdexcept>
 
 #include "shared_code_manager.hpp"

@@ -58,7 +58,6 @@ const GoldenRow kGolden[] = {
     {"generic empty", [] { return new SCMGenericIdentity(SCM_OTHER); }, SCM_OTHER, kEmptyText},
     {"generic functions", [] { return new SCMGenericIdentity(SCM_SHARED_FUNCTIONS, "abc"); },
      SCM_SHARED_FUNCTIONS, kAbc},
-    {"generic types", [] { return new SCMGenericIdentity(SCM_SHARED_TYPES, "abc"); }, SCM_SHARED_TYPES, kAbc},
     {"generic to the NUL", [] { return new SCMGenericIdentity(SCM_OTHER, std::string("abc\0d", 5)); },
      SCM_OTHER, kAbc},
     {"function zeros", [] { return new SCMSharedFunctionIdentity(); }, SCM_SHARED_FUNCTIONS, kZeros},

@@ -12,7 +12,6 @@
 #include "kobj/Conversions.hpp"
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectEncoding.hpp"
-#include "kobj/PropertyAttributes.hpp"
 
 namespace {
 

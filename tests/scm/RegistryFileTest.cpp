@@ -3,16 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 
 #include "kobj/ObjectEncoding.hpp"
 #include "shared_code_manager.hpp"
-#include "support/RegistryDriver.hpp"
 #include "support/RegistryDump.hpp"
-#include "support/TempDir.hpp"
 #include "support/TestRegistry.hpp"
 #include "tv/TvFeature.hpp"
 #include "vrex/Utf16.hpp"
@@ -20,20 +15,10 @@
 namespace {
 
 using namespace SCM;
-namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
 // The whole-object text of a library object: equal texts mean equal class and fields.
 std::string encoded(tv::mi::Handle* object) { return kobj::encodeObject(object->toScriptValue()); }
-
-template <typename T>
-struct Owned {
-    std::vector<std::unique_ptr<T>> objects;
-    explicit Owned(const std::vector<T*>& raw) {
-        for (T* object : raw) objects.emplace_back(object);
-    }
-    std::size_t size() const { return objects.size(); }
-};
 
 class RegistryFile : public ::testing::Test {
 protected:
@@ -41,8 +26,7 @@ protected:
     void TearDown() override { TvFeature::setValue("UseVrexCache", 1); }
     const std::string& path() const { return registry_.location(); }
 
-    scm_test::TempDir directory_;
-    scm_test::TestRegistry registry_{directory_.file("registry.scm")};
+    scm_test::TestRegistry registry_;
 };
 
 // Null arguments register nothing on either road; an invalid category goes to the marker class.
@@ -124,9 +108,10 @@ TEST_F(RegistryFile, TwoCachedEntriesWithOneKeyMergeInTheBatch) {
         registry.registerData(&key, &second);
     }  // destroying the registry writes the cache
     SharedCodeManagerInterface reopened(path());
-    Owned<SCMData> records(reopened.retrieveAllData(SCM_OTHER));
+    const std::vector<SCMData*> records = reopened.retrieveAllData(SCM_OTHER);
     ASSERT_EQ(records.size(), 1u);
-    Names names = static_cast<SCMMultiWordFcnData&>(*records.objects[0]).getFcnNames();
+    const std::unique_ptr<SCMData> record(records[0]);
+    Names names = static_cast<SCMMultiWordFcnData&>(*record).getFcnNames();
     std::sort(names.begin(), names.end());
     EXPECT_EQ(names, (Names{"a", "b", "c"}));
 }
