@@ -4,7 +4,7 @@
 
 #include "kobj/Conversions.hpp"
 #include "kobj/Error.hpp"
-#include "support/KobjErrors.hpp"
+#include "support/TestShapes.hpp"
 
 namespace {
 

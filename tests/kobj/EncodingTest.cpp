@@ -7,7 +7,6 @@
 #include "kobj/JsonEscaping.hpp"
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectEncoding.hpp"
-#include "support/KobjErrors.hpp"
 #include "support/TestShapes.hpp"
 
 namespace {
@@ -143,8 +142,7 @@ TEST_F(KobjObjectEncodingTest, WritesEverySettablePropertyAndDecodesWhatCanBeReb
     qaArray circle =
         kobj::construct("kobjtest.Circle", {qaArray::fromText("c"), qaArray::fromUInt32(3)});
     EXPECT_EQ(kobj::encodeObject(circle),
-              "{\"class\":\"kobjtest.Circle\",\"Label\":\"derived:c\",\"Name\":\"c\",\"Radius\":3,"
-              "\"Filled\":false}")
+              "{\"class\":\"kobjtest.Circle\",\"Label\":\"derived:c\",\"Name\":\"c\",\"Radius\":3}")
         << "the read-only Diameter is left out";
     kobjtest::Shape shape("abstract");
     kobjtest::Stray stray;

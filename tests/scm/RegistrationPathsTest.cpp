@@ -10,7 +10,6 @@
 #include <sstream>
 
 #include "shared_code_manager.hpp"
-#include "support/RegistryDump.hpp"
 #include "support/TempDir.hpp"
 #include "support/TestRegistry.hpp"
 #include "tv/TvFeature.hpp"

@@ -7,7 +7,6 @@
 
 #include "kobj/ObjectEncoding.hpp"
 #include "shared_code_manager.hpp"
-#include "support/RegistryDump.hpp"
 #include "support/TestRegistry.hpp"
 #include "tv/TvFeature.hpp"
 #include "vrex/Utf16.hpp"

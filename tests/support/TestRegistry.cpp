@@ -12,6 +12,9 @@
 #include <random>
 #include <stdexcept>
 
+#include "SCMModuleEntry.hpp"
+#include "kobj/ObjectEncoding.hpp"
+#include "shared_code_manager.hpp"
 #include "support/RegistryDriver.hpp"
 
 namespace scm_test {
@@ -84,6 +87,25 @@ TestRegistry::TestRegistry(std::string sqliteLocation) : location_(std::move(sql
         directory_ = std::make_unique<TempDir>();
         location_ = directory_->file("registry.reg");
     }
+}
+
+std::string registryDump(const std::string& location) {
+    HxInitialize_shared_code_manager();
+    SCM::SharedCodeManagerInterface registry(location);
+    std::string dump;
+    for (int value = SCM::SCM_UTILITIES; value <= SCM::SCM_SHARED_CONSTANTS; ++value) {
+        const auto type = static_cast<SCM::SCMTypes>(value);
+        std::vector<SCM::SCMIdentity*> identities = registry.retrieveAllIdentities(type);
+        std::vector<SCM::SCMData*> records = registry.retrieveAllData(type);
+        for (std::size_t i = 0; i < identities.size(); ++i) {
+            dump += SCM::scmTypeToString(type) + " " + kobj::encodeObject(identities[i]->toScriptValue());
+            if (i < records.size()) dump += " " + kobj::encodeObject(records[i]->toScriptValue());
+            dump += "\n";
+            delete identities[i];
+        }
+        for (SCM::SCMData* record : records) delete record;
+    }
+    return dump;
 }
 
 TestRegistry::~TestRegistry() {

@@ -31,4 +31,9 @@ private:
     std::string location_;
 };
 
+// A registry's whole content as one string, to compare registries or one registry over time: per
+// category in value order, one line per entry in store order: the category, then the identity's
+// and the record's whole-object encodings. Opens (and so creates) the registry.
+std::string registryDump(const std::string& location);
+
 }  // namespace scm_test

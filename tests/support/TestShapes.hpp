@@ -6,16 +6,31 @@
 #include <cstdint>
 #include <string>
 
+#include <gtest/gtest.h>
+
 #include "kobj/COSPackageInfo.hpp"
 #include "kobj/ClassRegistry.hpp"
+#include "kobj/Error.hpp"
 #include "kobj/Handle.hpp"
 #include "kobj/HandleClass.hpp"
 #include "kobj/PropertyAttributes.hpp"
 #include "kobj/factory/TypedClassBuilder.hpp"
 
-// A small package of classes, independent of the library, for testing the class system itself:
-// "kobjtest.Shape" (abstract) with "kobjtest.Circle" and "kobjtest.Square" below it.
+// The class-system tests' kit: a small package of classes, independent of the library:
+// "kobjtest.Shape" (abstract) with "kobjtest.Circle" and "kobjtest.Square" below it; and errorOf.
 namespace kobjtest {
+
+// The kobj::Error that `call` throws; fails the test when it throws none.
+template <class Call>
+kobj::Error errorOf(Call call) {
+    try {
+        call();
+    } catch (const kobj::Error& error) {
+        return error;
+    }
+    ADD_FAILURE() << "no kobj::Error thrown";
+    return kobj::Error("none", "no error");
+}
 
 class Shape : public tv::mi::Handle {
 public:
@@ -44,17 +59,13 @@ public:
 
     std::uint32_t getRadius() const { return radius_; }
     void setRadius(std::uint32_t radius) { radius_ = radius; }
-    bool getFilled() const { return filled_; }
-    void setFilled(bool filled) { filled_ = filled; }
     std::uint32_t getDiameter() const { return 2 * radius_; }
 
 private:
     std::uint32_t radius_ = 0;
-    bool filled_ = false;
 };
 
-class Square : public Shape {
-public:
+struct Square : Shape {
     const char* getFullyQualifiedKobjTypeName() const override { return "kobjtest.Square"; }
 };
 
@@ -62,8 +73,7 @@ public:
 class MarkedCircle : public Circle {};
 
 // Of no published class at all.
-class Stray : public tv::mi::Handle {
-public:
+struct Stray : tv::mi::Handle {
     const char* getFullyQualifiedKobjTypeName() const override { return "kobjtest.Stray"; }
 };
 
@@ -120,9 +130,8 @@ private:
         circle.addConstructor<std::string, std::uint32_t>({"char", "uint32 scalar"});
         circle.addConstructor<std::string>({"char"});
         circle.addConstructor<>({});
-        circle.addProperty("Radius", "uint32 scalar", 0, &Circle::getRadius, &Circle::setRadius);
-        circle.addProperty("Filled", "logical scalar", kobj::attributes::kHidden, &Circle::getFilled,
-                           &Circle::setFilled);
+        circle.addProperty("Radius", "uint32 scalar", kobj::attributes::kHidden, &Circle::getRadius,
+                           &Circle::setRadius);
         circle.addReadOnlyProperty("Diameter", "uint32 scalar", 0, &Circle::getDiameter);
     }
 };
