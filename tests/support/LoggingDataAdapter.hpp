@@ -12,11 +12,14 @@
 namespace scm_test {
 
 class LoggingDataAdapter : public SCM::SCMDataAdapter {
+    using Identity = SCM::SCMIdentity;
+    using Data = SCM::SCMData;
+    using Types = SCM::SCMTypes;
+
 public:
     // `exists` false makes a backend whose store does not exist; `*destroyed` (when given) is set
     // by the destructor.
-    explicit LoggingDataAdapter(bool exists = true, bool* destroyed = nullptr)
-        : destroyed_(destroyed) {
+    explicit LoggingDataAdapter(bool exists = true, bool* destroyed = nullptr) : destroyed_(destroyed) {
         setExists(exists);
     }
     ~LoggingDataAdapter() override {
@@ -25,35 +28,24 @@ public:
 
     std::vector<std::string> calls;  // operation names, in call order
 
-    SCM::SCMData* getValue(SCM::SCMIdentity*) override { return log("getValue", nullptr); }
-    void getAllIdentityValues(SCM::SCMTypes, std::vector<SCM::SCMIdentity*>&) override {
-        log("getAllIdentityValues", 0);
-    }
-    void getAllDataValues(SCM::SCMTypes, std::vector<SCM::SCMData*>&) override {
-        log("getAllDataValues", 0);
-    }
+    Data* getValue(Identity*) override { return log("getValue", nullptr); }
+    void getAllIdentityValues(Types, std::vector<Identity*>&) override { log("getAllIdentityValues", 0); }
+    void getAllDataValues(Types, std::vector<Data*>&) override { log("getAllDataValues", 0); }
     bool beginTransaction() override { return log("beginTransaction", true); }
     bool endTransaction() override { return log("endTransaction", true); }
-    SCM::SCMRegistry cacheValue(SCM::SCMIdentity*, SCM::SCMData*) override {
-        return log("cacheValue", SCM::WILL_BE_REGISTERED);
-    }
-    SCM::SCMRegistry insertValueInTransaction(SCM::SCMIdentity*, SCM::SCMData*) override {
+    SCM::SCMRegistry cacheValue(Identity*, Data*) override { return log("cacheValue", SCM::WILL_BE_REGISTERED); }
+    SCM::SCMRegistry insertValueInTransaction(Identity*, Data*) override {
         return log("insertValueInTransaction", SCM::IS_REGISTERED);
     }
-    void insertValue(SCM::SCMIdentity*, SCM::SCMData*, SCM::SCMRegistry& outcome,
-                     tvdiag::util::diagnostics&) override {
+    void insertValue(Identity*, Data*, SCM::SCMRegistry& outcome, tvdiag::util::diagnostics&) override {
         outcome = log("insertValue", SCM::IS_REGISTERED);
     }
     SCM::SCMRegistry finalize() override { return log("finalize", SCM::IS_REGISTERED); }
-    SCM::SCMIdentityDataPair getIdentityAndDataFromName(SCM::SCMTypes, const std::string&) override {
+    SCM::SCMIdentityDataPair getIdentityAndDataFromName(Types, const std::string&) override {
         return log("getIdentityAndDataFromName", SCM::SCMIdentityDataPair{nullptr, nullptr});
     }
-    SCM::SCMIdentity* getIdentityFromName(SCM::SCMTypes, const std::string&) override {
-        return log("getIdentityFromName", nullptr);
-    }
-    SCM::SCMData* getDataFromName(SCM::SCMTypes, const std::string&) override {
-        return log("getDataFromName", nullptr);
-    }
+    Identity* getIdentityFromName(Types, const std::string&) override { return log("getIdentityFromName", nullptr); }
+    Data* getDataFromName(Types, const std::string&) override { return log("getDataFromName", nullptr); }
 
 private:
     template <typename T>

@@ -12,9 +12,6 @@ namespace scm_test {
 // True when SCM_TEST_REGISTRY_DRIVER says "postgresql"; SQLite otherwise.
 bool postgresqlSelected();
 
-// The directory the server's start wrote its base URI (uri) or its absence (unavailable) to.
-std::string postgresServerDirectory();
-
 // In the PostgreSQL variant when no server could be started because none is installed: the
 // one message the tests skip with. Empty otherwise, also when the server is merely unreachable:
 // that is a failure, not a skip.

@@ -10,8 +10,7 @@
 
 namespace {
 
-class RegistryVariantEnvironment : public ::testing::Environment {
-public:
+struct RegistryVariantEnvironment : ::testing::Environment {
     void SetUp() override {
         if (std::optional<std::string> reason = scm_test::postgresUnavailableReason()) {
             std::cout << *reason << std::endl;
@@ -20,7 +19,6 @@ public:
     }
 };
 
-const ::testing::Environment* const registered =
-    ::testing::AddGlobalTestEnvironment(new RegistryVariantEnvironment);
+const auto* const registered = ::testing::AddGlobalTestEnvironment(new RegistryVariantEnvironment);
 
 }  // namespace

@@ -1,19 +1,36 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
+#include <cstdint>
 #include <string>
-#include <vector>
+
+#include <gtest/gtest.h>
 
 #include "kobj/COSPackageInfo.hpp"
-#include "kobj/factory/ClassBuilder.hpp"
+#include "kobj/ClassRegistry.hpp"
+#include "kobj/Error.hpp"
 #include "kobj/Handle.hpp"
 #include "kobj/HandleClass.hpp"
+#include "kobj/PropertyAttributes.hpp"
+#include "kobj/factory/TypedClassBuilder.hpp"
 
-// A small package of classes, independent of the library, for testing the class system itself:
-// "kobjtest.Shape" (abstract) with "kobjtest.Circle" and "kobjtest.Square" below it.
+// The class-system tests' kit: a small package of classes, independent of the library:
+// "kobjtest.Shape" (abstract) with "kobjtest.Circle" and "kobjtest.Square" below it; and errorOf.
 namespace kobjtest {
+
+// The kobj::Error that `call` throws; fails the test when it throws none.
+template <class Call>
+kobj::Error errorOf(Call call) {
+    try {
+        call();
+    } catch (const kobj::Error& error) {
+        return error;
+    }
+    ADD_FAILURE() << "no kobj::Error thrown";
+    return kobj::Error("none", "no error");
+}
 
 class Shape : public tv::mi::Handle {
 public:
@@ -30,69 +47,93 @@ public:
     void setLabel(const std::string& label) { label_ = label; }
     std::string describe(const std::string& prefix) const { return prefix + name_; }
 
-    void preSetPropFcn(const char*) override { ++preSetCalls; }
-    void postSetPropFcn(const char*) override { ++postSetCalls; }
-    int preSetCalls = 0;
-    int postSetCalls = 0;
-
 private:
-    std::string name_;
-    std::string label_;
+    std::string name_, label_;
 };
 
 class Circle : public Shape {
 public:
     Circle() = default;
-    explicit Circle(const std::string& name) : Shape(name) {}
-    Circle(const std::string& name, std::uint32_t radius) : Shape(name), radius_(radius) {}
+    explicit Circle(const std::string& name, std::uint32_t radius = 0) : Shape(name), radius_(radius) {}
     const char* getFullyQualifiedKobjTypeName() const override { return "kobjtest.Circle"; }
 
     std::uint32_t getRadius() const { return radius_; }
     void setRadius(std::uint32_t radius) { radius_ = radius; }
-    std::int32_t getOffset() const { return offset_; }
-    void setOffset(std::int32_t offset) { offset_ = offset; }
-    bool getFilled() const { return filled_; }
-    void setFilled(bool filled) { filled_ = filled; }
-    std::vector<std::string> getTags() const { return tags_; }
-    void setTags(const std::vector<std::string>& tags) { tags_ = tags; }
     std::uint32_t getDiameter() const { return 2 * radius_; }
-    Circle* scaled(std::uint32_t factor) const { return new Circle(getName(), radius_ * factor); }
 
 private:
     std::uint32_t radius_ = 0;
-    std::int32_t offset_ = 0;
-    bool filled_ = false;
-    std::vector<std::string> tags_;
 };
 
-class Square : public Shape {
-public:
-    explicit Square(std::uint32_t side) : side_(side) {}
+struct Square : Shape {
     const char* getFullyQualifiedKobjTypeName() const override { return "kobjtest.Square"; }
-    std::uint32_t getSide() const { return side_; }
-
-private:
-    std::uint32_t side_;
 };
 
 // Not published itself: it reports its published base class.
 class MarkedCircle : public Circle {};
 
 // Of no published class at all.
-class Stray : public tv::mi::Handle {
-public:
+struct Stray : tv::mi::Handle {
     const char* getFullyQualifiedKobjTypeName() const override { return "kobjtest.Stray"; }
 };
 
 // The package "kobjtest" with the three classes; counts how often each class is published.
 class ShapesPackage : public kobj::COSPackageInfo {
+    using Builder = kobj::factory::ClassBuilder;
+
 public:
     const char* name() const override { return "kobjtest"; }
 
-    static std::map<std::string, int>& publications();  // published name -> routine runs
+    static std::map<std::string, int>& publications() {  // published name -> routine runs
+        static std::map<std::string, int> counts;
+        return counts;
+    }
 
 protected:
-    void loadClassList(kobj::PackageRegistrar& registrar) override;
+    void loadClassList(kobj::PackageRegistrar& registrar) override {
+        registrar.addClass(std::make_unique<RoutineClassInfo>("Shape", publishShape));
+        registrar.addClass(std::make_unique<RoutineClassInfo>("Circle", publishCircle));
+        registrar.addClass(std::make_unique<RoutineClassInfo>("Square", [](Builder& builder) {
+            kobj::factory::TypedClassBuilder<Square>(builder).addSuperclass("kobjtest.Shape");
+        }));
+    }
+
+private:
+    class RoutineClassInfo : public tv::mi::HandleClass {
+    public:
+        RoutineClassInfo(const char* shortName, std::function<void(Builder&)> routine)
+            : tv::mi::HandleClass(shortName, "test class"), routine_(std::move(routine)) {}
+
+    protected:
+        void publish(Builder& builder) override {
+            ++publications()[publishedName()];
+            routine_(builder);
+        }
+
+    private:
+        std::function<void(Builder&)> routine_;
+    };
+
+    static void publishShape(Builder& builder) {
+        kobj::factory::TypedClassBuilder<Shape> shape(builder);
+        shape.addSuperclass(kobj::kHeterogeneousRootName);
+        shape.addMethod("describe", {"char vector"}, {"char"}, &Shape::describe);
+        // Label comes first so that a rebuild in text order would overwrite it through setName.
+        shape.addProperty("Label", "char vector", kobj::attributes::kDependent, &Shape::getLabel,
+                          &Shape::setLabel);
+        shape.addProperty("Name", "char vector", kobj::attributes::kNone, &Shape::getName, &Shape::setName);
+    }
+
+    static void publishCircle(Builder& builder) {
+        kobj::factory::TypedClassBuilder<Circle> circle(builder);
+        circle.addSuperclass("kobjtest.Shape");
+        circle.addConstructor<std::string, std::uint32_t>({"char", "uint32 scalar"});
+        circle.addConstructor<std::string>({"char"});
+        circle.addConstructor<>({});
+        circle.addProperty("Radius", "uint32 scalar", kobj::attributes::kHidden, &Circle::getRadius,
+                           &Circle::setRadius);
+        circle.addReadOnlyProperty("Diameter", "uint32 scalar", 0, &Circle::getDiameter);
+    }
 };
 
 }  // namespace kobjtest
