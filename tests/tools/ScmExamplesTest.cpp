@@ -6,10 +6,11 @@
 #include <nlohmann/json.hpp>
 
 #include "SCMSharedFunctionIdentity.hpp"
+#include "shared_code_manager.hpp"
 #include "ScmToolRunner.hpp"
 #include "support/DirectSql.hpp"
 #include "support/RegistryDriver.hpp"
-#include "support/RegistryDump.hpp"
+#include "support/TestRegistry.hpp"
 
 namespace {
 
