@@ -55,6 +55,8 @@ const GoldenRow kGolden[] = {
     {"symbol, length off", [] { return utility("rt_foo", "rtfoo", 31, false); }, SCM_UTILITIES, kRtFooSymbol},
     {"symbol and length", [] { return utility("rt_foo", "rtfoo", 31, true); }, SCM_UTILITIES, kRtFooSymbol31},
     {"fields unseparated", [] { return utility("ab", "c", 0, false); }, SCM_UTILITIES, kAbc},
+    {"identifier to the NUL", [] { return new SCMBasicUtilityIdentity(std::string("abc\0d", 5)); },
+     SCM_UTILITIES, kAbc},
     {"generic empty", [] { return new SCMGenericIdentity(SCM_OTHER); }, SCM_OTHER, kEmptyText},
     {"generic functions", [] { return new SCMGenericIdentity(SCM_SHARED_FUNCTIONS, "abc"); },
      SCM_SHARED_FUNCTIONS, kAbc},
