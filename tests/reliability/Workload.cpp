@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <iostream>
 
 #include "kobj/ObjectEncoding.hpp"
@@ -10,80 +11,36 @@ namespace reliability {
 
 using namespace SCM;
 
-namespace {
-
-// FNV-1a: a stable choice of which contributors switch a constant on.
-unsigned stableHash(const std::string& text) {
-    unsigned hash = 2166136261u;
-    for (unsigned char c : text) hash = (hash ^ c) * 16777619u;
-    return hash;
-}
-
-Contribution utility(unsigned key, const std::string& contributor) {
-    const std::string name = "rt_util" + std::to_string(key);
-    auto record = std::make_unique<SCMBasicUtilityData>(name + "_s32", "id" + std::to_string(key));
-    record->setName(name);
-    record->setMultiword(key % 2 == 1);
-    record->setComplex(key % 3 == 0);
-    record->setChildren({"rt_child" + std::to_string(key)});
-    record->setModelNames({contributor});
-    record->addTraceability(contributor + ":blk" + std::to_string(key));
-    return {std::make_unique<SCMBasicUtilityIdentity>(name), std::move(record)};
-}
-
-Contribution sharedFunction(unsigned key) {
-    const std::string name = "fn" + std::to_string(key);
-    auto record = std::make_unique<SCMSharedFunctionData>(name, name + ".c");
-    record->setName(name);
-    return {std::make_unique<SCMSharedFunctionIdentity>(key, 1, 2, 3), std::move(record)};
-}
-
-Contribution sharedType(unsigned key) {
-    const std::string name = "T" + std::to_string(key);
-    auto record = std::make_unique<SCMSharedTypesData>(name);
-    record->setKind("SCM_SHARED_TYPES");
-    record->setFileName("types.h");
-    record->setDefinition("typedef struct { int f" + std::to_string(key) + "; } " + name + ";");
-    return {std::make_unique<SCMSharedTypesIdentity>(key, 4, 5, 6), std::move(record)};
-}
-
-Contribution multiword(unsigned key, const std::string& contributor) {
-    const std::string prefix = "mw" + std::to_string(key);
-    auto record = std::make_unique<SCMMultiWordFcnData>(
-        std::vector<std::string>{prefix + "_base", prefix + "_" + contributor});
-    record->setName(prefix);
-    return {std::make_unique<SCMGenericIdentity>(SCM_OTHER, prefix), std::move(record)};
-}
-
-Contribution sharedData(unsigned key) {
-    const std::string name = "g" + std::to_string(key);
-    auto record = std::make_unique<SCMSharedData>(name);
-    record->setKind("SCM_SHARED_DATA_DEFINITION");
-    record->setCscName("ExportedGlobal");
-    record->setMemSecPrePragma(static_cast<int>(key % 7) - 3);
-    record->setPackageName("pkg");
-    return {std::make_unique<SCMSharedDataIdentity>(key, 7, 8, 9), std::move(record)};
-}
-
-Contribution constant(unsigned key, const std::string& contributor) {
-    const std::string name = "K" + std::to_string(key);
+Contribution contribution(unsigned key, const std::string& contributor) {
+    const std::string name = "rt" + std::to_string(key);
+    if (key % 3 == 0) {
+        auto record = std::make_unique<SCMBasicUtilityData>(name + "_s32", "id" + std::to_string(key));
+        record->setName(name);
+        record->setMultiword(key % 2 == 1);
+        record->setChildren({"child" + std::to_string(key)});
+        record->setModelNames({contributor});
+        record->addTraceability(contributor + ":blk" + std::to_string(key));
+        return {std::make_unique<SCMBasicUtilityIdentity>(name), std::move(record)};
+    }
+    if (key % 3 == 1) {
+        auto record = std::make_unique<SCMMultiWordFcnData>(std::vector<std::string>{name, name + "_" + contributor});
+        record->setName(name);
+        return {std::make_unique<SCMGenericIdentity>(SCM_OTHER, name), std::move(record)};
+    }
     auto record = std::make_unique<SCMSharedConstantsData>(name);
     record->setInitialString(std::to_string(key) + ".5");
     record->setDataType("double");
-    record->setDoUpdate(stableHash(contributor + name) % 3 == 0);
+    record->setDoUpdate(std::hash<std::string>()(contributor + name) % 3 == 0);
     return {std::make_unique<SCMSharedConstantsIdentity>(key, 10, 11, 12), std::move(record)};
 }
 
-}  // namespace
-
-Contribution contribution(unsigned key, const std::string& contributor) {
-    switch (key % 6) {
-        case 0: return utility(key, contributor);
-        case 1: return sharedFunction(key);
-        case 2: return sharedType(key);
-        case 3: return multiword(key, contributor);
-        case 4: return sharedData(key);
-        default: return constant(key, contributor);
+void merge(ExpectedRecords& expected, unsigned key, const std::string& contributor) {
+    Contribution entry = contribution(key, contributor);
+    auto& record = expected[key];
+    if (record == nullptr) {
+        record = std::move(entry.data);
+    } else {
+        record->update(entry.data.get());
     }
 }
 
@@ -113,7 +70,6 @@ RegistryContents checkRegistry(const std::string& location) {
         contents.problems.push_back("cannot open: " + registry.getOpenError());
         return contents;
     }
-    contents.opened = true;
     auto problems = tvdiag::util::diagnostics::getEmptyInstance();
     auto error = tvdiag::util::diagnostics::getEmptyInstance();
     registry.checkEntries(problems, error);
@@ -122,14 +78,13 @@ RegistryContents checkRegistry(const std::string& location) {
             contents.problems.push_back(problem.identifier + ": " + problem.message);
         }
     }
-    for (SCMTypes type : {SCM_UTILITIES, SCM_SHARED_FUNCTIONS, SCM_SHARED_TYPES, SCM_OTHER, SCM_NUM,
-                          SCM_SHARED_DATA, SCM_SHARED_CONSTANTS}) {
-        for (const SCMIdentityDataPair& pair : registry.getAllEntries(type)) {
+    for (int type = SCM_UTILITIES; type <= SCM_SHARED_CONSTANTS; ++type) {
+        for (const SCMIdentityDataPair& pair : registry.getAllEntries(static_cast<SCMTypes>(type))) {
             std::unique_ptr<SCMIdentity> identity(pair.first);
-            std::unique_ptr<SCMData> record(pair.second);
             ++contents.objects;
             // The first of a duplicate, as look-ups do (the check reports duplicates).
-            contents.records.emplace(identity->getTypeString() + "/" + identity->getChecksum(), std::move(record));
+            contents.records.emplace(identity->getTypeString() + "/" + identity->getChecksum(),
+                                     std::unique_ptr<SCMData>(pair.second));
         }
     }
     return contents;
@@ -141,6 +96,7 @@ unsigned compareRecords(const RegistryContents& contents, const ExpectedRecords&
     auto report = [&](const std::string& text) {
         if (++differences <= 10) std::cout << context << text << '\n';
     };
+    for (const std::string& problem : contents.problems) report("check: " + problem);
     if (contents.objects != expected.size()) {
         report(std::to_string(contents.objects) + " objects, expected " + std::to_string(expected.size()));
     }
@@ -155,16 +111,11 @@ unsigned compareRecords(const RegistryContents& contents, const ExpectedRecords&
     return differences;
 }
 
-std::string optionText(int argc, char** argv, const char* name, const std::string& fallback) {
+unsigned optionNumber(int argc, char** argv, const char* name, unsigned fallback) {
     for (int i = 1; i + 1 < argc; ++i) {
-        if (std::strcmp(argv[i], name) == 0) return argv[i + 1];
+        if (std::strcmp(argv[i], name) == 0) return static_cast<unsigned>(std::stoul(argv[i + 1]));
     }
     return fallback;
-}
-
-unsigned optionNumber(int argc, char** argv, const char* name, unsigned fallback) {
-    const std::string text = optionText(argc, argv, name, "");
-    return text.empty() ? fallback : static_cast<unsigned>(std::stoul(text));
 }
 
 }  // namespace reliability
