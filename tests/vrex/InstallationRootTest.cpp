@@ -66,11 +66,8 @@ TEST(Utf16, EveryByteStringRoundTrips) {
     std::string allBytes;
     for (int byte = 0; byte < 256; ++byte) allBytes += static_cast<char>(byte);
     const std::string samples[] = {
-        "", "plain/path.reg", "caf\xc3\xa9/\xe2\x82\xac/\xf0\x9f\x98\x80", allBytes,
-        "\xed\xb2\x80",       // an encoded surrogate: not UTF-8, kept as three bytes
-        "\xc0\xaf",           // an overlong '/'
-        "\xf4\x90\x80\x80",   // beyond U+10FFFF
-        "\xe2\x82",           // cut short
+        "", allBytes, "\xed\xb2\x80" /* an encoded surrogate */, "\xc0\xaf" /* an overlong '/' */,
+        "\xf4\x90\x80\x80" /* beyond U+10FFFF */, "\xe2\x82" /* cut short */,
     };
     for (const std::string& bytes : samples) EXPECT_EQ(vrex::fromUtf16(vrex::toUtf16(bytes)), bytes);
     EXPECT_EQ(vrex::toUtf16("caf\xc3\xa9"), u"caf\u00e9");
