@@ -36,22 +36,6 @@ protected:
     vrex::DataModelRepository repository_;
 };
 
-// The stored text is the raw text of each property: it tells an unset object property from one
-// whose text no longer decodes, which getPropertyValue reads as [] alike, without an error.
-TEST_F(InspectionTest, StoredTextIsTheRawTextOfEachProperty) {
-    changeBehindItsBack("UPDATE \"SCM_SHARED_FUNCTIONS\" SET \"Data\" = 'garbage' WHERE \"Checksum\" = 'def'");
-    const Category functions(repository_, "SCM_SHARED_FUNCTIONS");
-    tvdiag::util::diagnostics diagnostics;
-    const std::vector<vrex::ObjectRef> objects = allObjects(repository_, functions);
-    ASSERT_EQ(objects.size(), 2u);
-    EXPECT_EQ(repository_.getStoredText(objects[0], functions.checksum, diagnostics), "abc");
-    EXPECT_EQ(repository_.getStoredText(objects[0], functions.data, diagnostics), "thing:payload-abc");
-    EXPECT_EQ(repository_.getStoredText(objects[0], functions.name, diagnostics), std::nullopt);
-    EXPECT_EQ(repository_.getPropertyValue(objects[1], functions.data, diagnostics).kind(), qaArray::Kind::Empty);
-    EXPECT_EQ(repository_.getStoredText(objects[1], functions.data, diagnostics), "garbage");
-    EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
-}
-
 struct IntegrityCase {
     const char* label;
     const char* sql;  // run behind the registry's back

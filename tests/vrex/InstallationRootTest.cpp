@@ -39,29 +39,6 @@ TEST(InstallationRoot, IsTheBuildTreeUnlessTheEnvironmentSaysOtherwise) {
     EXPECT_EQ(fs::canonical(svVelmorRoot()), fs::canonical(SCM_TEST_BUILD_ROOT));
 }
 
-// The installed layout: <prefix>/lib/libscm_platform.so.0 beside <prefix>/share/shared_code_manager.
-// A program that loads the platform library from such a tree gets the root of that tree.
-TEST(InstallationRoot, AnInstalledLibraryFindsTheRootOfItsPrefix) {
-    RootVariable restore;
-    unsetenv("SCM_VELMOR_ROOT");
-    TempDir prefix;
-    const fs::path root = prefix.path() / "share" / "shared_code_manager";
-    fs::create_directories(fs::path(metamodelUnder(root.string())).parent_path());
-    fs::copy_file(shippedMetamodel(), metamodelUnder(root.string()));
-    fs::create_directories(prefix.path() / "lib");
-    fs::create_directories(prefix.path() / "bin");
-    fs::copy_file(SCM_TEST_PLATFORM_LIBRARY, prefix.path() / "lib" / "libscm_platform.so.0");
-    const fs::path probe = prefix.path() / "bin" / "vrex_root_probe";
-    fs::copy_file(SCM_TEST_ROOT_PROBE, probe);
-
-    FILE* output = popen(probe.c_str(), "r");
-    ASSERT_NE(output, nullptr);
-    char line[4096] = {};
-    ASSERT_NE(fgets(line, sizeof line, output), nullptr);
-    EXPECT_EQ(pclose(output), 0);
-    EXPECT_EQ(std::string(line), root.string() + "\n");
-}
-
 TEST(Utf16, EveryByteStringRoundTrips) {
     std::string allBytes;
     for (int byte = 0; byte < 256; ++byte) allBytes += static_cast<char>(byte);

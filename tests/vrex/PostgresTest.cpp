@@ -195,18 +195,6 @@ TEST_F(PostgresTest, AWalkOrACheckThroughACutConnectionEndsWithTheError) {
     EXPECT_NE(error.messages().find("connection"), std::string::npos) << error.toString();
 }
 
-// A wrong password is reported without it.
-TEST_F(PostgresTest, AnOpenThatCannotConnectSaysSoWithoutThePassword) {
-    const std::size_t scheme = uri_.find("://") + 3;
-    const std::string user = uri_.substr(scheme, uri_.find_first_of(":@", scheme) - scheme);
-    const std::string wrong = uri_.substr(0, scheme) + user + ":Wr0ng%21Secret" + uri_.substr(uri_.find('@', scheme));
-    vrex::DataModelRepository repository;
-    const std::string diagnostics = openRepository(repository, wrong);
-    EXPECT_NE(diagnostics.find("vrex:open:cannotConnect"), std::string::npos) << diagnostics;
-    EXPECT_NE(diagnostics.find(user + ":***@"), std::string::npos) << diagnostics;
-    EXPECT_EQ(diagnostics.find("Wr0ng"), std::string::npos) << diagnostics;
-}
-
 // A transaction whose connection is lost is lost whole: nothing later in it reconnects or falls
 // back to transactions of its own (which once committed most of a run reported as not kept).
 TEST_F(PostgresTest, ALostConnectionEndsTheTransactionAndTheNextOneConnectsAgain) {
@@ -230,27 +218,6 @@ TEST_F(PostgresTest, ALostConnectionEndsTheTransactionAndTheNextOneConnectsAgain
 
     EXPECT_EQ(createNamed("kept"), "");  // a new transaction connects again
     EXPECT_EQ(query("SELECT string_agg(convert_from(checksum, 'UTF8'), ',') FROM scm.scm_utilities"), "kept");
-}
-
-// A statement the server refuses inside a transaction is undone alone by its savepoint; the
-// transaction goes on and keeps the rest.
-TEST_F(PostgresTest, ARefusedWriteInsideATransactionIsUndoneAlone) {
-    vrex::DataModelRepository repository;
-    ASSERT_EQ(openRepository(repository, uri_), "");
-    ASSERT_EQ(query("CREATE FUNCTION scm.refuse() RETURNS trigger LANGUAGE plpgsql AS "
-                    "$$BEGIN IF NEW.checksum = 'refused'::bytea THEN RAISE EXCEPTION 'refused by a test'; "
-                    "END IF; RETURN NEW; END$$; CREATE TRIGGER refuse BEFORE INSERT OR UPDATE ON "
-                    "scm.scm_utilities FOR EACH ROW EXECUTE FUNCTION scm.refuse()"),
-              "");
-    tvdiag::util::diagnostics diagnostics;
-    repository.beginTransaction(diagnostics);
-    std::string refusals;
-    for (const char* checksum : {"a", "refused", "b"}) refusals += createUtility(repository, checksum).toString();
-    EXPECT_NE(refusals.find("refused by a test (SQLSTATE P0001)"), std::string::npos) << refusals;
-    repository.commitTransaction(diagnostics);
-    EXPECT_EQ(diagnostics.toString(), "");
-    EXPECT_EQ(query("SELECT string_agg(convert_from(checksum, 'UTF8'), ',' ORDER BY _id) FROM scm.scm_utilities"),
-              "a,b");
 }
 
 // (The lock timeout itself is in the registry suites.) Readers never wait for the writer, and a
