@@ -292,13 +292,7 @@ TEST_P(HostileFile, GivesThePrescribedOutcome) {
     }
 }
 
-std::string caseName(const ::testing::TestParamInfo<HostileCase>& info) {
-    std::string name;
-    for (const char* c = info.param.label; *c != '\0'; ++c) name += std::isalnum(*c) ? *c : '_';
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, HostileFile, ::testing::ValuesIn(hostileCases()), caseName);
+INSTANTIATE_TEST_SUITE_P(Cases, HostileFile, ::testing::ValuesIn(hostileCases()), LabelName());
 
 // A kill while a new registry was stamped left it stamped in the file but empty once SQLite rolled
 // the stamp back; the next open made the tables without the stamp, and every later open refused

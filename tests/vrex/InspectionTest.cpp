@@ -72,6 +72,6 @@ const IntegrityCase kIntegrityCases[] = {
       "trigger \"wipe\" on table \"SCM_SHARED_FUNCTIONS\" is not part of the registry's schema"}},
 };
 
-INSTANTIATE_TEST_SUITE_P(Cases, IntegrityCheck, ::testing::ValuesIn(kIntegrityCases));
+INSTANTIATE_TEST_SUITE_P(Cases, IntegrityCheck, ::testing::ValuesIn(kIntegrityCases), LabelName());
 
 }  // namespace

@@ -67,7 +67,7 @@ const BadMetamodel kBadMetamodels[] = {
                      "vrex:metamodel:invalid", 5, "only text properties"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Cases, BadMetamodelTest, ::testing::ValuesIn(kBadMetamodels));
+INSTANTIATE_TEST_SUITE_P(Cases, BadMetamodelTest, ::testing::ValuesIn(kBadMetamodels), LabelName());
 
 TEST(MetamodelFile, AMissingOneIsUnreadable) {
     TempDir dir;

@@ -3,6 +3,7 @@
 // Helpers shared by the repository tests: temporary directories, a small script object class with
 // its codec, metamodel files and byte snapshots.
 
+#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -68,14 +69,11 @@ inline std::string shippedMetamodel() { return SCM_TEST_METAMODEL; }
 inline std::string readBytes(const std::string& file) {
     std::ifstream in(file, std::ios::binary);
     std::ostringstream bytes;
-    bytes << in.rdbuf();
+    bytes << in.rdbuf();  // a directory reads as empty
     return bytes.str();
 }
 
-inline void writeBytes(const std::string& file, const std::string& bytes) {
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
-    out << bytes;
-}
+inline void writeBytes(const std::string& file, const std::string& bytes) { std::ofstream(file, std::ios::binary) << bytes; }
 
 // Opens `file` with `metamodel`; the diagnostics as one string ("" on success).
 inline std::string openRepository(vrex::DataModelRepository& repository, const std::string& file,
@@ -87,8 +85,7 @@ inline std::string openRepository(vrex::DataModelRepository& repository, const s
 }
 
 // Opens `location` with a busy timeout of `milliseconds`; the diagnostics as one string.
-inline std::string openImpatient(vrex::DataModelRepository& repository, const std::string& location,
-                                 int milliseconds) {
+inline std::string openImpatient(vrex::DataModelRepository& repository, const std::string& location, int milliseconds) {
     vrex::DataModelRepository::Options impatient = thingOptions();
     impatient.busyTimeoutMs = milliseconds;
     return openRepository(repository, location, shippedMetamodel(), impatient);
@@ -106,6 +103,16 @@ struct Category {
         name = cls.findProperty("Name");
         identity = cls.findProperty("Identity");
         data = cls.findProperty("Data");
+    }
+};
+
+// Names the cases of a parameterised test after their labels: letters and digits, the rest '_'.
+struct LabelName {
+    template <class Info>
+    std::string operator()(const Info& info) const {
+        std::string name = info.param.label;
+        for (char& c : name) c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+        return name;
     }
 };
 
