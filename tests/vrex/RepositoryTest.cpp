@@ -23,27 +23,6 @@ std::string storedState(const std::string& location) {
     return PQntuples(result.get()) == 1 ? PQgetvalue(result.get(), 0, 0) : PQresultErrorMessage(result.get());
 }
 
-// The text of a character value; "" for an unset property ([]).
-std::string textOf(const qaArray& value) { return value.kind() == qaArray::Kind::Char ? value.text() : ""; }
-
-// "checksum/name/identity/data" of every object `repository` finds, one per line.
-std::string listing(vrex::DataModelRepository& repository, const std::string& className,
-                    const vrex::MatchConstraints& constraints = {}) {
-    const Category category(repository, className);
-    Diagnostics diagnostics;
-    std::vector<vrex::ObjectRef> objects;
-    repository.findObjects(category.cls, constraints, objects, diagnostics);
-    std::string text;
-    for (const vrex::ObjectRef& object : objects) {
-        text += textOf(repository.getPropertyValue(object, category.checksum, diagnostics)) + "/" +
-                textOf(repository.getPropertyValue(object, category.name, diagnostics)) + "/" +
-                payloadOf(repository.getPropertyValue(object, category.identity, diagnostics)) + "/" +
-                payloadOf(repository.getPropertyValue(object, category.data, diagnostics)) + "\n";
-    }
-    EXPECT_EQ(diagnostics.toString(), "");
-    return text;
-}
-
 class RepositoryTest : public ::testing::Test {
 public:
     void SetUp() override { ASSERT_EQ(openRepository(repository_, location_), ""); }
@@ -90,12 +69,12 @@ TEST_F(RepositoryTest, ObjectsRoundTripInCreationOrderWithEveryByte) {
     reopen();
 
     EXPECT_EQ(listing(repository_, "SCM_SHARED_FUNCTIONS"),
-              "zzz/last_name/id-first/first\naaa/first_name/id-second/second\n");
-    EXPECT_EQ(listing(repository_, "SCM_SHARED_TYPES"), "aaa/a_type/id-type/type\n");
+              "1:zzz/last_name/id-first/first\n2:aaa/first_name/id-second/second\n");
+    EXPECT_EQ(listing(repository_, "SCM_SHARED_TYPES"), "1:aaa/a_type/id-type/type\n");
     const Category utilities(repository_, "SCM_UTILITIES");
     vrex::MatchConstraints byName;
     byName.add(utilities.name, PropertyValueMatchRelation::Equals, withNul);
-    EXPECT_EQ(listing(repository_, "SCM_UTILITIES", byName), allBytes + "/" + withNul + "/id-bytes\xff\x01/bytes\xff\x01\n");
+    EXPECT_EQ(listing(repository_, "SCM_UTILITIES", byName), "1:" + allBytes + "/" + withNul + "/id-bytes\xff\x01/bytes\xff\x01\n");
 }
 
 // Constraints select by equality and by inequality, which an unset property always meets, and
@@ -110,7 +89,7 @@ TEST_F(RepositoryTest, ConstraintsSelectByEqualityInequalityAndTheirConjunction)
     vrex::MatchConstraints both;
     both.add(data.checksum, PropertyValueMatchRelation::Equals, "c1");
     both.add(data.name, PropertyValueMatchRelation::NotEquals, "alpha");
-    EXPECT_EQ(listing(repository_, "SCM_SHARED_DATA", both), "c1//<none>/<none>\n");
+    EXPECT_EQ(listing(repository_, "SCM_SHARED_DATA", both), "3:c1//<none>/<none>\n");
 }
 
 // An empty value unsets a property; an empty text is a text.
@@ -145,7 +124,7 @@ TEST_P(RepositoryMisuse, IsRefusedAndChangesNothing) {
     EXPECT_EQ(diagnostics.records()[0].identifier, GetParam().identifier) << diagnostics.toString();
     vrex::DataModelRepository reader;
     ASSERT_EQ(openRepository(reader, location_), "");
-    EXPECT_EQ(listing(reader, "SCM_UTILITIES"), "c/n/id-p/p\n");
+    EXPECT_EQ(listing(reader, "SCM_UTILITIES"), "1:c/n/id-p/p\n");
 }
 
 // Sets `className`.`property` of `object` to `value`.
@@ -268,7 +247,7 @@ TEST_F(RepositoryTest, VariantMetamodelsExtendTheFileAndConflictingOnesAreRefuse
     repository_.createObject(Category(repository_, "SCM_NEW").cls, diagnostics);
     EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
     reopen();
-    EXPECT_EQ(listing(repository_, "SCM_UTILITIES"), "c1/kept_name/id-p1/p1\nc2//<none>/<none>\n");
+    EXPECT_EQ(listing(repository_, "SCM_UTILITIES"), "1:c1/kept_name/id-p1/p1\n2:c2//<none>/<none>\n");
 
     repository_.close();
     const std::string before = storedState(location_);

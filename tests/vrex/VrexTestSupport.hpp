@@ -131,4 +131,25 @@ inline std::vector<vrex::ObjectRef> allObjects(vrex::DataModelRepository& reposi
     return objects;
 }
 
+// The text of a character value; "" for an unset property ([]).
+inline std::string textOf(const qaArray& value) { return value.kind() == qaArray::Kind::Char ? value.text() : ""; }
+
+// Every object of `className` that `repository` finds, in id order, one per line:
+// "id:checksum/name/identity/data", objects by their payload.
+inline std::string listing(vrex::DataModelRepository& repository, const std::string& className,
+                           const vrex::MatchConstraints& constraints = {}) {
+    const Category category(repository, className);
+    tvdiag::util::diagnostics diagnostics;
+    std::vector<vrex::ObjectRef> objects;
+    repository.findObjects(category.cls, constraints, objects, diagnostics);
+    std::string text;
+    for (const vrex::ObjectRef& object : objects) {
+        text += std::to_string(object.id()) + ":" + textOf(repository.getPropertyValue(object, category.checksum, diagnostics)) +
+                "/" + textOf(repository.getPropertyValue(object, category.name, diagnostics)) + "/" +
+                payloadOf(repository.getPropertyValue(object, category.identity, diagnostics)) + "/" +
+                payloadOf(repository.getPropertyValue(object, category.data, diagnostics)) + "\n";
+    }
+    return text + diagnostics.toString();
+}
+
 }  // namespace vrex_test
