@@ -9,7 +9,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <functional>
 #include <random>
 
@@ -33,92 +32,84 @@ constexpr int kNobody = 65534;
 // Something a case keeps while the registry is observed (a connection holding a lock).
 using Guard = std::shared_ptr<sqlite3>;
 
-// The registry under test, in a directory that an unprivileged process may enter.
-struct Target {
-    std::string directory;
-    std::string file;
-};
-using Damage = std::function<Guard(const Target&)>;
+// Damages the registry file, in a directory that an unprivileged process may enter.
+using Damage = std::function<Guard(const std::string& file)>;
 
 // Overwrites the page of the schema object `name` (the first page, after its 100-byte file header,
 // for null) with random bytes.
-Guard overwritePage(const Target& target, const char* name) {
+Guard overwritePage(const std::string& file, const char* name) {
     sqlite3* db = nullptr;
-    sqlite3_open(target.file.c_str(), &db);
+    sqlite3_open(file.c_str(), &db);
     sqlite3_stmt* query = nullptr;
     sqlite3_prepare_v2(db, "SELECT rootpage FROM sqlite_master WHERE name = ?1", -1, &query, nullptr);
     sqlite3_bind_text(query, 1, name == nullptr ? "" : name, -1, SQLITE_TRANSIENT);
     const std::size_t page = name == nullptr ? 1 : sqlite3_step(query) == SQLITE_ROW ? sqlite3_column_int(query, 0) : 0;
     sqlite3_finalize(query);
     sqlite3_close(db);
-    std::string bytes = readBytes(target.file);
+    std::string bytes = readBytes(file);
     EXPECT_TRUE(page > 0 && page * 4096 <= bytes.size()) << name;
     std::mt19937 random(static_cast<unsigned>(page));
     for (std::size_t i = (page - 1) * 4096 + (page == 1 ? 100 : 0); i < page * 4096; ++i) bytes[i] = char(random());
-    writeBytes(target.file, bytes);
+    writeBytes(file, bytes);
     return nullptr;
 }
 
 // A connection of this process that runs `sql` and keeps its lock until the guard is dropped;
 // the observing child is another process, so the lock binds it.
-Guard lockHolder(const Target& target, const char* sql) {
+Guard lockHolder(const std::string& file, const char* sql) {
     sqlite3* db = nullptr;
-    sqlite3_open(target.file.c_str(), &db);
+    sqlite3_open(file.c_str(), &db);
     EXPECT_EQ(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sql;
     return Guard(db, sqlite3_close);
 }
 
-// What a registration run sees on the registry. Plain data: it comes back through a pipe.
-struct Observation {
-    bool finished = false;
-    bool opens = false;
-    bool damagedPresent = false;   // retrieveData of the key in the damaged category
-    bool intactPresent = false;    // retrieveData of a key in another category
-    SCMRegistry write = IS_EMPTY;  // registerDataInTransaction of the damaged key
-    char openError[48] = {};       // the identifier an open that requires writing is refused with
-    bool errorNamesFile = false;   // and whether its message names the file
-};
+// What a registration run sees on the registry, in one line: whether it opens, finds the entry in
+// the damaged category and one in another, what registering the damaged key answers, and the
+// identifier an open that requires writing is refused with, when it is, and names the file.
+std::string observation(bool opens, bool damagedPresent, bool intactPresent, SCMRegistry write,
+                        const std::string& openError) {
+    return "opens " + std::to_string(opens) + ", damaged entry " + std::to_string(damagedPresent) + ", intact entry " +
+           std::to_string(intactPresent) + ", registration " + std::to_string(write) + ", writable open " + openError;
+}
 
-Observation observeHere(const std::string& file) {
-    Observation seen;
+std::string observeHere(const std::string& file) {
     SharedCodeManagerInterface registry(file);
-    seen.opens = registry.getDataAdapter()->doesExist();
     Contribution damaged = contribution(kDamagedKey, "visitor");
     Contribution intact = contribution(kIntactKey, "visitor");
-    seen.damagedPresent = std::unique_ptr<SCMData>(registry.retrieveData(damaged.identity.get())) != nullptr;
-    seen.intactPresent = std::unique_ptr<SCMData>(registry.retrieveData(intact.identity.get())) != nullptr;
-    seen.write = registry.registerDataInTransaction(damaged.identity.get(), damaged.data.get());
+    const bool opens = registry.getDataAdapter()->doesExist();
+    const bool damagedPresent = std::unique_ptr<SCMData>(registry.retrieveData(damaged.identity.get())) != nullptr;
+    const bool intactPresent = std::unique_ptr<SCMData>(registry.retrieveData(intact.identity.get())) != nullptr;
+    const SCMRegistry write = registry.registerDataInTransaction(damaged.identity.get(), damaged.data.get());
     vrex::DataModelRepository::Options writable = vrex::DataModelRepository::defaultOptions();
     writable.requireWrite = true;
     vrex::DataModelRepository repository;
     tvdiag::util::diagnostics diagnostics;
     repository.open(vrex::toUtf16(file), vrex::toUtf16(getMetaModelFile()), writable, diagnostics);
-    if (!diagnostics.empty()) {
-        std::strncpy(seen.openError, diagnostics.records()[0].identifier.c_str(), sizeof seen.openError - 1);
-        seen.errorNamesFile = diagnostics.records()[0].message.find(file) != std::string::npos;
+    std::string openError;
+    for (const auto& record : diagnostics.records()) {
+        openError += record.identifier + (record.message.find(file) != std::string::npos ? " naming the file" : "");
     }
-    seen.finished = true;
-    return seen;
+    return observation(opens, damagedPresent, intactPresent, write, openError);
 }
 
 // Observes in a child process (as nobody when `unprivileged` and this process is the superuser),
-// with a short busy timeout. A crash of the child reads as an unfinished observation.
-Observation observe(const std::string& file, bool unprivileged) {
+// with a short busy timeout. A crash of the child reads as "crashed".
+std::string observe(const std::string& file, bool unprivileged) {
     int channel[2];
-    if (pipe(channel) != 0) return {};
+    if (pipe(channel) != 0) return "no pipe";
     const pid_t pid = fork();
     if (pid == 0) {
         if (unprivileged && geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0)) _exit(2);
         setenv("SCM_BUSY_TIMEOUT_MS", "300", 1);
-        const Observation seen = observeHere(file);
-        _exit(write(channel[1], &seen, sizeof seen) == sizeof seen ? 0 : 1);
+        const std::string seen = observeHere(file);
+        _exit(write(channel[1], seen.data(), seen.size()) == static_cast<ssize_t>(seen.size()) ? 0 : 1);
     }
     close(channel[1]);
-    Observation seen;
-    if (read(channel[0], &seen, sizeof seen) != sizeof seen) seen = Observation();
+    char seen[512];
+    const ssize_t length = read(channel[0], seen, sizeof seen);
     close(channel[0]);
     waitpid(pid, nullptr, 0);
-    return seen;
+    return length > 0 ? std::string(seen, length) : "crashed";
 }
 
 struct HostileCase {
@@ -145,40 +136,39 @@ HostileCase opening(const char* label, Damage damage, bool damagedPresent, SCMRe
 }
 
 Damage truncated(double fraction, long offset) {
-    return [=](const Target& t) {
-        const std::string bytes = readBytes(t.file);
-        writeBytes(t.file, bytes.substr(0, static_cast<std::size_t>(bytes.size() * fraction + offset)));
+    return [=](const std::string& file) {
+        const std::string bytes = readBytes(file);
+        writeBytes(file, bytes.substr(0, static_cast<std::size_t>(bytes.size() * fraction + offset)));
         return nullptr;
     };
 }
 
 Damage statements(const std::string& sql) {
-    return [=](const Target& t) {
-        execSql(t.file, sql);
+    return [=](const std::string& file) {
+        execSql(file, sql);
         return nullptr;
     };
 }
 
 Damage page(const char* name) {
-    return [=](const Target& t) { return overwritePage(t, name); };
+    return [=](const std::string& file) { return overwritePage(file, name); };
 }
 
 Damage replacedBy(const std::function<void(const std::string&)>& make) {
-    return [=](const Target& t) {
-        fs::remove(t.file);
-        make(t.file);
+    return [=](const std::string& file) {
+        fs::remove(file);
+        make(file);
         return nullptr;
     };
 }
 
 // Read-only for everyone: the file (after `sql`), or the directory.
 Damage readOnly(bool directory, const char* sql = "") {
-    return [=](const Target& t) {
-        execSql(t.file, sql);
+    return [=](const std::string& file) {
+        execSql(file, sql);
         const fs::perms readable = fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read;
-        fs::permissions(directory ? t.directory : t.file, directory ? readable | fs::perms::owner_exec |
-                                                                          fs::perms::group_exec | fs::perms::others_exec
-                                                                    : readable);
+        const fs::perms enterable = fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec;
+        fs::permissions(directory ? fs::path(file).parent_path() : fs::path(file), readable | (directory ? enterable : fs::perms::none));
         return nullptr;
     };
 }
@@ -219,8 +209,8 @@ std::vector<HostileCase> hostileCases() {
         refused("a directory", replacedBy([](const std::string& f) { fs::create_directory(f); }),
                 "vrex:open:isDirectory"),
         refused("locked against readers too",
-                [](const Target& t) {
-                    return lockHolder(t, "PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; "
+                [](const std::string& file) {
+                    return lockHolder(file, "PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; "
                                          "UPDATE \"_vrex_registry\" SET value = value");
                 },
                 "vrex:open:sqliteError"),
@@ -240,55 +230,50 @@ std::vector<HostileCase> hostileCases() {
         unprivileged(opening("read-only file", readOnly(false), true)),
         unprivileged(opening("read-only directory", readOnly(true), true)),
         opening("locked by a writer past the busy timeout",
-                [](const Target& t) { return lockHolder(t, "BEGIN IMMEDIATE"); }, true),
+                [](const std::string& file) { return lockHolder(file, "BEGIN IMMEDIATE"); }, true),
     };
 }
 
 // The registry file's bytes and the names beside it.
-std::string snapshot(const Target& target) {
+std::string snapshot(const std::string& file) {
     std::string names;
-    for (const auto& entry : fs::directory_iterator(target.directory)) names += entry.path().filename().string() + " ";
-    return names + "\n" + readBytes(target.file);
+    for (const auto& entry : fs::directory_iterator(fs::path(file).parent_path())) names += entry.path().filename().string() + " ";
+    return names + "\n" + readBytes(file);
 }
 
 class HostileFile : public ::testing::TestWithParam<HostileCase> {
 protected:
     void SetUp() override {
-        fs::permissions(target_.directory, fs::perms::all);
+        fs::permissions(dir_.path(), fs::perms::all);
         {
-            SharedCodeManagerInterface registry(target_.file);
+            SharedCodeManagerInterface registry(file_);
             for (unsigned key = 0; key < kKeys; ++key) {
                 Contribution entry = contribution(key, "builder");
                 ASSERT_EQ(registry.registerDataInTransaction(entry.identity.get(), entry.data.get()), IS_REGISTERED);
             }
         }
         // Writable by anyone: in the read-only directory case only the directory refuses writes.
-        fs::permissions(target_.file, fs::perms::all & ~(fs::perms::owner_exec | fs::perms::group_exec |
-                                                         fs::perms::others_exec));
+        fs::permissions(file_, fs::perms(0666));
     }
 
     TempDir dir_;
-    Target target_{dir_.path().string(), dir_.file("registry.scm")};
+    const std::string file_ = dir_.file("registry.scm");
 };
 
 TEST_P(HostileFile, GivesThePrescribedOutcome) {
     const HostileCase& hostile = GetParam();
-    Guard guard = hostile.damage(target_);
-    const std::string before = snapshot(target_);
+    Guard guard = hostile.damage(file_);
+    const std::string before = snapshot(file_);
 
-    const Observation seen = observe(target_.file, hostile.unprivileged);
-    ASSERT_TRUE(seen.finished) << "the observing process crashed";
-    EXPECT_EQ(seen.opens, hostile.opens);
-    EXPECT_EQ(seen.damagedPresent, hostile.damagedPresent);
-    EXPECT_EQ(seen.intactPresent, hostile.opens);  // other categories stay readable when it opens
-    EXPECT_EQ(seen.write, hostile.write);
-    EXPECT_STREQ(seen.openError, hostile.openError);
-    EXPECT_EQ(seen.errorNamesFile, *hostile.openError != '\0');
+    const std::string openError = *hostile.openError == '\0' ? "" : hostile.openError + std::string(" naming the file");
+    // Other categories stay readable when the registry opens.
+    EXPECT_EQ(observe(file_, hostile.unprivileged),
+              observation(hostile.opens, hostile.damagedPresent, hostile.opens, hostile.write, openError));
     if (hostile.mayChange) {
-        const RegistryContents contents = checkRegistry(target_.file);
+        const RegistryContents contents = checkRegistry(file_);
         EXPECT_TRUE(contents.problems.empty()) << contents.problems[0];
     } else {
-        EXPECT_TRUE(snapshot(target_) == before) << "the registry or its directory changed";
+        EXPECT_TRUE(snapshot(file_) == before) << "the registry or its directory changed";
     }
 }
 

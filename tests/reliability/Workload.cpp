@@ -90,11 +90,10 @@ RegistryContents checkRegistry(const std::string& location) {
     return contents;
 }
 
-unsigned compareRecords(const RegistryContents& contents, const ExpectedRecords& expected,
-                        const std::string& context) {
+unsigned compareRecords(const RegistryContents& contents, const ExpectedRecords& expected, const char* context) {
     unsigned differences = 0;
     auto report = [&](const std::string& text) {
-        if (++differences <= 10) std::cout << context << text << '\n';
+        if (++differences <= 10 && context != nullptr) std::cout << context << text << '\n';
     };
     for (const std::string& problem : contents.problems) report("check: " + problem);
     if (contents.objects != expected.size()) {

@@ -46,9 +46,9 @@ struct RegistryContents {
 RegistryContents checkRegistry(const std::string& location);
 
 // The check's problems and the differences between `contents` and `expected` (a key missing or
-// holding another record, objects that no key expects), the first ten printed after `context`.
-unsigned compareRecords(const RegistryContents& contents, const ExpectedRecords& expected,
-                        const std::string& context);
+// holding another record, objects that no key expects), the first ten printed after `context`
+// unless it is null.
+unsigned compareRecords(const RegistryContents& contents, const ExpectedRecords& expected, const char* context);
 
 // The number after `name` on the command line ("--name 12"), or `fallback`.
 unsigned optionNumber(int argc, char** argv, const char* name, unsigned fallback);

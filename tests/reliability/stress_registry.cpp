@@ -1,11 +1,11 @@
-// Concurrent writers: P processes register into one new registry at once, on both roads, half of
-// each process's keys shared with all the others. Every registration must be acknowledged, and
+// Concurrent writers: P processes register the same N keys into one new registry at once, each
+// starting elsewhere, on both roads. Every registration must be acknowledged, and
 // afterwards the registry must be sound and hold, for every key, exactly the merge of what the
 // processes registered.
 //
 //   stress_registry [--processes P] [--entries N]
 //
-// N registrations per process. The registry is a new one made by scm_test::TestRegistry: a file,
+// The registry is a new one made by scm_test::TestRegistry: a file,
 // or a PostgreSQL database when SCM_TEST_REGISTRY_DRIVER says so. Exit status 0 when everything
 // held, 77 when the PostgreSQL variant has no server installed; the findings on stdout.
 #include <sys/wait.h>
@@ -26,18 +26,15 @@ using namespace reliability;
 
 struct Plan {
     unsigned processes;
-    unsigned entries;  // registrations per process
+    unsigned entries;  // keys, registered by every process
     std::string registry;
 
-    // Registration `step` of `process`: even slots take the shared keys, odd ones the process's
-    // own; each process starts elsewhere, and the roads alternate so that every shared key is
-    // registered on both roads by different processes.
-    unsigned keyOf(unsigned process, unsigned slot) const {
-        return slot % 2 == 0 ? slot / 2 : entries / 2 + process * entries + slot / 2;
-    }
-    unsigned slotOf(unsigned process, unsigned step) const { return (step + process * entries / processes) % entries; }
-    bool direct(unsigned process, unsigned slot) const { return (slot / 2 + process) % 2 == 0; }
+    // The key of registration `step` of `process`: each process starts elsewhere.
+    unsigned keyOf(unsigned process, unsigned step) const { return (step + process * entries / processes) % entries; }
 };
+
+// The roads alternate, so that every key is registered on both roads by different processes.
+bool direct(unsigned process, unsigned key) { return (key + process) % 2 == 0; }
 
 std::string contributorOf(unsigned process) { return "p" + std::to_string(process); }
 
@@ -50,9 +47,9 @@ int runWriter(const Plan& plan, unsigned process, int startSignal) {
     if (!registry.getDataAdapter()->doesExist()) return 3;
     unsigned refused = 0;
     for (unsigned step = 0; step < plan.entries; ++step) {
-        const unsigned slot = plan.slotOf(process, step);
-        Contribution entry = contribution(plan.keyOf(process, slot), contributorOf(process));
-        if (plan.direct(process, slot)) {
+        const unsigned key = plan.keyOf(process, step);
+        Contribution entry = contribution(key, contributorOf(process));
+        if (direct(process, key)) {
             const SCMRegistry outcome = registry.registerDataInTransaction(entry.identity.get(), entry.data.get());
             refused += outcome != IS_REGISTERED && outcome != IS_PRESENT_UPDATE;
         } else {
@@ -101,7 +98,7 @@ int main(int argc, char** argv) {
 
     ExpectedRecords expected;
     for (unsigned process = 0; process < plan.processes; ++process) {
-        for (unsigned slot = 0; slot < plan.entries; ++slot) merge(expected, plan.keyOf(process, slot), contributorOf(process));
+        for (unsigned key = 0; key < plan.entries; ++key) merge(expected, key, contributorOf(process));
     }
     const unsigned mismatches = compareRecords(checkRegistry(plan.registry), expected, "");
     std::cout << "stress: " << plan.processes * plan.entries << " registrations in " << seconds << " s, "
