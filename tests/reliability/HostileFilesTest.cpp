@@ -215,10 +215,7 @@ std::vector<HostileCase> hostileCases() {
                 },
                 "vrex:open:sqliteError"),
         opening("category table page overwritten", page("SCM_UTILITIES"), false),
-        opening("checksum index page overwritten", page("index:SCM_UTILITIES.Checksum"), false),
         opening("record not JSON", statements(setDamagedData("not json {")), false),
-        opening("record of an unknown class", statements(setDamagedData("{\"class\":\"SharedCodeManager.Nope\"}")),
-                false),
         opening("record of another category's class",
                 statements(setDamagedData("{\"class\":\"SharedCodeManager.SharedFunctionData\",\"Name\":\"\","
                                           "\"FunctionName\":\"f\",\"FileName\":\"f.c\"}")),
