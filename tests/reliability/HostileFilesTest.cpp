@@ -27,7 +27,6 @@ using scm_test::execSql;
 constexpr unsigned kKeys = 300;      // 100 entries in each category
 constexpr unsigned kDamagedKey = 0;  // a utility: the damage aims at its category
 constexpr unsigned kIntactKey = 1;   // in SCM_OTHER
-constexpr int kNobody = 65534;
 
 // Something a case keeps while the registry is observed (a connection holding a lock).
 using Guard = std::shared_ptr<sqlite3>;
@@ -37,30 +36,34 @@ using Damage = std::function<Guard(const std::string& file)>;
 
 // Overwrites the page of the schema object `name` (the first page, after its 100-byte file header,
 // for null) with random bytes.
-Guard overwritePage(const std::string& file, const char* name) {
-    sqlite3* db = nullptr;
-    sqlite3_open(file.c_str(), &db);
-    sqlite3_stmt* query = nullptr;
-    sqlite3_prepare_v2(db, "SELECT rootpage FROM sqlite_master WHERE name = ?1", -1, &query, nullptr);
-    sqlite3_bind_text(query, 1, name == nullptr ? "" : name, -1, SQLITE_TRANSIENT);
-    const std::size_t page = name == nullptr ? 1 : sqlite3_step(query) == SQLITE_ROW ? sqlite3_column_int(query, 0) : 0;
-    sqlite3_finalize(query);
-    sqlite3_close(db);
-    std::string bytes = readBytes(file);
-    EXPECT_TRUE(page > 0 && page * 4096 <= bytes.size()) << name;
-    std::mt19937 random(static_cast<unsigned>(page));
-    for (std::size_t i = (page - 1) * 4096 + (page == 1 ? 100 : 0); i < page * 4096; ++i) bytes[i] = char(random());
-    writeBytes(file, bytes);
-    return nullptr;
+Damage page(const char* name) {
+    return [=](const std::string& file) {
+        sqlite3* db = nullptr;
+        sqlite3_open(file.c_str(), &db);
+        sqlite3_stmt* query = nullptr;
+        sqlite3_prepare_v2(db, "SELECT rootpage FROM sqlite_master WHERE name = ?1", -1, &query, nullptr);
+        sqlite3_bind_text(query, 1, name == nullptr ? "" : name, -1, SQLITE_TRANSIENT);
+        const std::size_t number = name == nullptr ? 1 : sqlite3_step(query) == SQLITE_ROW ? sqlite3_column_int(query, 0) : 0;
+        sqlite3_finalize(query);
+        sqlite3_close(db);
+        std::string bytes = readBytes(file);
+        EXPECT_TRUE(number > 0 && number * 4096 <= bytes.size()) << (name ? name : "the schema");
+        std::mt19937 random(static_cast<unsigned>(number));
+        for (std::size_t i = (number - 1) * 4096 + (number == 1 ? 100 : 0); i < number * 4096; ++i) bytes[i] = char(random());
+        writeBytes(file, bytes);
+        return Guard();
+    };
 }
 
 // A connection of this process that runs `sql` and keeps its lock until the guard is dropped;
 // the observing child is another process, so the lock binds it.
-Guard lockHolder(const std::string& file, const char* sql) {
-    sqlite3* db = nullptr;
-    sqlite3_open(file.c_str(), &db);
-    EXPECT_EQ(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sql;
-    return Guard(db, sqlite3_close);
+Damage locked(const char* sql) {
+    return [=](const std::string& file) {
+        sqlite3* db = nullptr;
+        sqlite3_open(file.c_str(), &db);
+        EXPECT_EQ(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sql;
+        return Guard(db, sqlite3_close);
+    };
 }
 
 // What a registration run sees on the registry, in one line: whether it opens, finds the entry in
@@ -75,10 +78,9 @@ std::string observation(bool opens, bool damagedPresent, bool intactPresent, SCM
 std::string observeHere(const std::string& file) {
     SharedCodeManagerInterface registry(file);
     Contribution damaged = contribution(kDamagedKey, "visitor");
-    Contribution intact = contribution(kIntactKey, "visitor");
     const bool opens = registry.getDataAdapter()->doesExist();
     const bool damagedPresent = std::unique_ptr<SCMData>(registry.retrieveData(damaged.identity.get())) != nullptr;
-    const bool intactPresent = std::unique_ptr<SCMData>(registry.retrieveData(intact.identity.get())) != nullptr;
+    const bool intactPresent = std::unique_ptr<SCMData>(registry.retrieveData(contribution(kIntactKey, "").identity.get())) != nullptr;
     const SCMRegistry write = registry.registerDataInTransaction(damaged.identity.get(), damaged.data.get());
     vrex::DataModelRepository::Options writable = vrex::DataModelRepository::defaultOptions();
     writable.requireWrite = true;
@@ -92,14 +94,14 @@ std::string observeHere(const std::string& file) {
     return observation(opens, damagedPresent, intactPresent, write, openError);
 }
 
-// Observes in a child process (as nobody when `unprivileged` and this process is the superuser),
+// Observes in a child process (as nobody, 65534, when `unprivileged` and this process is the superuser),
 // with a short busy timeout. A crash of the child reads as "crashed".
 std::string observe(const std::string& file, bool unprivileged) {
     int channel[2];
     if (pipe(channel) != 0) return "no pipe";
     const pid_t pid = fork();
     if (pid == 0) {
-        if (unprivileged && geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0)) _exit(2);
+        if (unprivileged && geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(2);
         setenv("SCM_BUSY_TIMEOUT_MS", "300", 1);
         const std::string seen = observeHere(file);
         _exit(write(channel[1], seen.data(), seen.size()) == static_cast<ssize_t>(seen.size()) ? 0 : 1);
@@ -112,28 +114,23 @@ std::string observe(const std::string& file, bool unprivileged) {
     return length > 0 ? std::string(seen, length) : "crashed";
 }
 
+// What a registration run is to see (see observation) on a registry that is refused, or that opens.
+std::string refusedWith(const char* openError) {
+    return observation(false, false, false, IS_TRANSACTION_ERROR, openError + std::string(" naming the file"));
+}
+std::string opensWith(bool damagedPresent, SCMRegistry write = IS_TRANSACTION_ERROR, const char* openError = nullptr) {
+    return observation(true, damagedPresent, true, write, openError ? openError + std::string(" naming the file") : "");
+}
+
 struct HostileCase {
     const char* label;
     Damage damage;
-    bool unprivileged = false;
-    bool opens = false;
-    bool damagedPresent = false;
-    SCMRegistry write = IS_TRANSACTION_ERROR;
-    const char* openError = "";  // "" when a writable open succeeds
-    bool mayChange = false;      // the write is allowed: the registry must then check sound
+    std::string expected;       // the observation
+    bool unprivileged = false;  // observed as nobody, where permissions must bind
+    bool mayChange = false;     // the write is allowed: the registry must then check sound
 };
 
 std::ostream& operator<<(std::ostream& out, const HostileCase& hostile) { return out << hostile.label; }
-
-// A case whose registry does not open at all: nothing is found and nothing written.
-HostileCase refused(const char* label, Damage damage, const char* openError) {
-    return {label, std::move(damage), false, false, false, IS_TRANSACTION_ERROR, openError};
-}
-
-// A case whose registry opens: found as `damagedPresent` says, written as `write` says.
-HostileCase opening(const char* label, Damage damage, bool damagedPresent, SCMRegistry write = IS_TRANSACTION_ERROR) {
-    return {label, std::move(damage), false, true, damagedPresent, write};
-}
 
 Damage truncated(double fraction, long offset) {
     return [=](const std::string& file) {
@@ -148,10 +145,6 @@ Damage statements(const std::string& sql) {
         execSql(file, sql);
         return nullptr;
     };
-}
-
-Damage page(const char* name) {
-    return [=](const std::string& file) { return overwritePage(file, name); };
 }
 
 Damage replacedBy(const std::function<void(const std::string&)>& make) {
@@ -178,56 +171,43 @@ std::string setDamagedData(const std::string& text) {
            contribution(kDamagedKey, "builder").identity->getChecksum() + "'";
 }
 
-HostileCase unprivileged(HostileCase hostile) {
-    hostile.unprivileged = true;
-    hostile.openError = "vrex:open:readOnly";
-    return hostile;
-}
-
 std::vector<HostileCase> hostileCases() {
-    HostileCase remade = opening("category table and another category's index missing",
-                                 statements("DROP TABLE \"SCM_UTILITIES\"; DROP INDEX \"index:SCM_OTHER.Checksum\""),
-                                 false, IS_REGISTERED);
-    remade.mayChange = true;  // dropped by another program: made again at the next open
+    const std::string readOnlyOpen = opensWith(true, IS_TRANSACTION_ERROR, "vrex:open:readOnly");
     return {
-        refused("truncated inside the file header", truncated(0, 60), "vrex:open:truncated"),
-        refused("truncated by one byte", truncated(1, -1), "vrex:open:truncated"),
-        refused("truncated by one page", truncated(1, -4096), "vrex:open:truncated"),
-        refused("schema page overwritten", page(nullptr), "vrex:open:sqliteError"),
-        refused("header table missing", statements("DROP TABLE \"_vrex_registry\""), "vrex:open:notARegistry"),
-        refused("header format altered",
-                statements("UPDATE \"_vrex_registry\" SET value = 'other' WHERE key = 'format'"),
-                "vrex:open:notARegistry"),
-        refused("header version altered",
-                statements("UPDATE \"_vrex_registry\" SET value = '99' WHERE key = 'formatVersion'"),
-                "vrex:open:unsupportedFormat"),
-        refused("a text file", replacedBy([](const std::string& f) { writeBytes(f, "Checksum,Name\nabc,rt_foo\n"); }),
-                "vrex:open:notARegistry"),
-        refused("another program's database in WAL mode",
-                replacedBy([](const std::string& f) { execSql(f, "PRAGMA journal_mode = WAL; CREATE TABLE t (x);"); }),
-                "vrex:open:notARegistry"),
-        refused("a directory", replacedBy([](const std::string& f) { fs::create_directory(f); }),
-                "vrex:open:isDirectory"),
-        refused("locked against readers too",
-                [](const std::string& file) {
-                    return lockHolder(file, "PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; "
-                                         "UPDATE \"_vrex_registry\" SET value = value");
-                },
-                "vrex:open:sqliteError"),
-        opening("category table page overwritten", page("SCM_UTILITIES"), false),
-        opening("record not JSON", statements(setDamagedData("not json {")), false),
-        opening("record of another category's class",
-                statements(setDamagedData("{\"class\":\"SharedCodeManager.SharedFunctionData\",\"Name\":\"\","
-                                          "\"FunctionName\":\"f\",\"FileName\":\"f.c\"}")),
-                true, IS_PRESENT_ERROR),
-        remade,
-        // Opens; the other categories stay readable.
-        unprivileged(opening("category table missing in a read-only file",
-                             readOnly(false, "DROP TABLE \"SCM_UTILITIES\""), false)),
-        unprivileged(opening("read-only file", readOnly(false), true)),
-        unprivileged(opening("read-only directory", readOnly(true), true)),
-        opening("locked by a writer past the busy timeout",
-                [](const std::string& file) { return lockHolder(file, "BEGIN IMMEDIATE"); }, true),
+        {"truncated inside the file header", truncated(0, 60), refusedWith("vrex:open:truncated")},
+        {"truncated by one byte", truncated(1, -1), refusedWith("vrex:open:truncated")},
+        {"truncated by one page", truncated(1, -4096), refusedWith("vrex:open:truncated")},
+        {"schema page overwritten", page(nullptr), refusedWith("vrex:open:sqliteError")},
+        {"header table missing", statements("DROP TABLE \"_vrex_registry\""), refusedWith("vrex:open:notARegistry")},
+        {"header format altered", statements("UPDATE \"_vrex_registry\" SET value = 'other' WHERE key = 'format'"),
+         refusedWith("vrex:open:notARegistry")},
+        {"header version altered", statements("UPDATE \"_vrex_registry\" SET value = '99' WHERE key = 'formatVersion'"),
+         refusedWith("vrex:open:unsupportedFormat")},
+        {"a text file", replacedBy([](const std::string& f) { writeBytes(f, "Checksum,Name\nabc,rt_foo\n"); }),
+         refusedWith("vrex:open:notARegistry")},
+        {"another program's database in WAL mode",
+         replacedBy([](const std::string& f) { execSql(f, "PRAGMA journal_mode = WAL; CREATE TABLE t (x);"); }),
+         refusedWith("vrex:open:notARegistry")},
+        {"a directory", replacedBy([](const std::string& f) { fs::create_directory(f); }),
+         refusedWith("vrex:open:isDirectory")},
+        {"locked against readers too",
+         locked("PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; UPDATE \"_vrex_registry\" SET value = value"),
+         refusedWith("vrex:open:sqliteError")},
+        {"category table page overwritten", page("SCM_UTILITIES"), opensWith(false)},
+        {"record not JSON", statements(setDamagedData("not json {")), opensWith(false)},
+        {"record of another category's class",
+         statements(setDamagedData("{\"class\":\"SharedCodeManager.SharedFunctionData\",\"Name\":\"\","
+                                   "\"FunctionName\":\"f\",\"FileName\":\"f.c\"}")),
+         opensWith(true, IS_PRESENT_ERROR)},
+        // Dropped by another program: made again at the next open.
+        {"category table and another category's index missing",
+         statements("DROP TABLE \"SCM_UTILITIES\"; DROP INDEX \"index:SCM_OTHER.Checksum\""),
+         opensWith(false, IS_REGISTERED), false, true},
+        {"category table missing in a read-only file", readOnly(false, "DROP TABLE \"SCM_UTILITIES\""),
+         opensWith(false, IS_TRANSACTION_ERROR, "vrex:open:readOnly"), true},
+        {"read-only file", readOnly(false), readOnlyOpen, true},
+        {"read-only directory", readOnly(true), readOnlyOpen, true},
+        {"locked by a writer past the busy timeout", locked("BEGIN IMMEDIATE"), opensWith(true)},
     };
 }
 
@@ -262,10 +242,7 @@ TEST_P(HostileFile, GivesThePrescribedOutcome) {
     Guard guard = hostile.damage(file_);
     const std::string before = snapshot(file_);
 
-    const std::string openError = *hostile.openError == '\0' ? "" : hostile.openError + std::string(" naming the file");
-    // Other categories stay readable when the registry opens.
-    EXPECT_EQ(observe(file_, hostile.unprivileged),
-              observation(hostile.opens, hostile.damagedPresent, hostile.opens, hostile.write, openError));
+    EXPECT_EQ(observe(file_, hostile.unprivileged), hostile.expected);
     if (hostile.mayChange) {
         const RegistryContents contents = checkRegistry(file_);
         EXPECT_TRUE(contents.problems.empty()) << contents.problems[0];

@@ -50,8 +50,6 @@ inline Contribution contribution(unsigned key, const std::string& contributor) {
     if (key % 3 == 0) {
         auto record = std::make_unique<SCMBasicUtilityData>(name + "_s32", "id" + std::to_string(key));
         record->setName(name);
-        record->setMultiword(key % 2 == 1);
-        record->setChildren({"child" + std::to_string(key)});
         record->setModelNames({contributor});
         record->addTraceability(contributor + ":blk" + std::to_string(key));
         return {std::make_unique<SCMBasicUtilityIdentity>(name), std::move(record)};

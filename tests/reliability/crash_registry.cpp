@@ -71,18 +71,15 @@ public:
         const auto outcome = static_cast<SCMRegistry>(report & 0xff);
         const Step planned = stepOf(round, report >> 8);
         nextStep_ = (report >> 8) + 1;
-        if (planned.direct) {
-            if (outcome != IS_REGISTERED && outcome != IS_PRESENT_UPDATE) return false;
-            merge(records_, planned.key, planned.contributor);
-            return true;
+        if (!planned.direct) pendingBatch_.push_back(planned);
+        // A cached registration is written with its batch, by the one that answers IS_REGISTERED.
+        const bool written = outcome == IS_REGISTERED || (planned.direct && outcome == IS_PRESENT_UPDATE);
+        if (!written) return !planned.direct && outcome == WILL_BE_REGISTERED;
+        for (const Step& step : planned.direct ? std::vector<Step>{planned} : pendingBatch_) {
+            merge(records_, step.key, step.contributor);
         }
-        pendingBatch_.push_back(planned);
-        if (outcome == IS_REGISTERED) {  // the batch was written
-            for (const Step& cached : pendingBatch_) merge(records_, cached.key, cached.contributor);
-            pendingBatch_.clear();
-            return true;
-        }
-        return outcome == WILL_BE_REGISTERED;
+        if (!planned.direct) pendingBatch_.clear();
+        return true;
     }
 
     // Compares the registry with what was acknowledged, allowing the registration that was
@@ -122,14 +119,6 @@ bool collectReports(int reports, unsigned round, Expectation& expectation, Clock
     }
 }
 
-// Kills `child` with SIGKILL; true when the kill is what ended it.
-bool killAndReap(pid_t child) {
-    int status = 0;
-    const bool sent = child > 0 && kill(child, SIGKILL) == 0;
-    if (child > 0) waitpid(child, &status, 0);
-    return sent && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
-}
-
 // One round: a child registering, killed after `delay`. False when a report showed a failure.
 bool runRound(const std::string& file, unsigned round, std::chrono::microseconds delay, Expectation& expectation,
               unsigned& kills) {
@@ -142,7 +131,10 @@ bool runRound(const std::string& file, unsigned round, std::chrono::microseconds
     }
     close(reports[1]);
     bool ok = collectReports(reports[0], round, expectation, Clock::now() + delay);
-    kills += killAndReap(child);
+    int status = 0;
+    if (child > 0 && kill(child, SIGKILL) == 0 && waitpid(child, &status, 0) == child) {
+        kills += WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+    }
     // What the child wrote before it died is still in the pipe.
     ok = collectReports(reports[0], round, expectation, Clock::now()) && ok;
     close(reports[0]);
