@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
-
 #include "VrexTestSupport.hpp"
 #include "tv/svVelmorRoot.hpp"
 
@@ -9,30 +7,15 @@ namespace {
 
 using namespace vrex_test;
 
-// Sets or removes SCM_VELMOR_ROOT for one test, restoring it afterwards.
-class RootVariable {
-public:
-    RootVariable() : saved_(std::getenv("SCM_VELMOR_ROOT") ? std::getenv("SCM_VELMOR_ROOT") : "") {}
-    ~RootVariable() { setenv("SCM_VELMOR_ROOT", saved_.c_str(), 1); }  // empty counts as unset
-
-private:
-    std::string saved_;
-};
-
-std::string metamodelUnder(const std::string& root) {
-    return (fs::path(root) / "toolbox" / "qvd" / "qvd" / "shared_metamodel.xml").string();
-}
-
 // Without set-up the root is the build tree's, where the metamodel lies; the environment
-// variable overrides it unless empty.
+// variable overrides it unless empty (as it is left: the suite's other tests name their files).
 TEST(InstallationRoot, IsTheBuildTreeUnlessTheEnvironmentSaysOtherwise) {
-    RootVariable restore;
     unsetenv("SCM_VELMOR_ROOT");
     const std::string root = svVelmorRoot();
     EXPECT_EQ(fs::canonical(root), fs::canonical(SCM_TEST_BUILD_ROOT));
     TempDir dir;
     vrex::DataModelRepository repository;
-    EXPECT_EQ(openRepository(repository, dir.file("r.reg"), metamodelUnder(root)), "");
+    EXPECT_EQ(openRepository(repository, dir.file("r.reg"), root + "/toolbox/qvd/qvd/shared_metamodel.xml"), "");
     setenv("SCM_VELMOR_ROOT", "/opt/elsewhere", 1);
     EXPECT_EQ(svVelmorRoot(), "/opt/elsewhere");
     setenv("SCM_VELMOR_ROOT", "", 1);

@@ -284,17 +284,18 @@ TEST_F(PostgresTest, TheCheckNamesEveryDroppedOrAlteredPart) {
         ASSERT_EQ(openRepository(repository, uri_), "");
         repository.close();
         ASSERT_EQ(query(c.sql), "") << c.sql;
-        ASSERT_EQ(openRepository(repository, uri_, shippedMetamodel(), readOnly), "") << c.sql;
-        tvdiag::util::diagnostics diagnostics;
-        repository.checkIntegrity(diagnostics);
-        const std::string report = diagnostics.toString();
-        EXPECT_EQ(identifiers(diagnostics), c.identifiers) << report;
-        EXPECT_NE(report.find(c.named), std::string::npos) << report;
-        repository.close();
-        ASSERT_EQ(openRepository(repository, uri_), "") << c.sql;
-        diagnostics.clear();
-        repository.checkIntegrity(diagnostics);
-        EXPECT_EQ(diagnostics.toString().find(c.named) == std::string::npos, c.madeAgain) << diagnostics.toString();
+        for (bool writable : {false, true}) {
+            ASSERT_EQ(openRepository(repository, uri_, shippedMetamodel(), writable ? thingOptions() : readOnly), "");
+            tvdiag::util::diagnostics diagnostics;
+            repository.checkIntegrity(diagnostics);
+            repository.close();
+            if (writable && c.madeAgain) {
+                EXPECT_EQ(diagnostics.toString(), "") << c.sql;
+            } else {
+                EXPECT_EQ(identifiers(diagnostics), c.identifiers) << diagnostics.toString();
+                EXPECT_NE(diagnostics.toString().find(c.named), std::string::npos) << diagnostics.toString();
+            }
+        }
     }
 }
 

@@ -67,10 +67,18 @@ protected:
 };
 
 // Nothing is visible before the commit; a rollback or a close (as at the destruction of the repository)
-// drops what the transaction made, and the ids it would have taken stay free.
+// drops what the transaction made, and the ids it would have taken stay free. Another writer
+// waits for the write lock no longer than its busy timeout, and says why and how long it waited.
 TEST_F(TransactionTest, ExplicitTransactionsCommitOrDropWhatTheyMade) {
     Diagnostics diagnostics;
     repository_.beginTransaction(diagnostics);
+    vrex::DataModelRepository waiter;
+    ASSERT_EQ(openImpatient(waiter, location_, 200), "");
+    Diagnostics refused;
+    waiter.beginTransaction(refused);
+    EXPECT_EQ(identifiers(refused), "vrex:transaction:beginFailed ");
+    EXPECT_NE(refused.toString().find("is locked by another process; waited 0.2 s (SCM_BUSY_TIMEOUT_MS)"),
+              std::string::npos) << refused.toString();
     create("dropped", diagnostics);
     repository_.rollbackTransaction(diagnostics);
     EXPECT_FALSE(repository_.isTransactionOpen());
@@ -224,19 +232,6 @@ TEST_F(TransactionTest, AFailedCommitIsReportedAndRolledBack) {
     }
     EXPECT_EQ(exitStatusOf(child), 0);
     EXPECT_EQ(checksums(), "1:committed ");
-}
-
-// A writer that cannot have the write lock within the busy timeout says why and how long it waited.
-TEST_F(TransactionTest, AWriterThatTimesOutSaysTheRegistryIsLocked) {
-    vrex::DataModelRepository waiter;
-    ASSERT_EQ(openImpatient(waiter, location_, 200), "");
-    Diagnostics diagnostics;
-    repository_.beginTransaction(diagnostics);
-    waiter.beginTransaction(diagnostics);
-    EXPECT_EQ(identifiers(diagnostics), "vrex:transaction:beginFailed ");
-    EXPECT_NE(diagnostics.toString().find("is locked by another process; waited 0.2 s (SCM_BUSY_TIMEOUT_MS)"),
-              std::string::npos)
-        << diagnostics.toString();
 }
 
 // Two processes register overlapping keys at once, each "look up, then create or merge" in one
