@@ -19,7 +19,7 @@ protected:
             vrex::ObjectRef object = repository_.createObject(functions.cls, diagnostics);
             Thing data(std::string("payload-") + checksum);
             repository_.setPropertyValue(object, functions.checksum, qaArray::fromText(checksum), diagnostics);
-            repository_.setPropertyValue(object, functions.data, thingValue(data), diagnostics);
+            repository_.setPropertyValue(object, functions.data, data.toScriptValue(), diagnostics);
         }
         ASSERT_EQ(diagnostics.toString(), "");
     }

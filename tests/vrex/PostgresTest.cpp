@@ -4,14 +4,8 @@
 
 #include <chrono>
 #include <csignal>
-#include <functional>
-#include <memory>
 #include <future>
 
-#include "SCMBasicUtilityData.hpp"
-#include "SCMBasicUtilityIdentity.hpp"
-#include "SCMRegistryInspector.hpp"
-#include "SCMVrexDataAdapter.hpp"
 #include "VrexTestSupport.hpp"
 #include "support/RegistryDriver.hpp"
 #include "support/TestRegistry.hpp"

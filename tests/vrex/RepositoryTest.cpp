@@ -37,11 +37,13 @@ public:
         Thing data(payload);
         repository_.setPropertyValue(object, category.checksum, qaArray::fromText(checksum), diagnostics);
         repository_.setPropertyValue(object, category.name, qaArray::fromText(name), diagnostics);
-        repository_.setPropertyValue(object, category.identity, thingValue(identity), diagnostics);
-        repository_.setPropertyValue(object, category.data, thingValue(data), diagnostics);
+        repository_.setPropertyValue(object, category.identity, identity.toScriptValue(), diagnostics);
+        repository_.setPropertyValue(object, category.data, data.toScriptValue(), diagnostics);
         EXPECT_EQ(diagnostics.toString(), "");
         return object;
     }
+
+    Category utilities() { return Category(repository_, "SCM_UTILITIES"); }
 
     // Closes the repository and opens it again with `options`.
     void reopen(const vrex::DataModelRepository::Options& options = thingOptions()) {
@@ -155,8 +157,10 @@ class Stranger : public tv::mi::Handle {
 Thing aThing("t");
 Stranger aStranger;
 
+using T = RepositoryTest;  // the rows' first parameter
+
 const Misuse kMisuses[] = {
-    {"thing as text", "vrex:property:wrongValue", setting("SCM_UTILITIES", "Name", [] { return thingValue(aThing); })},
+    {"thing as text", "vrex:property:wrongValue", setting("SCM_UTILITIES", "Name", [] { return aThing.toScriptValue(); })},
     {"text as thing", "vrex:property:wrongValue", setting("SCM_UTILITIES", "Data", [] { return qaArray::fromText("t"); })},
     {"object the codec refuses", "vrex:property:encodeFailed",
      setting("SCM_UTILITIES", "Data", [] { return aStranger.toScriptValue(); })},
@@ -164,61 +168,55 @@ const Misuse kMisuses[] = {
      setting("SCM_SHARED_FUNCTIONS", "Name", [] { return qaArray::fromText("x"); })},
     {"null property", "vrex:property:null", setting("SCM_UTILITIES", "nosuch", [] { return qaArray::fromText("x"); })},
     {"null object", "vrex:object:nullClass",
-     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
-         t.repository_.setPropertyValue(vrex::ObjectRef(), Category(t.repository_, "SCM_UTILITIES").name,
-                                        qaArray::fromText("x"), d);
-     }},
+     [](T& t, const vrex::ObjectRef&, Diagnostics& d) { t.repository_.setPropertyValue({}, t.utilities().name, {}, d); }},
     {"object property without a codec", "vrex:property:noObjectCodec",
-     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+     [](T& t, const vrex::ObjectRef&, Diagnostics& d) {
          vrex::DataModelRepository::Options noCodec = thingOptions();
          noCodec.objectCodec = nullptr;
          t.reopen(noCodec);
-         const Category utilities(t.repository_, "SCM_UTILITIES");
-         t.repository_.setPropertyValue(allObjects(t.repository_, utilities).at(0), utilities.data, thingValue(aThing), d);
+         const Category utilities = t.utilities();
+         t.repository_.setPropertyValue(allObjects(t.repository_, utilities).at(0), utilities.data, aThing.toScriptValue(), d);
      }},
     {"constraint on an object property", "vrex:find:badConstraint", finding("SCM_UTILITIES", "Data")},
     {"constraint of another class", "vrex:find:badConstraint", finding("SCM_SHARED_FUNCTIONS", "Checksum")},
     {"class of another repository", "vrex:object:foreignClass",
-     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+     [](T& t, const vrex::ObjectRef&, Diagnostics& d) {
          scm_test::TestRegistry otherRegistry;
          vrex::DataModelRepository other;
          ASSERT_EQ(openRepository(other, otherRegistry.location()), "");
-         other.createObject(Category(t.repository_, "SCM_UTILITIES").cls, d);
+         other.createObject(t.utilities().cls, d);
      }},
     {"reading a closed repository", "vrex:notOpen",
-     [](RepositoryTest& t, const vrex::ObjectRef& object, Diagnostics& d) {
-         const Category utilities(t.repository_, "SCM_UTILITIES");
+     [](T& t, const vrex::ObjectRef& object, Diagnostics& d) {
+         const Category utilities = t.utilities();
          t.repository_.close();
          t.repository_.close();  // idempotent
          EXPECT_TRUE(t.repository_.getPropertyValue(object, utilities.name, d).isEmpty());
          EXPECT_EQ(utilities.cls.name(), "SCM_UTILITIES");  // the ref outlives its repository
      }},
     {"opening twice", "vrex:open:alreadyOpen",
-     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+     [](T& t, const vrex::ObjectRef&, Diagnostics& d) {
          t.repository_.open(vrex::toUtf16(t.location_), vrex::toUtf16(shippedMetamodel()), thingOptions(), d);
-         EXPECT_TRUE(t.repository_.isOpen());
      }},
     {"commit without a transaction", "vrex:transaction:notOpen",
-     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) { t.repository_.commitTransaction(d); }},
+     [](T& t, const vrex::ObjectRef&, Diagnostics& d) { t.repository_.commitTransaction(d); }},
     {"beginning twice", "vrex:transaction:alreadyOpen",
-     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+     [](T& t, const vrex::ObjectRef&, Diagnostics& d) {
          t.repository_.beginTransaction(d);
          t.repository_.beginTransaction(d);
      }},
     {"beginning inside a function", "vrex:transaction:insideFunction",
-     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
+     [](T& t, const vrex::ObjectRef&, Diagnostics& d) {
          t.repository_.performDictionaryFunction([&](Diagnostics&) { t.repository_.beginTransaction(d); }, d);
      }},
     // What the function created before it closed the repository is rolled back.
     {"closing inside a function", "vrex:function:closed",
-     [](RepositoryTest& t, const vrex::ObjectRef&, Diagnostics& d) {
-         t.repository_.performDictionaryFunction(
-             [&](Diagnostics& inner) {
-                 t.repository_.createObject(Category(t.repository_, "SCM_UTILITIES").cls, inner);
-                 t.repository_.close();
-             },
-             d);
-         EXPECT_FALSE(t.repository_.isOpen());
+     [](T& t, const vrex::ObjectRef&, Diagnostics& d) {
+         auto closing = [&](Diagnostics& inner) {
+             t.repository_.createObject(t.utilities().cls, inner);
+             t.repository_.close();
+         };
+         t.repository_.performDictionaryFunction(closing, d);
      }},
 };
 

@@ -140,7 +140,7 @@ TEST_F(TransactionTest, PendingObjectsAreSeenByEveryReadAndWrittenAsAtOnce) {
     auto fill = [&](Diagnostics& inner) {
         vrex::ObjectRef object = create("sum", inner);
         repository_.setPropertyValue(object, utilities_->name, qaArray::fromText("n"), inner);
-        repository_.setPropertyValue(object, utilities_->data, thingValue(thing), inner);
+        repository_.setPropertyValue(object, utilities_->data, thing.toScriptValue(), inner);
         repository_.setPropertyValue(object, utilities_->name, qaArray(), inner);  // unset again
         repository_.setPropertyValue(object, utilities_->name, qaArray::fromText("m"), inner);
         vrex::MatchConstraints byChecksum;
@@ -151,7 +151,7 @@ TEST_F(TransactionTest, PendingObjectsAreSeenByEveryReadAndWrittenAsAtOnce) {
         vrex::ObjectRef next = create("next", inner);
         EXPECT_EQ(next.id(), object.id() + 1);
         // The first object is written by now; writing it again updates its row.
-        repository_.setPropertyValue(object, utilities_->identity, thingValue(thing), inner);
+        repository_.setPropertyValue(object, utilities_->identity, thing.toScriptValue(), inner);
         EXPECT_EQ(repository_.getPropertyValue(next, utilities_->checksum, inner).text(), "next");
         EXPECT_TRUE(repository_.getPropertyValue(next, utilities_->name, inner).isEmpty());
     };
@@ -260,7 +260,7 @@ TEST_F(TransactionTest, TwoProcessesLookUpThenCreateOrMergeAtomically) {
                     vrex::ObjectRef object = found.empty() ? repository.createObject(category.cls, inner) : found[0];
                     Thing data(found.empty() ? who : payloadOf(repository.getPropertyValue(object, category.data, inner)) + "+" + who);
                     repository.setPropertyValue(object, category.checksum, qaArray::fromText(std::to_string(key)), inner);
-                    repository.setPropertyValue(object, category.data, thingValue(data), inner);
+                    repository.setPropertyValue(object, category.data, data.toScriptValue(), inner);
                 },
                 diagnostics);
         }

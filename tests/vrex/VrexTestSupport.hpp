@@ -24,14 +24,10 @@ namespace fs = std::filesystem;
 using scm_test::TempDir;
 
 // The script object stored in the tests' object properties.
-class Thing : public tv::mi::Handle {
-public:
-    explicit Thing(std::string payload) : payload_(std::move(payload)) {}
+struct Thing : tv::mi::Handle {
+    explicit Thing(std::string text) : payload(std::move(text)) {}
     const char* getFullyQualifiedKobjTypeName() const override { return "Test.Thing"; }
-    const std::string& payload() const { return payload_; }
-
-private:
-    std::string payload_;
+    const std::string payload;
 };
 
 // Stores a Thing as "thing:<payload>"; refuses other objects; decodes nothing else.
@@ -40,7 +36,7 @@ public:
     std::string encode(const qaArray& value) const override {
         auto* thing = dynamic_cast<Thing*>(value.object(0));
         if (thing == nullptr) throw std::invalid_argument("not a Test.Thing");
-        return "thing:" + thing->payload();
+        return "thing:" + thing->payload;
     }
     qaArray decode(const std::string& text) const override {
         if (text.rfind("thing:", 0) != 0) return qaArray();
@@ -54,14 +50,11 @@ inline vrex::DataModelRepository::Options thingOptions() {
     return options;
 }
 
-// The value of a Thing, borrowed: valid while `thing` lives.
-inline qaArray thingValue(Thing& thing) { return thing.toScriptValue(); }
-
 // The payload of a decoded Thing value, or "<none>" when the value holds no Thing.
 inline std::string payloadOf(const qaArray& value) {
     if (value.kind() != qaArray::Kind::Object || value.numel() != 1) return "<none>";
     auto* thing = dynamic_cast<Thing*>(value.object(0));
-    return thing != nullptr ? thing->payload() : "<none>";
+    return thing != nullptr ? thing->payload : "<none>";
 }
 
 inline std::string shippedMetamodel() { return SCM_TEST_METAMODEL; }
