@@ -128,10 +128,8 @@ TEST_F(PostgresTest, ADatabaseThatIsNoRegistryIsRefusedUntouched) {
 // A developer's machine reads the farm's registry with a role that may only read: it lists, and
 // a writer that requires writing is refused once, up front, with the reason.
 TEST_F(PostgresTest, AReadOnlyRoleReadsAndIsRefusedForWriting) {
-    {
-        vrex::DataModelRepository creator;
-        ASSERT_EQ(openRepository(creator, uri_), "");
-    }
+    vrex::DataModelRepository repository;
+    ASSERT_EQ(openRepository(repository, uri_), "");  // makes the registry
     const std::string role = "reader_" + database_;
     ASSERT_EQ(query("CREATE ROLE " + role + " LOGIN PASSWORD 'reads'; GRANT USAGE ON SCHEMA scm TO " +
                         role + "; GRANT SELECT ON ALL TABLES IN SCHEMA scm TO " + role),
@@ -139,14 +137,13 @@ TEST_F(PostgresTest, AReadOnlyRoleReadsAndIsRefusedForWriting) {
     const std::string readerUri = "postgresql://" + role + ":reads@" + uri_.substr(uri_.find('@') + 1);
     vrex::DataModelRepository::Options options = thingOptions();
     options.requireWrite = true;
-    vrex::DataModelRepository writer;
-    const std::string refused = openRepository(writer, readerUri, shippedMetamodel(), options);
+    repository.close();
+    const std::string refused = openRepository(repository, readerUri, shippedMetamodel(), options);
     EXPECT_NE(refused.find("vrex:open:readOnly"), std::string::npos) << refused;
     options.requireWrite = false;
     options.readOnly = true;
-    vrex::DataModelRepository reader;
-    EXPECT_EQ(openRepository(reader, readerUri, shippedMetamodel(), options), "");
-    reader.close();
+    EXPECT_EQ(openRepository(repository, readerUri, shippedMetamodel(), options), "");
+    repository.close();
     query("DROP OWNED BY " + role);
     query("DROP ROLE " + role, true);
 }
@@ -181,8 +178,7 @@ TEST_F(PostgresTest, AWalkOrACheckThroughACutConnectionEndsWithTheError) {
 
     SCM::SCMRegistryInspector checker(uri_);
     terminate("pid <> pg_backend_pid()");
-    tvdiag::util::diagnostics problems;
-    tvdiag::util::diagnostics error;
+    tvdiag::util::diagnostics problems, error;
     checker.checkEntries(problems, error);
     EXPECT_TRUE(problems.empty()) << problems.toString();
     EXPECT_EQ(error.size(), 1u) << error.toString();
