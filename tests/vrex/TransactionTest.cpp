@@ -220,8 +220,9 @@ TEST_F(TransactionTest, AFailedCommitIsReportedAndRolledBack) {
         writer.beginTransaction(errors);
         vrex::ObjectRef object = writer.createObject(utilities.cls, errors);
         writer.setPropertyValue(object, utilities.name, qaArray::fromText(std::string(1024 * 1024, 'x')), errors);
+        allObjects(writer, utilities);  // a read writes the pending row, into the transaction's pages
         if (!errors.empty()) _exit(11);
-        // The transaction's pages wait in memory; the commit must write them to the log.
+        // The transaction's pages wait in memory; the commit itself must write them to the log.
         std::signal(SIGXFSZ, SIG_IGN);
         struct rlimit limit = {256 * 1024, 256 * 1024};
         setrlimit(RLIMIT_FSIZE, &limit);
