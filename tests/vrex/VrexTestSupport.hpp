@@ -3,6 +3,7 @@
 // Helpers shared by the repository tests: temporary directories, a small script object class with
 // its codec, metamodel files and byte snapshots.
 
+#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -23,14 +24,10 @@ namespace fs = std::filesystem;
 using scm_test::TempDir;
 
 // The script object stored in the tests' object properties.
-class Thing : public tv::mi::Handle {
-public:
-    explicit Thing(std::string payload) : payload_(std::move(payload)) {}
+struct Thing : tv::mi::Handle {
+    explicit Thing(std::string text) : payload(std::move(text)) {}
     const char* getFullyQualifiedKobjTypeName() const override { return "Test.Thing"; }
-    const std::string& payload() const { return payload_; }
-
-private:
-    std::string payload_;
+    const std::string payload;
 };
 
 // Stores a Thing as "thing:<payload>"; refuses other objects; decodes nothing else.
@@ -39,7 +36,7 @@ public:
     std::string encode(const qaArray& value) const override {
         auto* thing = dynamic_cast<Thing*>(value.object(0));
         if (thing == nullptr) throw std::invalid_argument("not a Test.Thing");
-        return "thing:" + thing->payload();
+        return "thing:" + thing->payload;
     }
     qaArray decode(const std::string& text) const override {
         if (text.rfind("thing:", 0) != 0) return qaArray();
@@ -53,14 +50,11 @@ inline vrex::DataModelRepository::Options thingOptions() {
     return options;
 }
 
-// The value of a Thing, borrowed: valid while `thing` lives.
-inline qaArray thingValue(Thing& thing) { return thing.toScriptValue(); }
-
 // The payload of a decoded Thing value, or "<none>" when the value holds no Thing.
 inline std::string payloadOf(const qaArray& value) {
     if (value.kind() != qaArray::Kind::Object || value.numel() != 1) return "<none>";
     auto* thing = dynamic_cast<Thing*>(value.object(0));
-    return thing != nullptr ? thing->payload() : "<none>";
+    return thing != nullptr ? thing->payload : "<none>";
 }
 
 inline std::string shippedMetamodel() { return SCM_TEST_METAMODEL; }
@@ -68,14 +62,11 @@ inline std::string shippedMetamodel() { return SCM_TEST_METAMODEL; }
 inline std::string readBytes(const std::string& file) {
     std::ifstream in(file, std::ios::binary);
     std::ostringstream bytes;
-    bytes << in.rdbuf();
+    bytes << in.rdbuf();  // a directory reads as empty
     return bytes.str();
 }
 
-inline void writeBytes(const std::string& file, const std::string& bytes) {
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
-    out << bytes;
-}
+inline void writeBytes(const std::string& file, const std::string& bytes) { std::ofstream(file, std::ios::binary) << bytes; }
 
 // Opens `file` with `metamodel`; the diagnostics as one string ("" on success).
 inline std::string openRepository(vrex::DataModelRepository& repository, const std::string& file,
@@ -87,8 +78,7 @@ inline std::string openRepository(vrex::DataModelRepository& repository, const s
 }
 
 // Opens `location` with a busy timeout of `milliseconds`; the diagnostics as one string.
-inline std::string openImpatient(vrex::DataModelRepository& repository, const std::string& location,
-                                 int milliseconds) {
+inline std::string openImpatient(vrex::DataModelRepository& repository, const std::string& location, int milliseconds) {
     vrex::DataModelRepository::Options impatient = thingOptions();
     impatient.busyTimeoutMs = milliseconds;
     return openRepository(repository, location, shippedMetamodel(), impatient);
@@ -109,6 +99,16 @@ struct Category {
     }
 };
 
+// Names the cases of a parameterised test after their labels: letters and digits, the rest '_'.
+struct LabelName {
+    template <class Info>
+    std::string operator()(const Info& info) const {
+        std::string name = info.param.label;
+        for (char& c : name) c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+        return name;
+    }
+};
+
 // The identifiers of all records, each followed by a space.
 inline std::string identifiers(const tvdiag::util::diagnostics& diagnostics) {
     std::string text;
@@ -122,6 +122,27 @@ inline std::vector<vrex::ObjectRef> allObjects(vrex::DataModelRepository& reposi
     std::vector<vrex::ObjectRef> objects;
     repository.findObjects(category.cls, {}, objects, diagnostics);
     return objects;
+}
+
+// The text of a character value; "" for an unset property ([]).
+inline std::string textOf(const qaArray& value) { return value.kind() == qaArray::Kind::Char ? value.text() : ""; }
+
+// Every object of `className` that `repository` finds, in id order, one per line:
+// "id:checksum/name/identity/data", objects by their payload.
+inline std::string listing(vrex::DataModelRepository& repository, const std::string& className,
+                           const vrex::MatchConstraints& constraints = {}) {
+    const Category category(repository, className);
+    tvdiag::util::diagnostics diagnostics;
+    std::vector<vrex::ObjectRef> objects;
+    repository.findObjects(category.cls, constraints, objects, diagnostics);
+    std::string text;
+    for (const vrex::ObjectRef& object : objects) {
+        text += std::to_string(object.id()) + ":" + textOf(repository.getPropertyValue(object, category.checksum, diagnostics)) +
+                "/" + textOf(repository.getPropertyValue(object, category.name, diagnostics)) + "/" +
+                payloadOf(repository.getPropertyValue(object, category.identity, diagnostics)) + "/" +
+                payloadOf(repository.getPropertyValue(object, category.data, diagnostics)) + "\n";
+    }
+    return text + diagnostics.toString();
 }
 
 }  // namespace vrex_test
