@@ -53,23 +53,4 @@ std::string quotedExcerpt(const std::string& bytes, std::size_t limit) {
     return out;
 }
 
-// A validated UTF-8 text holds code points up to U+00FF as single bytes (ASCII) or as the
-// two-byte sequences that start with 0xC2 or 0xC3; any other lead byte means a larger code point.
-bool bytesFromUtf8(const std::string& utf8, std::string& bytes) {
-    bytes.clear();
-    bytes.reserve(utf8.size());
-    for (std::size_t i = 0; i < utf8.size(); ++i) {
-        const auto lead = static_cast<unsigned char>(utf8[i]);
-        if (lead < 0x80) {
-            bytes += static_cast<char>(lead);
-            continue;
-        }
-        if ((lead != 0xc2 && lead != 0xc3) || i + 1 >= utf8.size()) return false;
-        const auto trail = static_cast<unsigned char>(utf8[++i]);
-        if ((trail & 0xc0) != 0x80) return false;
-        bytes += static_cast<char>(((lead & 0x03) << 6) | (trail & 0x3f));
-    }
-    return true;
-}
-
 }  // namespace kobj::json

@@ -31,8 +31,4 @@ void appendString(std::string& out, const std::string& bytes);
 // with "..." before the closing quote: a message never repeats a long input whole.
 std::string quotedExcerpt(const std::string& bytes, std::size_t limit = 80);
 
-// The bytes of a JSON string's value as a JSON parser delivers it (UTF-8). Returns false, leaving
-// `bytes` unspecified, when the value holds a code point above U+00FF.
-bool bytesFromUtf8(const std::string& utf8, std::string& bytes);
-
 }  // namespace kobj::json

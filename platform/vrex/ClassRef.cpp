@@ -18,13 +18,4 @@ PropertyRef ClassRef::findProperty(const std::string& name) const {
     return RefAccess::property(RefAccess::alias(info_, found));
 }
 
-std::vector<PropertyRef> ClassRef::properties() const {
-    std::vector<PropertyRef> all;
-    if (!info_) return all;
-    for (const auto& property : info_->properties) {
-        all.push_back(RefAccess::property(RefAccess::alias(info_, property.get())));
-    }
-    return all;
-}
-
 }  // namespace vrex

@@ -13,7 +13,7 @@ struct ClassInfo;
 }  // namespace internal
 
 // A class of the metamodel (one table of the registry), found with PackageRef::findClass. A light
-// value; default-constructed it is null, and a null class finds no properties and is named "".
+// value; default-constructed it is null, and a null class finds no property and is named "".
 class ClassRef {
 public:
     ClassRef() = default;
@@ -24,8 +24,6 @@ public:
 
     // The property called exactly `name` (case matters); null when the class has none.
     PropertyRef findProperty(const std::string& name) const;
-    // Every property in metamodel order; empty for a null class.
-    std::vector<PropertyRef> properties() const;
 
     bool operator==(const ClassRef& other) const { return info_ == other.info_; }
     bool operator!=(const ClassRef& other) const { return info_ != other.info_; }

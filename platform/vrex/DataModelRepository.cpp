@@ -209,16 +209,6 @@ qaArray DataModelRepository::getPropertyValue(const ObjectRef& object, const Pro
     return session_->objects().getPropertyValue(object, property, diagnostics);
 }
 
-std::optional<std::string> DataModelRepository::getStoredText(const ObjectRef& object,
-                                                              const PropertyRef& property,
-                                                              tvdiag::util::diagnostics& diagnostics) {
-    if (!session_) {
-        reportClosed(diagnostics, "read a property");
-        return std::nullopt;
-    }
-    return session_->objects().getStoredText(object, property, diagnostics);
-}
-
 void DataModelRepository::readStoredTexts(const ClassRef& cls, const std::vector<PropertyRef>& properties,
                                           std::int64_t afterId, std::size_t limit, std::vector<StoredObject>& result,
                                           tvdiag::util::diagnostics& diagnostics) {

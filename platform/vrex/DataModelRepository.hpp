@@ -131,13 +131,6 @@ public:
     qaArray getPropertyValue(const ObjectRef& object, const PropertyRef& property,
                              tvdiag::util::diagnostics& diagnostics);
 
-    // The text stored for one property of `object`, as it lies in the file: a text property's
-    // value, or an object property's encoded text, not decoded. nullopt when the property is unset;
-    // nullopt with a diagnostic on error. Unlike getPropertyValue it tells an unset object
-    // property from one whose stored text no longer decodes.
-    std::optional<std::string> getStoredText(const ObjectRef& object, const PropertyRef& property,
-                                             tvdiag::util::diagnostics& diagnostics);
-
     // Replaces `result` with the objects of `cls` whose id is above `afterId` (0: from the
     // first), at most `limit` of them, ascending by id, each with the stored texts of
     // `properties` (properties of `cls`): a page of a walk over a class, read in one round trip.

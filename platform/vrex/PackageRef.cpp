@@ -18,11 +18,4 @@ ClassRef PackageRef::findClass(const std::string& name) const {
     return RefAccess::cls(RefAccess::alias(info_, found));
 }
 
-std::vector<ClassRef> PackageRef::classes() const {
-    std::vector<ClassRef> all;
-    if (!info_) return all;
-    for (const auto& cls : info_->classes) all.push_back(RefAccess::cls(RefAccess::alias(info_, cls.get())));
-    return all;
-}
-
 }  // namespace vrex

@@ -13,7 +13,7 @@ struct PackageInfo;
 }  // namespace internal
 
 // A package of the metamodel, found with MetamodelRef::findPackage. A light value;
-// default-constructed it is null, and a null package finds no classes and is named "".
+// default-constructed it is null, and a null package finds no class and is named "".
 class PackageRef {
 public:
     PackageRef() = default;
@@ -24,8 +24,6 @@ public:
 
     // The class called exactly `name` (case matters); null when the package has none.
     ClassRef findClass(const std::string& name) const;
-    // Every class in metamodel order; empty for a null package.
-    std::vector<ClassRef> classes() const;
 
     bool operator==(const PackageRef& other) const { return info_ == other.info_; }
     bool operator!=(const PackageRef& other) const { return info_ != other.info_; }

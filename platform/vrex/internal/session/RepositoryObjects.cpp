@@ -164,15 +164,6 @@ qaArray RepositoryObjects::getPropertyValue(const ObjectRef& object, const Prope
     return decodeObject(*info, *text, diagnostics);
 }
 
-std::optional<std::string> RepositoryObjects::getStoredText(const ObjectRef& object,
-                                                            const PropertyRef& property,
-                                                            tvdiag::util::diagnostics& diagnostics) {
-    const PropertyInfo* info = propertyOf(object, property, "read", diagnostics);
-    std::optional<std::string> text;
-    if (info == nullptr || !readStoredText(object, *info, text, diagnostics)) return std::nullopt;
-    return text;
-}
-
 bool RepositoryObjects::readStoredText(const ObjectRef& object, const PropertyInfo& property,
                                        std::optional<std::string>& text,
                                        tvdiag::util::diagnostics& diagnostics) {

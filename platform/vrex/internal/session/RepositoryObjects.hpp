@@ -41,8 +41,6 @@ public:
                           tvdiag::util::diagnostics& diagnostics);
     qaArray getPropertyValue(const ObjectRef& object, const PropertyRef& property,
                              tvdiag::util::diagnostics& diagnostics);
-    std::optional<std::string> getStoredText(const ObjectRef& object, const PropertyRef& property,
-                                             tvdiag::util::diagnostics& diagnostics);
     void readStoredTexts(const ClassRef& cls, const std::vector<PropertyRef>& properties, std::int64_t afterId,
                          std::size_t limit, std::vector<StoredObject>& result,
                          tvdiag::util::diagnostics& diagnostics);
