@@ -130,6 +130,11 @@ TEST(ChecksumDigest, RandomMessagesMatchOpenSslAndReferenceText) {
         pieces.appendText(text);
         ASSERT_EQ(text, referenceText(digest, alphabet)) << "length " << length;
         ASSERT_LE(text.size(), 22u);
+        for (const std::string other : {"0123456789abcdef", "xyz"}) {  // any other alphabet too
+            std::string otherText;
+            pieces.appendText(otherText, other.c_str());
+            ASSERT_EQ(otherText, referenceText(digest, other)) << "radix " << other.size();
+        }
     }
 }
 

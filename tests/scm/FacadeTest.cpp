@@ -160,7 +160,10 @@ TEST(NullUtilityFacade, AcceptsEverythingAndRemembersNothing) {
 
     EXPECT_EQ(facade.getRegisteredUtilityName("rt_foo", false, false), "rt_foo");
     EXPECT_EQ(facade.registerData(&key, &record), IS_REGISTERED);
+    EXPECT_EQ(facade.registerDataInTransaction(&key, &record), IS_REGISTERED);
     EXPECT_EQ(facade.retrieveData(&key), nullptr);
+    EXPECT_TRUE(facade.retrieveAllIdentities(SCM_UTILITIES).empty());
+    EXPECT_TRUE(facade.retrieveAllData(SCM_UTILITIES).empty());
     // Without a backend the rest answers as a missing store does.
     EXPECT_EQ(facade.registerDataArray(&identities, &records), IS_TRANSACTION_ERROR);
     EXPECT_EQ(facade.finalize(), IS_TRANSACTION_ERROR);

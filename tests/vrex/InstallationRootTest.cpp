@@ -30,6 +30,8 @@ TEST(Utf16, EveryByteStringRoundTrips) {
         "\xf4\x90\x80\x80" /* beyond U+10FFFF */, "\xe2\x82" /* cut short */,
     };
     for (const std::string& bytes : samples) EXPECT_EQ(vrex::fromUtf16(vrex::toUtf16(bytes)), bytes);
+    const std::u16string beyondLatin1 = u"caf\u00e9 \u0394 \u20ac \U0001F600";  // 2, 3 and 4 UTF-8 bytes
+    EXPECT_EQ(vrex::toUtf16(vrex::fromUtf16(beyondLatin1)), beyondLatin1);
     EXPECT_EQ(vrex::toUtf16("caf\xc3\xa9"), u"caf\u00e9");
     EXPECT_EQ(vrex::toUtf16("\xf0\x9f\x98\x80"), u"\U0001F600");
     EXPECT_EQ(vrex::toUtf16("a\xff"), std::u16string(u"a") + char16_t(0xDCFF));
