@@ -1,9 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
-
-#include "vrex/PropertyKind.hpp"
 
 namespace vrex {
 
@@ -13,18 +10,14 @@ struct RefAccess;
 }  // namespace internal
 
 // A property of a metamodel class, found with ClassRef::findProperty. A light value: copies refer
-// to the same property. A default-constructed one is null; the accessors of a null one give "",
-// Text and false. A ref keeps its metamodel alive, so using one after its repository closed is
-// safe: the repository then refuses it with a diagnostic.
+// to the same property. A default-constructed one is null. A ref keeps its metamodel alive, so
+// using one after its repository closed is safe: the repository then refuses it with a diagnostic.
 class PropertyRef {
 public:
     PropertyRef() = default;
 
     bool isNull() const { return info_ == nullptr; }
     explicit operator bool() const { return info_ != nullptr; }
-    const std::string& name() const;
-    PropertyKind kind() const;
-    bool isIndexed() const;
 
     bool operator==(const PropertyRef& other) const { return info_ == other.info_; }
     bool operator!=(const PropertyRef& other) const { return info_ != other.info_; }
