@@ -48,6 +48,7 @@ def test_register_retrieve_and_reopen(registry_path):
         stored = registry.retrieveData(scm.SharedFunctionIdentity(1, 2, 3, 4))
         assert (type(stored), stored.FunctionName, stored.FileName) \
             == (scm.SharedFunctionData, "rt_add", "rt_add.c")
+        assert [type(d) for d in registry.retrieveAllData("SCM_SHARED_CONSTANTS")] == [scm.SharedConstantsData] * 2
         found = registry.retrieveIdentityForName("SCM_UTILITIES", "foo")
         assert (type(found), found.UtilityIdentifier) == (scm.BasicUtilityIdentity, "rt_foo")
         here = entries_of(registry)

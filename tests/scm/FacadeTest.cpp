@@ -126,6 +126,8 @@ TEST(CategoryFacades, NameListingsKeepStoreOrderAndDuplicates) {
     functions.registerData(&k2, &g);
     functions.registerData(&k3, &f2);
     EXPECT_EQ(functions.getAllFunctionNames(), (Names{"f", "g", "f"}));
+    EXPECT_EQ(functions.registerSharedFunction(&k1, &g), "");  // the naming protocol is inert
+    EXPECT_TRUE(SharedDataInterface(registry.location()).getAllDataNames().empty());
 }
 
 TEST(UtilityFacade, IdentifiersAreSortedAndUnique) {
