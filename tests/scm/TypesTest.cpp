@@ -1,7 +1,8 @@
-// Categories: their texts and fallbacks, and the lenient name lookup.
+// Categories: their texts and fallbacks, and the lenient name lookup; outcome texts.
 #include <gtest/gtest.h>
 
 #include "SCMGenericIdentity.hpp"
+#include "SCMRegistry.hpp"
 #include "SCMTypes.hpp"
 
 namespace {
@@ -21,6 +22,8 @@ TEST(Categories, TextOfEveryValueAndTheTwoFallbacks) {
         EXPECT_EQ(scmTypeToPropertyText(static_cast<SCMTypes>(value)), "");
     }
     EXPECT_EQ(SCMGenericIdentity(static_cast<SCMTypes>(42)).getTypeString(), "SCM_NUM");
+    EXPECT_EQ(scmRegistryToString(IS_PRESENT_ERROR), "IS_PRESENT_ERROR");
+    EXPECT_EQ(scmRegistryToString(static_cast<SCMRegistry>(42)), "");  // an outcome has no fallback
 }
 
 TEST(Categories, NameLookupIsExactAndUnknownNamesMeanUtilities) {
