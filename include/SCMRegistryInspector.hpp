@@ -80,11 +80,13 @@ public:
     // `diagnostics`, and `problems` holds only what was found before it. Only a category whose
     // table the structure check found damaged or lacking parts is, when it cannot be read, one
     // more problem ("scm:check:unreadable") instead. Returns the number of entries checked.
-    // `checked`, when set, is called after each entry with the number checked so far.
+    // `checked`, when set, is called after each entry with the number checked so far. A quick
+    // check leaves out the storage's search for damage (vrex::DataModelRepository::IntegrityScope).
     using CheckProgress = std::function<void(std::size_t)>;
+    enum class Depth { Full, Quick };
     std::size_t checkEntries(tvdiag::util::diagnostics& problems,
                              tvdiag::util::diagnostics& diagnostics,
-                             const CheckProgress& checked = {});
+                             const CheckProgress& checked = {}, Depth depth = Depth::Full);
 
     // How many of checkEntries' `problems` a repair fixes: each torn row ("scm:check:torn"),
     // which deleteTornEntries deletes, and each missing part of the storage
@@ -98,14 +100,6 @@ public:
     std::size_t deleteTornEntries(tvdiag::util::diagnostics& diagnostics);
 
 private:
-    using StoredObjectVisitor =
-        std::function<void(const vrex::DataModelRepository::StoredObject&)>;
-    // Calls `visit` with every object of `entryClass` and the stored texts of `properties`, read
-    // a page at a time; stops at the first error, which stays in `diagnostics`. Call it inside a
-    // read transaction or dictionary function.
-    void walkStoredTexts(const vrex::ClassRef& entryClass,
-                         const std::vector<vrex::PropertyRef>& properties,
-                         const StoredObjectVisitor& visit, tvdiag::util::diagnostics& diagnostics);
     StoredEntry readEntry(const vrex::ObjectRef& entry, tvdiag::util::diagnostics& diagnostics);
     bool requireOpen(const char* action, tvdiag::util::diagnostics& diagnostics) const;
 

@@ -49,27 +49,29 @@ SCMEntryCheck::SCMEntryCheck(const vrex::ClassRef& entryClass, tvdiag::util::dia
 void SCMEntryCheck::check(const vrex::DataModelRepository::StoredObject& stored) {
     const StoredTexts texts = textsOf(stored);
     const vrex::ObjectRef& object = stored.object;
-    if (!texts.checksum) {
-        report("scm:check:missing", describe(object, texts) + " has no Checksum");
-    } else if (auto [first, isNew] = firstWithChecksum_.emplace(*texts.checksum, object.id()); !isNew) {
-        report("scm:check:duplicateChecksum", describe(object, texts) + " has the same checksum as " +
-                                                  entryClass_.name() + " object " + std::to_string(first->second));
-    }
+    if (!texts.checksum) report("scm:check:missing", describe(object, texts.checksum) + " has no Checksum");
     if (!texts.identity || !texts.data) {
         const std::string lacks = !texts.identity && !texts.data ? "Identity and no Data"
                                   : !texts.identity              ? "Identity"
                                                                  : "Data";
-        report("scm:check:torn", describe(object, texts) + " has no " + lacks + ": a torn row");
+        report("scm:check:torn", describe(object, texts.checksum) + " has no " + lacks + ": a torn row");
         return;
     }
     checkIdentity(object, texts);
     checkData(object, texts);
 }
 
+void SCMEntryCheck::reportDuplicates(const std::vector<vrex::ObjectRef>& sameChecksum, const std::string& checksum) {
+    for (std::size_t later = 1; later < sameChecksum.size(); ++later) {
+        report("scm:check:duplicateChecksum", describe(sameChecksum[later], checksum) + " has the same checksum as " +
+                                                  entryClass_.name() + " object " +
+                                                  std::to_string(sameChecksum.front().id()));
+    }
+}
+
 SCMEntryCheck::StoredTexts SCMEntryCheck::textsOf(const vrex::DataModelRepository::StoredObject& stored) const {
-    StoredTexts texts{stored.texts[0], std::nullopt, stored.texts[1], stored.texts[2]};
-    if (hasName_) texts.name = stored.texts[3];
-    return texts;
+    static const std::optional<std::string> kUnset;
+    return {stored.texts[0], hasName_ ? stored.texts[3] : kUnset, stored.texts[1], stored.texts[2]};
 }
 
 // The object whose stored text is `text` (of `property` of `object`), decoded as the published
@@ -80,7 +82,7 @@ std::unique_ptr<T> SCMEntryCheck::decode(const vrex::ObjectRef& object, const St
     std::unique_ptr<T> stored = decodeStoredText<T>(text, className);
     if (stored == nullptr) {
         report("scm:check:undecodable",
-               describe(object, texts) + ": its " + property + " does not decode: " + quoted(text));
+               describe(object, texts.checksum) + ": its " + property + " does not decode: " + quoted(text));
     }
     return stored;
 }
@@ -90,19 +92,19 @@ void SCMEntryCheck::checkIdentity(const vrex::ObjectRef& object, const StoredTex
         decode<SCMIdentity>(object, texts, *texts.identity, kIdentityProperty, "SharedCodeManager.Identity");
     if (identity == nullptr) return;
     if (identity->getTypeString() != object.objectClass().name()) {
-        report("scm:check:wrongCategory", describe(object, texts) + " holds an identity of " +
+        report("scm:check:wrongCategory", describe(object, texts.checksum) + " holds an identity of " +
                                               identity->getTypeString());
     }
     // A clone starts uncomputed: its checksum is the one the key fields give.
     const std::unique_ptr<SCMIdentity> recomputed(identity->clone());
     const std::string& computed = recomputed->getChecksum();
     if (texts.checksum && *texts.checksum != computed) {
-        report("scm:check:checksumMismatch", describe(object, texts) +
+        report("scm:check:checksumMismatch", describe(object, texts.checksum) +
                                                  ": its identity computes the checksum " +
                                                  quoted(computed));
     } else if (identity->getChecksum() != computed) {
         report("scm:check:checksumMismatch",
-               describe(object, texts) + ": its identity carries the checksum " +
+               describe(object, texts.checksum) + ": its identity carries the checksum " +
                    quoted(identity->getChecksum()) + " but computes " + quoted(computed));
     }
 }
@@ -114,19 +116,21 @@ void SCMEntryCheck::checkData(const vrex::ObjectRef& object, const StoredTexts& 
     const std::string recordClass = data->getFullyQualifiedKobjTypeName();
     if (!fitsCategory(recordClass, object.objectClass().name())) {
         report("scm:check:wrongRecordClass",
-               describe(object, texts) + " holds a record of " + recordClass + ", which its category does not hold");
+               describe(object, texts.checksum) + " holds a record of " + recordClass + ", which its category does not hold");
     }
-    if (hasName_ && texts.name.value_or("") != data->getName()) {
-        report("scm:check:nameMismatch", describe(object, texts) + ": its Name " +
-                                             quoted(texts.name.value_or("")) +
+    static const std::string kNoName;
+    const std::string& name = texts.name ? *texts.name : kNoName;
+    if (hasName_ && name != data->getName()) {
+        report("scm:check:nameMismatch", describe(object, texts.checksum) + ": its Name " +
+                                             quoted(name) +
                                              " is not its record's name " +
                                              quoted(data->getName()));
     }
 }
 
-std::string SCMEntryCheck::describe(const vrex::ObjectRef& object, const StoredTexts& texts) const {
+std::string SCMEntryCheck::describe(const vrex::ObjectRef& object, const std::optional<std::string>& checksum) const {
     return object.objectClass().name() + " object " + std::to_string(object.id()) +
-           (texts.checksum ? " (checksum " + quoted(*texts.checksum) + ")" : "");
+           (checksum ? " (checksum " + quoted(*checksum) + ")" : "");
 }
 
 void SCMEntryCheck::report(const char* identifier, const std::string& message) {

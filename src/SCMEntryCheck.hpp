@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdint>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,17 +20,19 @@ public:
 
     // The properties whose stored texts check() takes, in that order.
     const std::vector<vrex::PropertyRef>& properties() const { return properties_; }
-    // Checks one object of the class, read with properties(); remembers its checksum to find
-    // later objects with the same one.
+    // Checks one object of the class, read with properties().
     void check(const vrex::DataModelRepository::StoredObject& stored);
+    // Reports each of `sameChecksum` (objects of the class that share `checksum`, ascending by id)
+    // but the first as having the first one's checksum.
+    void reportDuplicates(const std::vector<vrex::ObjectRef>& sameChecksum, const std::string& checksum);
 
 private:
-    // The stored texts of one object.
+    // The stored texts of one object, still owned by its StoredObject.
     struct StoredTexts {
-        std::optional<std::string> checksum;
-        std::optional<std::string> name;
-        std::optional<std::string> identity;
-        std::optional<std::string> data;
+        const std::optional<std::string>& checksum;
+        const std::optional<std::string>& name;  // unset when the class has no Name
+        const std::optional<std::string>& identity;
+        const std::optional<std::string>& data;
     };
 
     StoredTexts textsOf(const vrex::DataModelRepository::StoredObject& stored) const;
@@ -42,14 +42,13 @@ private:
     void checkIdentity(const vrex::ObjectRef& object, const StoredTexts& texts);
     void checkData(const vrex::ObjectRef& object, const StoredTexts& texts);
     // "SCM_SHARED_TYPES object 7 (checksum "...")": how messages name an entry.
-    std::string describe(const vrex::ObjectRef& object, const StoredTexts& texts) const;
+    std::string describe(const vrex::ObjectRef& object, const std::optional<std::string>& checksum) const;
     void report(const char* identifier, const std::string& message);
 
     vrex::ClassRef entryClass_;
     bool hasName_;
     std::vector<vrex::PropertyRef> properties_;  // Checksum, Identity, Data, then Name if declared
     tvdiag::util::diagnostics& problems_;
-    std::map<std::string, std::int64_t> firstWithChecksum_;
 };
 
 }  // namespace SCM

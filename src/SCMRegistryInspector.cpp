@@ -10,9 +10,6 @@ namespace SCM {
 
 namespace {
 
-// Entries read per round trip by the walks and the check.
-constexpr std::size_t kPageSize = 2000;
-
 constexpr SCMTypes kAllTypes[] = {SCM_UTILITIES, SCM_SHARED_FUNCTIONS, SCM_SHARED_TYPES, SCM_OTHER,
                                   SCM_NUM,       SCM_SHARED_DATA,      SCM_SHARED_CONSTANTS};
 
@@ -61,7 +58,7 @@ std::size_t SCMRegistryInspector::visitEntries(SCMTypes type, const EntryVisitor
     const SCMCategoryClasses::Category& category = categories_->of(type);
     repository_.performDictionaryRead(
         [&](tvdiag::util::diagnostics& reading) {
-            walkStoredTexts(category.entryClass, {category.identity, category.data},
+            walkStoredTexts(repository_, category.entryClass, {category.identity, category.data},
                             [&](const vrex::DataModelRepository::StoredObject& stored) {
                                 StoredEntry entry{
                                     decodeStoredText<SCMIdentity>(stored.texts[0],
@@ -117,19 +114,6 @@ std::vector<SCMIdentityDataPair> SCMRegistryInspector::getAllEntries(SCMTypes ty
     return entries;
 }
 
-void SCMRegistryInspector::walkStoredTexts(const vrex::ClassRef& entryClass,
-                                         const std::vector<vrex::PropertyRef>& properties,
-                                         const StoredObjectVisitor& visit, tvdiag::util::diagnostics& diagnostics) {
-    std::vector<vrex::DataModelRepository::StoredObject> page;
-    std::int64_t after = 0;
-    do {
-        repository_.readStoredTexts(entryClass, properties, after, kPageSize, page, diagnostics);
-        for (const vrex::DataModelRepository::StoredObject& stored : page) visit(stored);
-        if (!diagnostics.empty() || page.empty()) return;
-        after = page.back().object.id();
-    } while (page.size() == kPageSize);
-}
-
 namespace {
 
 // Whether a finding of the structure check is about the table of `className` ("the column of
@@ -143,16 +127,33 @@ bool namesTable(const tvdiag::util::diagnostics& findings, const std::string& cl
     return false;
 }
 
+// The storage finds the few checksums held more than once (from its index, in constant memory);
+// only their objects are looked up.
+void checkDuplicates(vrex::DataModelRepository& repository, const SCMCategoryClasses::Category& category,
+                     SCMEntryCheck& check, tvdiag::util::diagnostics& diagnostics) {
+    std::vector<std::string> repeated;
+    repository.findRepeatedValues(category.entryClass, category.checksum, repeated, diagnostics);
+    for (const std::string& checksum : repeated) {
+        vrex::MatchConstraints constraints;
+        constraints.add(category.checksum, vrex::PropertyValueMatchRelation::Equals, checksum);
+        std::vector<vrex::ObjectRef> sameChecksum;
+        repository.findObjects(category.entryClass, constraints, sameChecksum, diagnostics);
+        if (!diagnostics.empty()) return;
+        check.reportDuplicates(sameChecksum, checksum);
+    }
+}
+
 }  // namespace
 
 // A category that cannot be read is a storage error, which ends the check, unless the structure
 // check has already found its table damaged or lacking parts: then it is one more problem.
 std::size_t SCMRegistryInspector::checkEntries(tvdiag::util::diagnostics& problems,
                                              tvdiag::util::diagnostics& diagnostics,
-                                             const CheckProgress& checked) {
+                                             const CheckProgress& checked, Depth depth) {
     if (!requireOpen("check", diagnostics)) return 0;
     auto structure = tvdiag::util::diagnostics::getEmptyInstance();
-    repository_.checkIntegrity(structure);
+    repository_.checkIntegrity(structure, depth == Depth::Full ? vrex::DataModelRepository::IntegrityScope::Full
+                                                               : vrex::DataModelRepository::IntegrityScope::Schema);
     for (const tvdiag::util::diagnostic& record : structure.records()) {
         (record.identifier == "vrex:integrity:failed" ? diagnostics : problems).add(record.identifier, record.message);
     }
@@ -165,13 +166,14 @@ std::size_t SCMRegistryInspector::checkEntries(tvdiag::util::diagnostics& proble
         auto reading = tvdiag::util::diagnostics::getEmptyInstance();
         repository_.performDictionaryRead(
             [&](tvdiag::util::diagnostics& inner) {
-                walkStoredTexts(entryClass, check.properties(),
+                walkStoredTexts(repository_, entryClass, check.properties(),
                                 [&](const vrex::DataModelRepository::StoredObject& stored) {
                                     ++entries;
                                     check.check(stored);
                                     if (checked) checked(entries);
                                 },
                                 inner);
+                if (inner.empty()) checkDuplicates(repository_, categories_->of(type), check, inner);
             },
             reading);
         if (reading.empty()) continue;
@@ -200,7 +202,7 @@ std::size_t SCMRegistryInspector::deleteTornEntries(tvdiag::util::diagnostics& d
             for (SCMTypes type : kAllTypes) {
                 const SCMCategoryClasses::Category& category = categories_->of(type);
                 if (category.entryClass.isNull()) continue;
-                walkStoredTexts(category.entryClass, {category.identity, category.data},
+                walkStoredTexts(repository_, category.entryClass, {category.identity, category.data},
                                 [&](const vrex::DataModelRepository::StoredObject& stored) {
                                     if (stored.texts[0] && stored.texts[1]) return;
                                     repository_.deleteObject(stored.object, inner);

@@ -1,7 +1,6 @@
 #include "SCMVrexDataAdapter.hpp"
 
 #include <filesystem>
-#include <functional>
 
 #include "SCMCategoryClasses.hpp"
 #include "RegistryDictionary.hpp"
@@ -186,24 +185,24 @@ std::vector<vrex::ObjectRef> SCMVrexDataAdapter::getAllChildren(SCMTypes type) {
 
 namespace {
 
-// Appends the objects stored in `property` of each dictionary object that `listObjects` gives,
-// in order, all read in one read transaction: a read error ends the walk (keeping what was
-// appended), a value that is not an object of the class is skipped.
+// Appends the objects stored in `property` of every dictionary object of `entryClass`, in id
+// order, all read in one read transaction a page at a time: a read error ends the walk (keeping
+// what was appended), a value that is not an object of the class is skipped.
 template <typename T>
-void appendStoredObjects(vrex::DataModelRepository& repository,
-                         const std::function<std::vector<vrex::ObjectRef>()>& listObjects,
+void appendStoredObjects(vrex::DataModelRepository& repository, const vrex::ClassRef& entryClass,
                          const vrex::PropertyRef& property, const char* className,
                          std::vector<T*>& out) {
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     repository.performDictionaryRead(
         [&](tvdiag::util::diagnostics& reading) {
-            for (const vrex::ObjectRef& object : listObjects()) {
-                const qaArray value = repository.getPropertyValue(object, property, reading);
-                if (!reading.empty()) return;
-                if (std::unique_ptr<T> stored = takeStoredObject<T>(value, className)) {
-                    out.push_back(stored.release());
-                }
-            }
+            walkStoredTexts(repository, entryClass, {property},
+                            [&](const vrex::StoredObject& stored) {
+                                std::unique_ptr<T> object = decodeStoredText<T>(stored.texts[0], className);
+                                if (object == nullptr) return;
+                                out.reserve(out.size() + 1);  // nothing throws once it is released
+                                out.push_back(object.release());
+                            },
+                            reading);
         },
         diagnostics);
 }
@@ -211,13 +210,17 @@ void appendStoredObjects(vrex::DataModelRepository& repository,
 }  // namespace
 
 void SCMVrexDataAdapter::getAllIdentityValues(SCMTypes type, std::vector<SCMIdentity*>& out) {
-    appendStoredObjects(repository_, [&] { return getAllChildren(type); },
-                        categories_->of(type).identity, "SharedCodeManager.Identity", out);
+    if (!doesExist()) return;
+    const SCMCategoryClasses::Category& category = categories_->of(type);
+    appendStoredObjects(repository_, category.entryClass, category.identity,
+                        "SharedCodeManager.Identity", out);
 }
 
 void SCMVrexDataAdapter::getAllDataValues(SCMTypes type, std::vector<SCMData*>& out) {
-    appendStoredObjects(repository_, [&] { return getAllChildren(type); },
-                        categories_->of(type).data, "SharedCodeManager.Data", out);
+    if (!doesExist()) return;
+    const SCMCategoryClasses::Category& category = categories_->of(type);
+    appendStoredObjects(repository_, category.entryClass, category.data, "SharedCodeManager.Data",
+                        out);
 }
 
 bool SCMVrexDataAdapter::beginTransaction() {

@@ -2,6 +2,26 @@
 
 namespace SCM {
 
+namespace {
+
+// Objects read per round trip by a walk.
+constexpr std::size_t kPageSize = 2000;
+
+}  // namespace
+
+void walkStoredTexts(vrex::DataModelRepository& repository, const vrex::ClassRef& entryClass,
+                     const std::vector<vrex::PropertyRef>& properties,
+                     const StoredObjectVisitor& visit, tvdiag::util::diagnostics& diagnostics) {
+    std::vector<vrex::StoredObject> page;
+    std::int64_t after = 0;
+    do {
+        repository.readStoredTexts(entryClass, properties, after, kPageSize, page, diagnostics);
+        for (const vrex::StoredObject& stored : page) visit(stored);
+        if (!diagnostics.empty() || page.empty()) return;
+        after = page.back().object.id();
+    } while (page.size() == kPageSize);
+}
+
 vrex::ObjectRef createStoredEntry(vrex::DataModelRepository& repository,
                                   const SCMCategoryClasses::Category& category,
                                   SCMIdentity& identity, SCMData& data,

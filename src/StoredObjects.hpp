@@ -1,9 +1,11 @@
 #pragma once
 
 #include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "SCMCategoryClasses.hpp"
 #include "SCMData.hpp"
@@ -51,6 +53,15 @@ inline std::unique_ptr<SCMIdentity> takeStoredIdentity(const qaArray& value) {
 inline std::unique_ptr<SCMData> takeStoredData(const qaArray& value) {
     return takeStoredObject<SCMData>(value, "SharedCodeManager.Data");
 }
+
+// Calls `visit` with every object of `entryClass` and the stored texts of `properties`, in id
+// order, read a few thousand at a time (one round trip each on a server); stops at the first
+// error, which stays in `diagnostics`. Call it inside a read transaction or dictionary function,
+// so that every page sees the same state.
+using StoredObjectVisitor = std::function<void(const vrex::StoredObject&)>;
+void walkStoredTexts(vrex::DataModelRepository& repository, const vrex::ClassRef& entryClass,
+                     const std::vector<vrex::PropertyRef>& properties,
+                     const StoredObjectVisitor& visit, tvdiag::util::diagnostics& diagnostics);
 
 // Creates the dictionary object of a new entry of `category` and sets, in this order,
 // "Checksum", "Name" (when the class declares it), "Identity" and "Data". Stops at the first

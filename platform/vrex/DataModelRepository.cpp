@@ -217,14 +217,22 @@ void DataModelRepository::readStoredTexts(const ClassRef& cls, const std::vector
     session_->objects().readStoredTexts(cls, properties, afterId, limit, result, diagnostics);
 }
 
+void DataModelRepository::findRepeatedValues(const ClassRef& cls, const PropertyRef& property,
+                                             std::vector<std::string>& values,
+                                             tvdiag::util::diagnostics& diagnostics) {
+    values.clear();
+    if (!session_) return reportClosed(diagnostics, "search the objects");
+    session_->objects().findRepeatedValues(cls, property, values, diagnostics);
+}
+
 void DataModelRepository::deleteObject(const ObjectRef& object, tvdiag::util::diagnostics& diagnostics) {
     if (!session_) return reportClosed(diagnostics, "delete an object");
     session_->objects().deleteObject(object, diagnostics);
 }
 
-void DataModelRepository::checkIntegrity(tvdiag::util::diagnostics& diagnostics) {
+void DataModelRepository::checkIntegrity(tvdiag::util::diagnostics& diagnostics, IntegrityScope scope) {
     if (!session_) return reportClosed(diagnostics, "check the file");
-    session_->checkIntegrity(diagnostics);
+    session_->checkIntegrity(diagnostics, scope == IntegrityScope::Full);
 }
 
 void DataModelRepository::close() {

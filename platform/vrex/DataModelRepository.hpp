@@ -119,6 +119,12 @@ public:
     void findObjects(const ClassRef& cls, const MatchConstraints& constraints,
                      std::vector<ObjectRef>& result, tvdiag::util::diagnostics& diagnostics);
 
+    // Replaces `values` with the texts of the text property `property` of `cls` that more than one
+    // object holds, each once, in byte order: one statement, answered from the property's index
+    // when it has one. On error `values` is empty.
+    void findRepeatedValues(const ClassRef& cls, const PropertyRef& property, std::vector<std::string>& values,
+                            tvdiag::util::diagnostics& diagnostics);
+
     // Writes one property of `object`. Text properties take a character value
     // (qaArray::fromText); object properties a 1 x 1 object value, stored as the codec's text;
     // both take [] to unset. The value stays the caller's.
@@ -154,8 +160,10 @@ public:
     //  - "vrex:integrity:foreign": a table, index, trigger or view that the registry's schema
     //    does not have (made by another program).
     // A check that cannot run adds one "vrex:integrity:failed" with the engine's error. Nothing
-    // added: the registry is sound.
-    void checkIntegrity(tvdiag::util::diagnostics& diagnostics);
+    // added: the registry is sound. IntegrityScope::Schema leaves out the search for damage,
+    // which reads every page of an SQLite file and is the part that takes long on a large one.
+    enum class IntegrityScope { Full, Schema };
+    void checkIntegrity(tvdiag::util::diagnostics& diagnostics, IntegrityScope scope = IntegrityScope::Full);
 
     // Closes the file; an open transaction is rolled back. Does nothing when closed.
     void close();

@@ -35,13 +35,16 @@ int runCheck(const CheckOptions& options) {
         auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
         ProgressBar progress(0, progressWanted(false));
         entries = registry.inspector().checkEntries(
-            problems, diagnostics, [&progress](std::size_t checked) { progress.update(checked, 0); });
+            problems, diagnostics, [&progress](std::size_t checked) { progress.update(checked, 0); },
+            options.quick ? SCM::SCMRegistryInspector::Depth::Quick : SCM::SCMRegistryInspector::Depth::Full);
         progress.finish();
         if (!diagnostics.empty()) throwUnreadable(diagnostics);
     }
     if (problems.empty()) {
-        std::cout << "OK: " << path << ": " << entries
-                  << " entries; the storage is sound, every entry decodes and matches its checksum\n";
+        std::cout << "OK: " << path << ": " << entries << " entries; "
+                  << (options.quick ? "the storage's schema is sound (its pages were not searched for damage)"
+                                    : "the storage is sound")
+                  << ", every entry decodes and matches its checksum\n";
         return kExitOk;
     }
     for (const tvdiag::util::diagnostic& problem : problems.records()) {
@@ -60,7 +63,7 @@ int runCheck(const CheckOptions& options) {
         missingParts += problem.identifier == "vrex:integrity:missing" ? 1 : 0;
     }
     repair(options.registry, missingParts);
-    return runCheck({options.registry, false});  // what is left
+    return runCheck({options.registry, false, options.quick});  // what is left
 }
 
 }  // namespace scm_tool

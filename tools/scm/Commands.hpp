@@ -52,6 +52,7 @@ int runStats(const StatsOptions& options);
 struct CheckOptions {
     std::string registry;
     bool repair = false;  // fix what can be fixed after the read-only check
+    bool quick = false;   // without the storage's search for damage
 };
 // Checks the registry read-only. With repair, then opens it for writing, which makes its missing
 // parts again, deletes its torn rows and checks it again, exiting as that check does.

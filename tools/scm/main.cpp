@@ -119,6 +119,8 @@ int main(int argc, char** argv) {
         checkOptions.registry);
     checkCommand->add_flag("--repair", checkOptions.repair,
                            "then make missing parts of the storage again and delete torn entries");
+    checkCommand->add_flag("--quick", checkOptions.quick,
+                           "leave out the search of every page of the file for damage");
     try {
         requireKnownCommand(app, argc, argv);
         int exitCode = kExitError;

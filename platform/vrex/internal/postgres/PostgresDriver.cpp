@@ -227,6 +227,16 @@ bool PostgresDriver::readRows(const ClassInfo& cls, const std::vector<const Prop
     return true;
 }
 
+bool PostgresDriver::findRepeatedTexts(const PropertyInfo& property, std::vector<std::string>& values) {
+    const std::string column = PostgresNames::quotedColumn(property);
+    PgResult repeated = connection_.query("SELECT " + column + " FROM " + names_.qualifiedTable(*property.owner) +
+                                          " WHERE " + column + " IS NOT NULL GROUP BY " + column +
+                                          " HAVING count(*) > 1 ORDER BY " + column);
+    if (!repeated.ok()) return false;
+    for (int row = 0; row < repeated.rows(); ++row) values.push_back(repeated.bytes(row, 0));
+    return true;
+}
+
 Driver::RowResult PostgresDriver::deleteObject(const ClassInfo& cls, std::int64_t id) {
     PgResult deleted =
         connection_.query("DELETE FROM " + names_.qualifiedTable(cls) + " WHERE \"_id\" = $1", PgParams().int64(id));

@@ -64,6 +64,7 @@ public:
     bool readRows(const ClassInfo& cls, const std::vector<const PropertyInfo*>& properties,
                   std::int64_t afterId, std::size_t limit, std::vector<StoredRow>& rows) override;
     RowResult deleteObject(const ClassInfo& cls, std::int64_t id) override;
+    bool findRepeatedTexts(const PropertyInfo& property, std::vector<std::string>& values) override;
     bool checkIntegrity(std::vector<std::string>& findings) override;
     bool findMissingParts(std::vector<std::string>& findings) override;
     bool findForeignParts(std::vector<std::string>& findings) override;

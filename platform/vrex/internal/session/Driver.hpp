@@ -72,6 +72,9 @@ public:
     virtual bool readRows(const ClassInfo& cls, const std::vector<const PropertyInfo*>& properties,
                           std::int64_t afterId, std::size_t limit, std::vector<StoredRow>& rows) = 0;
     virtual RowResult deleteObject(const ClassInfo& cls, std::int64_t id) = 0;
+    // Appends to `values` each text of the text property `property` that more than one object
+    // holds, once, in byte order.
+    virtual bool findRepeatedTexts(const PropertyInfo& property, std::vector<std::string>& values) = 0;
     // Checks the storage's structure; each problem found is one line in `findings`.
     virtual bool checkIntegrity(std::vector<std::string>& findings) = 0;
     // Finds the parts of the metamodel the storage lacks, which opening it for writing makes

@@ -116,6 +116,21 @@ void RepositoryObjects::findObjects(const ClassRef& cls, const MatchConstraints&
     for (std::int64_t id : ids) result.push_back(RefAccess::object(cls, id));
 }
 
+// The property is checked as a search constraint on it would be.
+void RepositoryObjects::findRepeatedValues(const ClassRef& cls, const PropertyRef& property,
+                                           std::vector<std::string>& values,
+                                           tvdiag::util::diagnostics& diagnostics) {
+    values.clear();
+    const ClassInfo* info = classOf(cls, "find objects", diagnostics);
+    MatchConstraints onProperty;
+    onProperty.add(property, PropertyValueMatchRelation::Equals, "");
+    if (info == nullptr || !writePendingObject(diagnostics) || !checkConstraints(*info, onProperty, diagnostics)) {
+        return;
+    }
+    driver_.check(driver_.findRepeatedTexts(*RefAccess::info(property), values), "vrex:find:failed",
+                  "cannot search the objects of " + info->name, diagnostics);
+}
+
 bool RepositoryObjects::checkConstraints(const ClassInfo& cls, const MatchConstraints& constraints,
                                          tvdiag::util::diagnostics& diagnostics) const {
     for (const auto& constraint : constraints.constraints()) {

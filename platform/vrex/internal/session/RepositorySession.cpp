@@ -18,11 +18,11 @@ void RepositorySession::close() {
     driver_->close();
 }
 
-void RepositorySession::checkIntegrity(tvdiag::util::diagnostics& diagnostics) {
+void RepositorySession::checkIntegrity(tvdiag::util::diagnostics& diagnostics, bool forDamage) {
     std::vector<std::string> damaged;
     std::vector<std::string> missing;
     std::vector<std::string> foreign;
-    if (!driver_->check(driver_->checkIntegrity(damaged) && driver_->findMissingParts(missing) &&
+    if (!driver_->check((!forDamage || driver_->checkIntegrity(damaged)) && driver_->findMissingParts(missing) &&
                             driver_->findForeignParts(foreign),
                         "vrex:integrity:failed", "cannot check the registry", diagnostics)) {
         return;

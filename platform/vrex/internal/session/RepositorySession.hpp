@@ -35,7 +35,8 @@ public:
     RepositoryObjects& objects() { return objects_; }
 
     // DataModelRepository::checkIntegrity on an open registry.
-    void checkIntegrity(tvdiag::util::diagnostics& diagnostics);
+    // `forDamage`: also the engine's search for damage.
+    void checkIntegrity(tvdiag::util::diagnostics& diagnostics, bool forDamage);
 
 private:
     std::shared_ptr<const Metamodel> metamodel_;  // before the driver: it may refer to it

@@ -264,6 +264,18 @@ bool SqliteDriver::readRows(const ClassInfo& cls, const std::vector<const Proper
     return rc == SQLITE_DONE;
 }
 
+bool SqliteDriver::findRepeatedTexts(const PropertyInfo& property, std::vector<std::string>& values) {
+    const std::string column = columnName(property);
+    Statement* repeated = statements_->bySql("SELECT " + column + " FROM " + tableName(*property.owner) + " WHERE " +
+                                             column + " IS NOT NULL GROUP BY " + column + " HAVING count(*) > 1 ORDER BY " +
+                                             column);
+    if (repeated == nullptr) return false;
+    Statement::Use use(*repeated);
+    int rc;
+    while ((rc = repeated->step()) == SQLITE_ROW) values.push_back(repeated->columnText(0));
+    return rc == SQLITE_DONE;
+}
+
 Driver::RowResult SqliteDriver::deleteObject(const ClassInfo& cls, std::int64_t id) {
     Statement* remove = statements_->bySql("DELETE FROM " + tableName(cls) + " WHERE \"_id\" = ?1");
     if (remove == nullptr) return RowResult::Failed;
