@@ -29,33 +29,19 @@ const Line kStoreLines[] = {
     {"cached road, new entries (vs 51 per txn)", "library/cached_new", "sqlite/cached_new", 0.6},
     {"cached road, merges (vs 51 per txn)", "library/cached_merge", "sqlite/cached_merge", 0.6},
     {"scm register (vs 1 txn)", "library/scm_register", "sqlite/scm_register", 0.5},
-    {"retrieveData (vs select by checksum)", "library/retrieveData", "sqlite/retrieveData", 0.5},
+    {"retrieveData (vs select by checksum)", "library/retrieveData", "sqlite/retrieveData", 0.7},
     {"retrieveDataForName (vs select by name)", "library/retrieveDataForName",
-     "sqlite/retrieveDataForName", 0.5},
+     "sqlite/retrieveDataForName", 0.7},
     {"retrieveAllData (vs select all rows)", "library/retrieveAllData", "sqlite/retrieveAllData",
      0.0},
+    {"retrieveAllData (vs select and scan)", "library/retrieveAllData",
+     "sqlite/retrieveAllData_scan", 0.5},
 };
 
 constexpr double kSlowdownTarget = 0.9;
 
 std::string sized(const char* name, std::uint64_t size) {
     return std::string(name) + "/" + std::to_string(size);
-}
-
-double median(std::vector<double> values) {
-    if (values.empty()) return 0;
-    std::sort(values.begin(), values.end());
-    const std::size_t middle = values.size() / 2;
-    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
-}
-
-// The median of numerator[k] / denominator[k] over the runs both have; 0 without any.
-double pairedRatio(const std::vector<double>& numerator, const std::vector<double>& denominator) {
-    std::vector<double> ratios;
-    for (std::size_t k = 0; k < numerator.size() && k < denominator.size(); ++k) {
-        if (numerator[k] > 0 && denominator[k] > 0) ratios.push_back(numerator[k] / denominator[k]);
-    }
-    return median(ratios);
 }
 
 // The runs' rates at the large store divided by those at the small one, run by run.
@@ -98,6 +84,21 @@ void printHeader(const char* first, const char* stored, const char* rates) {
 
 }  // namespace
 
+double median(std::vector<double> values) {
+    if (values.empty()) return 0;
+    std::sort(values.begin(), values.end());
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+double pairedRatio(const std::vector<double>& numerator, const std::vector<double>& denominator) {
+    std::vector<double> ratios;
+    for (std::size_t k = 0; k < numerator.size() && k < denominator.size(); ++k) {
+        if (numerator[k] > 0 && denominator[k] > 0) ratios.push_back(numerator[k] / denominator[k]);
+    }
+    return median(ratios);
+}
+
 void RateCollector::ReportRuns(const std::vector<Run>& runs) {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
@@ -111,8 +112,16 @@ void RateCollector::ReportRuns(const std::vector<Run>& runs) {
         std::string name = run.run_name.function_name;
         if (!run.run_name.args.empty()) name += "/" + run.run_name.args;
         rates_[name].push_back(counter->second.value);
+        for (const auto& [counterName, value] : run.counters) counters_[name][counterName].push_back(value.value);
         std::fprintf(stderr, "  %-45s %12.0f /s\n", name.c_str(), counter->second.value);
     }
+}
+
+std::vector<double> RateCollector::counters(const std::string& name, const std::string& counter) const {
+    const auto found = counters_.find(name);
+    if (found == counters_.end()) return {};
+    const auto values = found->second.find(counter);
+    return values == found->second.end() ? std::vector<double>() : values->second;
 }
 
 double RateCollector::medianRate(const std::string& name) const { return median(rates(name)); }

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "JsonScan.hpp"
+
 namespace bench {
 
 namespace {
@@ -41,7 +43,7 @@ RawSqliteStore::~RawSqliteStore() {
     for (Statements& statements : tables_) {
         for (sqlite3_stmt* statement :
              {statements.findId, statements.insert, statements.findData, statements.updateData,
-              statements.dataByChecksum, statements.dataByName, statements.allData}) {
+              statements.dataByChecksum, statements.dataByName, statements.allData, statements.allEntries}) {
             sqlite3_finalize(statement);
         }
     }
@@ -61,6 +63,7 @@ void RawSqliteStore::prepareTable(const std::string& table, Statements& statemen
         prepare("SELECT Data FROM " + table + " WHERE Checksum = ?1 ORDER BY _id");
     statements.dataByName = prepare("SELECT Data FROM " + table + " WHERE Name = ?1 ORDER BY _id");
     statements.allData = prepare("SELECT Data FROM " + table + " ORDER BY _id");
+    statements.allEntries = prepare("SELECT Identity, Data FROM " + table + " ORDER BY _id");
 }
 
 void RawSqliteStore::begin() {
@@ -130,6 +133,36 @@ std::size_t RawSqliteStore::readAllData(Table table) {
         if (!readText(statement, 0).empty()) ++rows;
     }
     sqlite3_reset(statement);
+    return rows;
+}
+
+namespace {
+
+// Whether column `column` of the statement's row is a JSON text that scans, read in place.
+bool scansAsJson(sqlite3_stmt* statement, int column) {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
+    return text != nullptr && scanJson(text, static_cast<std::size_t>(sqlite3_column_bytes(statement, column)));
+}
+
+}  // namespace
+
+std::size_t RawSqliteStore::scanAllData(Table table) {
+    sqlite3_stmt* statement = tables_[table].allData;
+    std::size_t rows = 0;
+    while (sqlite3_step(statement) == SQLITE_ROW) rows += scansAsJson(statement, 0) ? 1 : 0;
+    sqlite3_reset(statement);
+    return rows;
+}
+
+std::size_t RawSqliteStore::scanAllEntries() {
+    std::size_t rows = 0;
+    for (Statements& statements : tables_) {
+        sqlite3_stmt* statement = statements.allEntries;
+        while (sqlite3_step(statement) == SQLITE_ROW) {
+            rows += scansAsJson(statement, 0) && scansAsJson(statement, 1) ? 1 : 0;
+        }
+        sqlite3_reset(statement);
+    }
     return rows;
 }
 

@@ -38,6 +38,12 @@ public:
     std::string dataByName(Table table, const std::string& name);
     // Reads every row's data in _id order; returns the number of rows.
     std::size_t readAllData(Table table);
+    // Reads every row's data in _id order and scans it as JSON (scanJson); returns the number of
+    // rows that scan.
+    std::size_t scanAllData(Table table);
+    // Reads every row of both tables in _id order and scans its identity and data; returns the
+    // number of rows whose two texts scan.
+    std::size_t scanAllEntries();
 
 private:
     struct Statements {
@@ -48,6 +54,7 @@ private:
         sqlite3_stmt* dataByChecksum = nullptr;
         sqlite3_stmt* dataByName = nullptr;
         sqlite3_stmt* allData = nullptr;
+        sqlite3_stmt* allEntries = nullptr;
     };
 
     void exec(const std::string& sql);

@@ -250,14 +250,17 @@ void rawSelect(benchmark::State& state, StoreTemplates& templates, std::uint64_t
     });
 }
 
+// Reads the shared functions' data until `count` rows were read: copying each text, or scanning
+// it as JSON in place (`scan`).
 void rawSelectAll(benchmark::State& state, StoreTemplates& templates, std::uint64_t stored,
-                  std::uint64_t count) {
+                  std::uint64_t count, bool scan) {
     RawSqliteStore store(templates.rawStore(stored));
     std::uint64_t listed = 0;
     timeOnce(state, count, [&] {
         listed = 0;
         while (listed < count) {
-            const std::size_t rows = store.readAllData(RawSqliteStore::Functions);
+            const std::size_t rows = scan ? store.scanAllData(RawSqliteStore::Functions)
+                                          : store.readAllData(RawSqliteStore::Functions);
             if (rows == 0) return false;
             listed += rows;
         }
@@ -266,21 +269,12 @@ void rawSelectAll(benchmark::State& state, StoreTemplates& templates, std::uint6
     state.SetItemsProcessed(static_cast<std::int64_t>(listed));
 }
 
-void add(const std::string& name, std::uint64_t stored, std::function<void(benchmark::State&)> run) {
-    benchmark::RegisterBenchmark((name + "/" + std::to_string(stored)).c_str(),
-                                 [run](benchmark::State& state) { run(state); })
-        ->UseManualTime()
-        ->Iterations(1)
-        ->Repetitions(1)
-        ->Unit(benchmark::kMillisecond);
-}
-
 void registerRound(StoreTemplates& templates, std::uint64_t stored, const Scale& s) {
     StoreTemplates* t = &templates;
     auto pair = [&](const std::string& line, std::function<void(benchmark::State&)> library,
                     std::function<void(benchmark::State&)> baseline) {
-        add("library/" + line, stored, std::move(library));
-        add("sqlite/" + line, stored, std::move(baseline));
+        addMeasurement("library/" + line, stored, std::move(library));
+        addMeasurement("sqlite/" + line, stored, std::move(baseline));
     };
     pair("direct_new",
          [=](benchmark::State& st) { libraryRoad(st, *t, stored, s.directEntries, false, false); },
@@ -305,10 +299,21 @@ void registerRound(StoreTemplates& templates, std::uint64_t stored, const Scale&
          [=](benchmark::State& st) { rawSelect(st, *t, stored, s.lookups, true); });
     pair("retrieveAllData",
          [=](benchmark::State& st) { libraryRetrieveAllData(st, *t, stored, s.listedRecords); },
-         [=](benchmark::State& st) { rawSelectAll(st, *t, stored, s.listedRecords); });
+         [=](benchmark::State& st) { rawSelectAll(st, *t, stored, s.listedRecords, false); });
+    addMeasurement("sqlite/retrieveAllData_scan", stored,
+        [=](benchmark::State& st) { rawSelectAll(st, *t, stored, s.listedRecords, true); });
 }
 
 }  // namespace
+
+void addMeasurement(const std::string& name, std::uint64_t stored, std::function<void(benchmark::State&)> run) {
+    benchmark::RegisterBenchmark((name + "/" + std::to_string(stored)).c_str(),
+                                 [run](benchmark::State& state) { run(state); })
+        ->UseManualTime()
+        ->Iterations(1)
+        ->Repetitions(1)
+        ->Unit(benchmark::kMillisecond);
+}
 
 void registerRegistryBenchmarks(StoreTemplates& templates, const std::vector<std::uint64_t>& sizes,
                                 const Scale& scale, int rounds) {

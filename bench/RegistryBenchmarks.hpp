@@ -1,6 +1,10 @@
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <cstdint>
+#include <functional>
+#include <string>
 #include <vector>
 
 #include "StoreTemplates.hpp"
@@ -16,6 +20,10 @@ struct Scale {
     std::uint64_t lookups = 20000;        // retrieveData, retrieveDataForName
     std::uint64_t listedRecords = 20000;  // retrieveAllData: category listings until this many
 };
+
+// Registers `run` as the benchmark "<name>/<stored>": one timed iteration (manual time) per
+// repetition; repetitions come from registering it once per round.
+void addMeasurement(const std::string& name, std::uint64_t stored, std::function<void(benchmark::State&)> run);
 
 // Registers each library benchmark and its raw-SQLite baseline for stores of each size, named
 // "library/<line>/<entries>" and "sqlite/<line>/<entries>", in `rounds` rounds: in every round

@@ -5,6 +5,8 @@
 //   scm_bench --peak-memory=ENTRIES [--work-dir=DIR] [--smoke]   (--smoke: a peak above the
 //                                                               target does not fail the run)
 //   scm_bench --smoke [--work-dir=DIR]      every benchmark once, on tiny stores
+//   scm_bench --reading-child=WHAT REGISTRY  a reading measurement's child process (see
+//                                            ReadingBenchmarks.hpp)
 //
 // Prepared stores are kept in the work directory (default ./bench-data) for later runs.
 #include <benchmark/benchmark.h>
@@ -16,6 +18,7 @@
 #include <vector>
 
 #include "RatioTable.hpp"
+#include "ReadingBenchmarks.hpp"
 #include "RegistryBenchmarks.hpp"
 #include "RssRun.hpp"
 #include "SCMModuleEntry.hpp"
@@ -31,6 +34,8 @@ struct Options {
     std::string workDirectory = "bench-data";
     std::uint64_t peakMemoryEntries = 0;
     bool smoke = false;
+    std::string readingChild;  // with the registry it reads
+    std::string readingRegistry;
     std::vector<char*> benchmarkArguments;  // passed on to Google Benchmark
 };
 
@@ -62,6 +67,9 @@ Options parseOptions(int argc, char** argv) {
             options.workDirectory = value;
         } else if (takeValue(argument, "--peak-memory", value)) {
             options.peakMemoryEntries = std::stoull(value);
+        } else if (takeValue(argument, "--reading-child", value) && i + 1 < argc) {
+            options.readingChild = value;
+            options.readingRegistry = argv[++i];
         } else if (argument == "--smoke") {
             options.smoke = true;
         } else {
@@ -86,6 +94,7 @@ bench::Scale smokeScale() {
 int main(int argc, char** argv) {
     Options options = parseOptions(argc, argv);
     HxInitialize_shared_code_manager();
+    if (!options.readingChild.empty()) return bench::runReadingChild(options.readingChild, options.readingRegistry);
     if (options.peakMemoryEntries > 0) {
         const int result = bench::runPeakMemory(options.workDirectory, options.peakMemoryEntries,
                                                 kPeakMemoryLimitMiB);
@@ -115,6 +124,7 @@ int main(int argc, char** argv) {
         templates.rawStore(size);
     }
     bench::registerRegistryBenchmarks(templates, options.sizes, scale, options.repetitions);
+    bench::registerReadingBenchmarks(templates, options.sizes, SCM_TOOL_PATH, options.repetitions);
 
     int benchmarkArgc = static_cast<int>(options.benchmarkArguments.size());
     benchmark::Initialize(&benchmarkArgc, options.benchmarkArguments.data());
@@ -125,7 +135,7 @@ int main(int argc, char** argv) {
     benchmark::RunSpecifiedBenchmarks(&rates);
     benchmark::Shutdown();
 
-    const int missed = bench::printRatioTable(rates, options.sizes);
+    const int missed = bench::printRatioTable(rates, options.sizes) + bench::printReadingTable(rates, options.sizes);
     std::printf("\ntargets missed: %d; failed runs: %d\n", missed, rates.failures());
     return rates.failures() > 0 ? 1 : 0;
 }

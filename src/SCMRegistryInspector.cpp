@@ -107,8 +107,8 @@ std::vector<SCMIdentityDataPair> SCMRegistryInspector::getAllEntries(SCMTypes ty
         type,
         [&entries](StoredEntry& entry) {
             if (entry.identity == nullptr || entry.data == nullptr) return;
-            entries.reserve(entries.size() + 1);  // nothing throws once the objects are released
-            entries.emplace_back(entry.identity.release(), entry.data.release());
+            entries.emplace_back(nullptr, nullptr);  // nothing throws once the objects are released
+            entries.back() = {entry.identity.release(), entry.data.release()};
         },
         diagnostics);
     return entries;

@@ -199,8 +199,8 @@ void appendStoredObjects(vrex::DataModelRepository& repository, const vrex::Clas
                             [&](const vrex::StoredObject& stored) {
                                 std::unique_ptr<T> object = decodeStoredText<T>(stored.texts[0], className);
                                 if (object == nullptr) return;
-                                out.reserve(out.size() + 1);  // nothing throws once it is released
-                                out.push_back(object.release());
+                                out.push_back(nullptr);  // nothing throws once it is released
+                                out.back() = object.release();
                             },
                             reading);
         },

@@ -154,6 +154,8 @@ TEST_F(ScmExamples, CheckFindsEachKindOfDamage) {
             "ON \"SCM_UTILITIES\" (\"Data\")' WHERE name = 'index:SCM_UTILITIES.Name'");
     const ToolRun damaged = scm({"check", kRegistry});
     EXPECT_TRUE(damaged.exitCode == 1 && contains(damaged.out, "is damaged: ")) << damaged.out;
+    const ToolRun quick = scm({"check", kRegistry, "--quick"});  // does not search the pages
+    EXPECT_TRUE(quick.exitCode == 1 && !contains(quick.out, "is damaged: ") && contains(quick.out, summary)) << quick.out;
 }
 
 }  // namespace
