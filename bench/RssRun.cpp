@@ -50,6 +50,7 @@ int runPeakMemory(const std::string& workDirectory, std::uint64_t entries, doubl
     }
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    std::printf("registry file: %.1f MiB\n", static_cast<double>(std::filesystem::file_size(file)) / (1024.0 * 1024.0));
     removeWithJournal(file);
     const double peak = peakResidentMiB();
     const bool holds = peak <= limitMiB;

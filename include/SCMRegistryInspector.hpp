@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -60,6 +61,11 @@ public:
     // The same for the entries of the category whose "Checksum" or "Name" is `value`.
     std::size_t visitEntries(SCMTypes type, EntryKey key, const std::string& value,
                              const EntryVisitor& visit, tvdiag::util::diagnostics& diagnostics);
+
+    // About how many entries the registry holds, for progress displays: the sum of the categories'
+    // largest object ids, read in one look-up each (more than the entries after deletions). 0 when
+    // it cannot be read.
+    std::uint64_t estimateEntries();
 
     // Every stored entry of the category that decodes, in creation order: fresh objects that the
     // caller owns. Stops at a dictionary error, keeping what was read (visitEntries reports it).

@@ -100,6 +100,20 @@ std::size_t SCMRegistryInspector::visitEntries(SCMTypes type, EntryKey key, cons
     return visited;
 }
 
+std::uint64_t SCMRegistryInspector::estimateEntries() {
+    if (!isOpen()) return 0;
+    std::uint64_t estimate = 0;
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    for (SCMTypes type : kAllTypes) {
+        const vrex::ClassRef& entryClass = categories_->of(type).entryClass;
+        if (entryClass.isNull()) continue;
+        const std::int64_t largest = repository_.largestObjectId(entryClass, diagnostics);
+        if (!diagnostics.empty()) return 0;
+        estimate += static_cast<std::uint64_t>(largest);
+    }
+    return estimate;
+}
+
 std::vector<SCMIdentityDataPair> SCMRegistryInspector::getAllEntries(SCMTypes type) {
     std::vector<SCMIdentityDataPair> entries;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();

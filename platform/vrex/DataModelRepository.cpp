@@ -217,6 +217,14 @@ void DataModelRepository::readStoredTexts(const ClassRef& cls, const std::vector
     session_->objects().readStoredTexts(cls, properties, afterId, limit, result, diagnostics);
 }
 
+std::int64_t DataModelRepository::largestObjectId(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) {
+        reportClosed(diagnostics, "read the objects");
+        return -1;
+    }
+    return session_->objects().largestObjectId(cls, diagnostics);
+}
+
 void DataModelRepository::findRepeatedValues(const ClassRef& cls, const PropertyRef& property,
                                              std::vector<std::string>& values,
                                              tvdiag::util::diagnostics& diagnostics) {

@@ -119,6 +119,10 @@ public:
     void findObjects(const ClassRef& cls, const MatchConstraints& constraints,
                      std::vector<ObjectRef>& result, tvdiag::util::diagnostics& diagnostics);
 
+    // The largest id of the objects of `cls` (0 for none): one look-up at the end of the id index,
+    // an upper bound of how many objects the class holds for progress displays. -1 on error.
+    std::int64_t largestObjectId(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
+
     // Replaces `values` with the texts of the text property `property` of `cls` that more than one
     // object holds, each once, in byte order: one statement, answered from the property's index
     // when it has one. On error `values` is empty.

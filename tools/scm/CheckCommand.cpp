@@ -1,4 +1,6 @@
+#include <cstdint>
 #include <iostream>
+#include <optional>
 
 #include "Commands.hpp"
 #include "ProgressBar.hpp"
@@ -7,6 +9,24 @@
 namespace scm_tool {
 
 namespace {
+
+// On a terminal, says what the check does before it reads the entries: SQLite's search of every
+// page, which gives no progress of its own and takes minutes on a file of millions of entries.
+// The line goes when the entries' progress replaces it, or when this ends.
+class StorageCheckNotice {
+public:
+    explicit StorageCheckNotice(bool shown) : shown_(shown) {
+        if (shown_) std::cerr << "checking every page of the storage for damage (--quick leaves this out)..." << std::flush;
+    }
+    ~StorageCheckNotice() {
+        if (shown_) std::cerr << "\r\033[K" << std::flush;
+    }
+    StorageCheckNotice(const StorageCheckNotice&) = delete;
+    StorageCheckNotice& operator=(const StorageCheckNotice&) = delete;
+
+private:
+    bool shown_;
+};
 
 std::string count(std::size_t n, const char* one, const char* many) {
     return std::to_string(n) + " " + (n == 1 ? one : many);
@@ -33,11 +53,18 @@ int runCheck(const CheckOptions& options) {
         RegistryReader registry(options.registry);
         path = registry.path();
         auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-        ProgressBar progress(0, progressWanted(false));
+        const bool showProgress = progressWanted(false);
+        const std::uint64_t estimate = showProgress ? registry.inspector().estimateEntries() : 0;
+        StorageCheckNotice notice(showProgress && !options.quick);
+        std::optional<ProgressBar> progress;  // from the first entry: its rate is the entries'
         entries = registry.inspector().checkEntries(
-            problems, diagnostics, [&progress](std::size_t checked) { progress.update(checked, 0); },
+            problems, diagnostics,
+            [&](std::size_t checked) {
+                if (!progress) progress.emplace(estimate, showProgress);
+                progress->update(checked, checked);
+            },
             options.quick ? SCM::SCMRegistryInspector::Depth::Quick : SCM::SCMRegistryInspector::Depth::Full);
-        progress.finish();
+        if (progress) progress->finish();
         if (!diagnostics.empty()) throwUnreadable(diagnostics);
     }
     if (problems.empty()) {

@@ -23,19 +23,19 @@ std::string minutesAndSeconds(double seconds) {
 
 }  // namespace
 
-ProgressBar::ProgressBar(std::uint64_t totalBytes, bool enabled)
-    : totalBytes_(totalBytes),
+ProgressBar::ProgressBar(std::uint64_t totalWork, bool enabled)
+    : totalWork_(totalWork),
       enabled_(enabled),
       start_(Clock::now()),
       nextDraw_(start_ + kFirstDraw) {}
 
-void ProgressBar::update(std::uint64_t entries, std::uint64_t bytesDone) {
+void ProgressBar::update(std::uint64_t entries, std::uint64_t workDone) {
     if (!enabled_) return;
     const Clock::time_point now = Clock::now();
     if (now < nextDraw_) return;
     nextDraw_ = now + kRedraw;
     const double seconds = std::chrono::duration<double>(now - start_).count();
-    std::fprintf(stderr, "\r%s\033[K", line(entries, bytesDone, totalBytes_, seconds).c_str());
+    std::fprintf(stderr, "\r%s\033[K", line(entries, workDone, totalWork_, seconds).c_str());
     std::fflush(stderr);
     drawn_ = true;
 }
@@ -47,14 +47,14 @@ void ProgressBar::finish() {
     drawn_ = false;
 }
 
-std::string ProgressBar::line(std::uint64_t entries, std::uint64_t bytesDone,
-                              std::uint64_t totalBytes, double seconds) {
+std::string ProgressBar::line(std::uint64_t entries, std::uint64_t workDone,
+                              std::uint64_t totalWork, double seconds) {
     const double rate = seconds > 0 ? static_cast<double>(entries) / seconds : 0;
     const std::string counts = std::to_string(entries) + " entries  " +
                                std::to_string(static_cast<std::uint64_t>(rate)) + "/s";
-    if (totalBytes == 0) return counts;
+    if (totalWork == 0) return counts;
     const double share =
-        std::min(1.0, static_cast<double>(bytesDone) / static_cast<double>(totalBytes));
+        std::min(1.0, static_cast<double>(workDone) / static_cast<double>(totalWork));
     const auto filled = static_cast<std::size_t>(share * kBarCells);
     const double left = share > 0 ? seconds * (1 - share) / share : 0;
     char percent[8];

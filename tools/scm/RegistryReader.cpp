@@ -27,7 +27,8 @@ void RegistryReader::forEachEntry(SCM::SCMTypes type, const EntryVisitor& visit)
                 return;
             }
             OwnedEntry entry{std::move(stored.identity), std::move(stored.data)};
-            progress_.update(++visited_, 0);
+            ++visited_;
+            progress_.update(visited_, visited_);
             visit(entry);
         },
         diagnostics);

@@ -26,9 +26,10 @@ public:
     RegistryReader(const RegistryReader&) = delete;
     RegistryReader& operator=(const RegistryReader&) = delete;
 
-    // While the walks run, shows the entries read so far and their rate on standard error when
-    // `enabled`; the line goes when a walk of several categories ends.
-    void showProgress(bool enabled) { progress_ = ProgressBar(0, enabled); }
+    // While the walks run, shows the entries read so far, their rate and the time left (from the
+    // registry's estimate of its entries) on standard error when `enabled`; the line goes when a
+    // walk of several categories ends.
+    void showProgress(bool enabled) { progress_ = ProgressBar(enabled ? inspector_.estimateEntries() : 0, enabled); }
 
     // The registry's path for messages (a URI without its secrets).
     const std::string& path() const { return path_; }

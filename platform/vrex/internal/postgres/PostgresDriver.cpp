@@ -216,9 +216,11 @@ bool PostgresDriver::readRows(const ClassInfo& cls, const std::vector<const Prop
     sql += " FROM " + names_.qualifiedTable(cls) + " WHERE \"_id\" > $1 ORDER BY \"_id\" LIMIT $2";
     PgResult page = connection_.query(sql, PgParams().int64(afterId).int64(static_cast<std::int64_t>(limit)));
     if (!page.ok()) return false;
+    rows.reserve(rows.size() + static_cast<std::size_t>(page.rows()));
     for (int row = 0; row < page.rows(); ++row) {
         StoredRow& stored = rows.emplace_back();
         stored.id = page.int64(row, 0);
+        stored.texts.reserve(properties.size());
         for (int column = 1; column <= static_cast<int>(properties.size()); ++column) {
             stored.texts.push_back(page.isNull(row, column) ? std::nullopt
                                                             : std::optional<std::string>(page.bytes(row, column)));

@@ -116,6 +116,18 @@ void RepositoryObjects::findObjects(const ClassRef& cls, const MatchConstraints&
     for (std::int64_t id : ids) result.push_back(RefAccess::object(cls, id));
 }
 
+// A pending object counts: it is written first.
+std::int64_t RepositoryObjects::largestObjectId(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics) {
+    const ClassInfo* info = classOf(cls, "read the objects", diagnostics);
+    std::int64_t largest = 0;
+    if (info == nullptr || !writePendingObject(diagnostics) ||
+        !driver_.check(driver_.largestId(*info, largest), "vrex:read:failed", "cannot read the objects of " + info->name,
+                       diagnostics)) {
+        return -1;
+    }
+    return largest;
+}
+
 // The property is checked as a search constraint on it would be.
 void RepositoryObjects::findRepeatedValues(const ClassRef& cls, const PropertyRef& property,
                                            std::vector<std::string>& values,

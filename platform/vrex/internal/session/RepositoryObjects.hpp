@@ -41,6 +41,7 @@ public:
                           tvdiag::util::diagnostics& diagnostics);
     qaArray getPropertyValue(const ObjectRef& object, const PropertyRef& property,
                              tvdiag::util::diagnostics& diagnostics);
+    std::int64_t largestObjectId(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
     void findRepeatedValues(const ClassRef& cls, const PropertyRef& property, std::vector<std::string>& values,
                             tvdiag::util::diagnostics& diagnostics);
     void readStoredTexts(const ClassRef& cls, const std::vector<PropertyRef>& properties, std::int64_t afterId,

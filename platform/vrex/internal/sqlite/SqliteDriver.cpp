@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "vrex/internal/session/RefAccess.hpp"
@@ -243,6 +244,9 @@ Driver::RowResult SqliteDriver::writeProperty(const PropertyInfo& property, std:
     return connection_.changes() == 0 ? RowResult::NoSuchObject : RowResult::Done;
 }
 
+// A page's rows are reserved at once, up to this many (a caller may ask for "all").
+constexpr std::size_t kRowsReservedAtMost = 4096;
+
 bool SqliteDriver::readRows(const ClassInfo& cls, const std::vector<const PropertyInfo*>& properties,
                             std::int64_t afterId, std::size_t limit, std::vector<StoredRow>& rows) {
     std::string sql = "SELECT \"_id\"";
@@ -253,9 +257,11 @@ bool SqliteDriver::readRows(const ClassInfo& cls, const std::vector<const Proper
     page->bindInt64(1, afterId);
     page->bindInt64(2, static_cast<std::int64_t>(limit));
     int rc;
+    rows.reserve(rows.size() + std::min<std::size_t>(limit, kRowsReservedAtMost));
     while ((rc = page->step()) == SQLITE_ROW) {
         StoredRow& stored = rows.emplace_back();
         stored.id = page->columnInt64(0);
+        stored.texts.reserve(properties.size());
         for (int column = 1; column <= static_cast<int>(properties.size()); ++column) {
             stored.texts.push_back(page->columnIsNull(column) ? std::nullopt
                                                               : std::optional<std::string>(page->columnText(column)));
