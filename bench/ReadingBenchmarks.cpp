@@ -3,7 +3,6 @@
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -72,9 +71,14 @@ struct ChildRun {
     std::string errors;  // its standard error when it failed
 };
 
-// Runs `argv` with standard output thrown away, waits, and reads its time and peak memory.
-ChildRun runChild(const std::vector<std::string>& argv, const std::string& errorFile) {
+// Runs `command` with standard output thrown away, waits, and reads its time and peak memory. The
+// peak comes from /usr/bin/time, a small process that starts the command: a process started by
+// this one would count this one's memory too (the high-water mark survives the exec).
+ChildRun runChild(const std::vector<std::string>& command, const std::string& errorFile) {
     ChildRun run;
+    const std::string peakFile = errorFile + ".peak";
+    std::vector<std::string> argv{"/usr/bin/time", "-f", "%M", "-o", peakFile};
+    argv.insert(argv.end(), command.begin(), command.end());
     std::vector<char*> args;
     for (const std::string& argument : argv) args.push_back(const_cast<char*>(argument.c_str()));
     args.push_back(nullptr);
@@ -92,15 +96,16 @@ ChildRun runChild(const std::vector<std::string>& argv, const std::string& error
         return run;
     }
     int status = 0;
-    rusage usage{};
-    wait4(child, &status, 0, &usage);
+    waitpid(child, &status, 0);
     run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    run.peakMiB = static_cast<double>(usage.ru_maxrss) / 1024.0;
-    run.ok = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    double peakKiB = 0;
+    std::ifstream(peakFile) >> peakKiB;
+    run.peakMiB = peakKiB / 1024.0;
+    run.ok = WIFEXITED(status) && WEXITSTATUS(status) == 0 && peakKiB > 0;
     if (!run.ok) {
         std::ifstream errors(errorFile);
         std::ostringstream text;
-        text << argv[0] << " " << argv[1] << " failed: " << errors.rdbuf();
+        text << command[0] << " " << command[1] << " failed: " << errors.rdbuf();
         run.errors = text.str();
     }
     return run;
