@@ -100,6 +100,14 @@ TEST_F(RegistryInspection, EntriesAreFoundWholeByCategoryChecksumOrName) {
     EXPECT_TRUE(diagnostics.empty()) << diagnostics.toString();
 }
 
+// The walks read a few thousand entries per statement and go on to the last one.
+TEST_F(RegistryInspection, WalksGoOnPastOnePage) {
+    registerFunctions(2001);
+    Inspector inspector(path_);
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    EXPECT_EQ(inspector.visitEntries(SCM_SHARED_FUNCTIONS, [](Inspector::StoredEntry&) {}, diagnostics), 2001u);
+}
+
 TEST_F(RegistryInspection, CheckFindsEveryKindOfTamperedEntry) {
     registerFunctions(5);
     const std::string table = "\"SCM_SHARED_FUNCTIONS\"";
