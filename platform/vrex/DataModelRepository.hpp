@@ -33,7 +33,10 @@ class RepositorySession;
 // Several processes may use one file at once. Write transactions take the file's write lock when
 // they begin, so whatever one transaction reads stays true until it commits: "look up, then
 // create" inside one performDictionaryFunction is atomic across processes. Waiting for the lock
-// is bounded by Options::busyTimeoutMs.
+// is bounded by Options::busyTimeoutMs. On a PostgreSQL server a write transaction locks instead
+// each value it searches an indexed property for, so writers of different keys run in parallel
+// (see PostgresDriver); a transaction that searches several keys should search them in a fixed
+// order.
 //
 // Opening an existing registry with a metamodel that differs from the one it was made with:
 //  - classes and properties the file lacks are added (tables, columns, indexes);
@@ -95,7 +98,9 @@ public:
     // explicit transaction or another dictionary function it runs as a nested savepoint, undone
     // alone when fn leaves errors while the enclosing transaction goes on. An exception from fn
     // rolls its work back and propagates. fn is not run when the repository is closed or the
-    // write lock cannot be had.
+    // write lock cannot be had. An outermost function aborted by a deadlock with another writer
+    // is rolled back and run again from the start (a few times at most), so fn must not keep
+    // what a run left outside the repository.
     void performDictionaryFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn,
                                    tvdiag::util::diagnostics& diagnostics);
 

@@ -71,37 +71,35 @@ protected:
                         database_ + "' AND " + condition, true), "t") << condition;
     }
 
-    // Begins a transaction on `waiter`; the diagnostics. Should the begin not end by itself, a
+    // Runs `write` (its diagnostics) on a thread of its own. Should it not end by itself, a
     // watchdog runs `rescue` after a minute, so that the test fails instead of hanging.
-    static std::string beginGuarded(vrex::DataModelRepository& waiter, const std::function<void()>& rescue) {
-        auto begun = std::async(std::launch::async, [&] {
-            tvdiag::util::diagnostics diagnostics;
-            waiter.beginTransaction(diagnostics);
-            return diagnostics.toString();
-        });
-        if (begun.wait_for(std::chrono::minutes(1)) == std::future_status::timeout) rescue();
-        return begun.get();
+    static std::string guarded(const std::function<std::string()>& write, const std::function<void()>& rescue) {
+        auto written = std::async(std::launch::async, write);
+        if (written.wait_for(std::chrono::minutes(1)) == std::future_status::timeout) rescue();
+        return written.get();
     }
 
-    // Begins a transaction on `waiter` while another connection holds the write lock; the
-    // diagnostics. The watchdog ends a wait that outlasts a lost lock timeout.
-    std::string beginWhileLocked(vrex::DataModelRepository& waiter) const {
-        return beginGuarded(waiter, [&] { terminate("wait_event_type = 'Lock'"); });
-    }
-
-    // Creates a utility whose checksum is `checksum` in a dictionary function of its own; the
-    // function's diagnostics.
-    static tvdiag::util::diagnostics createUtility(vrex::DataModelRepository& repository,
-                                                   const char* checksum) {
+    // Creates a utility whose checksum is `checksum` in a dictionary function of its own, unless
+    // `onlyNew` and one exists (found under the key's lock); the function's diagnostics.
+    static tvdiag::util::diagnostics createUtility(vrex::DataModelRepository& repository, const char* checksum,
+                                                   bool onlyNew = false) {
         Category utilities(repository, "SCM_UTILITIES");
         tvdiag::util::diagnostics result;
         repository.performDictionaryFunction(
             [&](tvdiag::util::diagnostics& inside) {
+                vrex::MatchConstraints key;
+                key.add(utilities.checksum, vrex::PropertyValueMatchRelation::Equals, checksum);
+                std::vector<vrex::ObjectRef> found;
+                if (onlyNew) repository.findObjects(utilities.cls, key, found, inside);
+                if (!found.empty() || !inside.empty()) return;
                 vrex::ObjectRef object = repository.createObject(utilities.cls, inside);
                 repository.setPropertyValue(object, utilities.checksum, qaArray::fromText(checksum), inside);
             },
             result);
         return result;
+    }
+    static std::string registerUtility(vrex::DataModelRepository& repository, const char* checksum) {
+        return createUtility(repository, checksum, true).toString();
     }
 
     std::string server_;
@@ -206,13 +204,37 @@ TEST_F(PostgresTest, ALostConnectionEndsTheTransactionAndTheNextOneConnectsAgain
 
     EXPECT_EQ(createNamed("kept"), "");
     EXPECT_EQ(query("SELECT string_agg(convert_from(checksum, 'UTF8'), ',') FROM scm.scm_utilities"), "kept");
-    vrex::DataModelRepository holder;
-    ASSERT_EQ(openRepository(holder, uri_), "");
-    holder.beginTransaction(diagnostics);
-    EXPECT_EQ(allObjects(repository, Category(repository, "SCM_UTILITIES")).size(), 1u);
     terminate("state = 'idle'");
-    const std::string refused = beginWhileLocked(repository);
+    EXPECT_EQ(createNamed("again"), "");
+}
+
+// Writers lock the keys they search, not the registry: while one holds a key, a writer of
+// another key goes through, a writer of that key waits (until its busy timeout), and once the
+// holder commits the waiter finds the entry instead of making it twice.
+TEST_F(PostgresTest, WritersOfOneKeyTakeTurnsAndWritersOfOtherKeysDoNot) {
+    vrex::DataModelRepository holder, impatient, waiter;
+    ASSERT_EQ(openRepository(holder, uri_), "");
+    ASSERT_EQ(openImpatient(impatient, uri_, 200), "");
+    ASSERT_EQ(openRepository(waiter, uri_), "");
+    tvdiag::util::diagnostics diagnostics;
+    holder.beginTransaction(diagnostics);
+    ASSERT_EQ(registerUtility(holder, "a"), "");
+
+    const auto rescue = [&] { terminate("wait_event_type = 'Lock'"); };
+    EXPECT_EQ(guarded([&] { return registerUtility(impatient, "b"); }, rescue), "");
+    const std::string refused = guarded([&] { return registerUtility(impatient, "a"); }, rescue);
     EXPECT_NE(refused.find("locked by another process"), std::string::npos) << refused;
+
+    auto waited = std::async(std::launch::async, [&] { return registerUtility(waiter, "a"); });
+    while (query("SELECT count(*) FROM pg_stat_activity WHERE wait_event = 'advisory' AND datname = '" + database_ + "'",
+                 true) != "1") {
+        ASSERT_EQ(waited.wait_for(std::chrono::milliseconds(10)), std::future_status::timeout) << waited.get();
+    }
+    holder.commitTransaction(diagnostics);
+    EXPECT_EQ(guarded([&] { return waited.get(); }, rescue), "");
+    EXPECT_EQ(diagnostics.toString(), "");
+    EXPECT_EQ(query("SELECT string_agg(convert_from(checksum, 'UTF8'), ',' ORDER BY checksum) FROM scm.scm_utilities"),
+              "a,b");
 }
 
 // A stopped backend enforces no statement_timeout: the client's own deadline ends the wait, and
@@ -230,7 +252,8 @@ TEST_F(PostgresTest, AServerThatStopsAnsweringIsGivenUpAfterTheStatementLimit) {
     ASSERT_EQ(kill(pid, SIGSTOP), 0);
 
     const auto started = std::chrono::steady_clock::now();
-    const std::string refused = beginGuarded(repository, [&] { kill(pid, SIGCONT); });
+    const std::string refused =
+        guarded([&] { return createUtility(repository, "late").toString(); }, [&] { kill(pid, SIGCONT); });
     const auto waited = std::chrono::steady_clock::now() - started;
     kill(pid, SIGCONT);
     EXPECT_LT(waited, std::chrono::seconds(30));

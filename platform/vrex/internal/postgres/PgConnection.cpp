@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "vrex/WaitInterrupt.hpp"
 #include "vrex/internal/session/LockedRegistry.hpp"
@@ -90,25 +91,81 @@ void PgConnection::close() {
     PQfinish(connection_);  // the server rolls back whatever is open
     connection_ = nullptr;
     statementNames_.clear();
+    queued_.clear();
+    beginQueued_ = false;
 }
 
 bool PgConnection::isInTransaction() const {
     if (connection_ == nullptr || PQstatus(connection_) != CONNECTION_OK) return false;
+    if (beginQueued_) return true;
     const PGTransactionStatusType status = PQtransactionStatus(connection_);
     return status == PQTRANS_INTRANS || status == PQTRANS_INERROR || status == PQTRANS_ACTIVE;
 }
 
+void PgConnection::beginWithNext(const std::string& sql) {
+    queued_.clear();
+    queued_.push_back({sql, PgParams()});
+    beginQueued_ = true;
+}
+
+void PgConnection::queue(const std::string& sql, PgParams params) { queued_.push_back({sql, std::move(params)}); }
+
+// A rollback undoes what is queued anyway; with the begin still queued it needs no round trip.
 bool PgConnection::exec(const std::string& sql) {
     if (connection_ == nullptr || refuseInAbortedTransaction(sql)) return false;
+    if (sql.rfind("ROLLBACK", 0) == 0 && !queued_.empty()) {
+        const bool unsent = beginQueued_;
+        queued_.clear();
+        beginQueued_ = false;
+        if (unsent && sql == "ROLLBACK") return true;
+    }
+    if (!queued_.empty()) return sendWithQueued(sql, PgParams(), false).ok();
     return answer(PQsendQuery(connection_, sql.c_str()) == 1).ok();
 }
 
 PgResult PgConnection::query(const std::string& sql, const PgParams& params) {
     if (connection_ == nullptr || refuseInAbortedTransaction(sql)) return PgResult();
+    if (!queued_.empty()) return sendWithQueued(sql, params, true);
     const std::string* name = prepared(sql, params.count());
     if (name == nullptr) return PgResult();
     return answer(PQsendQueryPrepared(connection_, name->c_str(), params.count(), params.values(),
                                       params.lengths(), params.formats(), 1) == 1);
+}
+
+// A round trip that begins a transaction and does not commit one changed nothing that stays
+// when the connection was lost under it: it is sent again on a new connection.
+PgResult PgConnection::sendWithQueued(const std::string& sql, const PgParams& params, bool prepare) {
+    const std::vector<Queued> queued = std::exchange(queued_, {});
+    const bool begins = std::exchange(beginQueued_, false);
+    PgResult result = sendPipeline(queued, sql, params, prepare);
+    if (!result.ok() && begins && sql != "COMMIT" && isLost() && reconnectIfLost()) {
+        result = sendPipeline(queued, sql, params, prepare);
+    }
+    return result;
+}
+
+PgResult PgConnection::sendPipeline(const std::vector<Queued>& queued, const std::string& sql,
+                                    const PgParams& params, bool prepare) {
+    const std::string* name = prepare ? prepared(sql, params.count()) : nullptr;
+    if (prepare && name == nullptr) return PgResult();
+    if (PQenterPipelineMode(connection_) != 1) {
+        fail(nullptr);
+        return PgResult();
+    }
+    bool sent = true;
+    for (const Queued& statement : queued) {
+        sent = sent && PQsendQueryParams(connection_, statement.sql.c_str(), statement.params.count(), nullptr,
+                                         statement.params.values(), statement.params.lengths(),
+                                         statement.params.formats(), 1) == 1;
+    }
+    sent = sent && (name != nullptr ? PQsendQueryPrepared(connection_, name->c_str(), params.count(), params.values(),
+                                                          params.lengths(), params.formats(), 1)
+                                    : PQsendQueryParams(connection_, sql.c_str(), 0, nullptr, nullptr, nullptr,
+                                                        nullptr, 1)) == 1;
+    sent = sent && PQpipelineSync(connection_) == 1;
+    PgResult result = answer(sent);
+    if (connection_ != nullptr) PQexitPipelineMode(connection_);
+    return result;
 }
 
 const std::string* PgConnection::prepared(const std::string& sql, int parameters) {
@@ -149,11 +206,23 @@ PgResult PgConnection::answer(bool sent) {
 }
 
 PgConnection::Wait PgConnection::collect(Clock::time_point deadline, bool interruptible, PgResult& last) {
+    const bool pipelined = PQpipelineStatus(connection_) != PQ_PIPELINE_OFF;
     for (;;) {
         const Wait wait = receive(deadline, interruptible);
         if (wait != Wait::Answered) return wait;
         PGresult* next = PQgetResult(connection_);
-        if (next == nullptr) return Wait::Answered;
+        if (next == nullptr) {
+            // In a pipeline: the end of one statement's results, unless the connection failed.
+            if (!pipelined || PQstatus(connection_) != CONNECTION_OK) return Wait::Answered;
+            continue;
+        }
+        const ExecStatusType status = PQresultStatus(next);
+        const bool failedBefore = last.handle() != nullptr && !last.ok();
+        if (pipelined && (status == PGRES_PIPELINE_SYNC || status == PGRES_PIPELINE_ABORTED || failedBefore)) {
+            PQclear(next);
+            if (status == PGRES_PIPELINE_SYNC) return Wait::Answered;
+            continue;
+        }
         last = PgResult(next);
     }
 }
@@ -201,7 +270,10 @@ void PgConnection::fail(const PGresult* result) {
     lastSqlState_ = state != nullptr ? state : "";
     if (lastError_.empty()) lastError_ = "the server did not answer";
     if (!lastSqlState_.empty()) lastError_ += " (SQLSTATE " + lastSqlState_ + ")";
-    if (isAborted()) abortReason_ = lastError_;
+    if (isAborted()) {
+        abortReason_ = lastError_;
+        abortSqlState_ = lastSqlState_;
+    }
 }
 
 bool PgConnection::isAborted() const {

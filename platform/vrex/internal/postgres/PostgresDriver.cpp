@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "vrex/internal/postgres/PostgresSchema.hpp"
 #include "vrex/internal/session/LockedRegistry.hpp"
@@ -38,8 +39,9 @@ bool PostgresDriver::checkWritable(tvdiag::util::diagnostics& diagnostics) {
     PgResult denied = connection_.query(
         "SELECT current_user::text, string_agg(c.relname::text, ', ' ORDER BY c.relname) "
         "FROM pg_catalog.pg_class AS c JOIN pg_catalog.pg_namespace AS n ON n.oid = c.relnamespace "
-        "WHERE n.nspname = $1::text AND c.relkind = 'r' "
-        "AND NOT (has_table_privilege(c.oid, 'INSERT') AND has_table_privilege(c.oid, 'UPDATE'))",
+        "WHERE n.nspname = $1::text AND CASE c.relkind WHEN 'r' THEN NOT (has_table_privilege(c.oid, 'INSERT') "
+        "AND has_table_privilege(c.oid, 'UPDATE')) WHEN 'S' THEN NOT has_sequence_privilege(c.oid, 'USAGE') "
+        "ELSE false END",
         PgParams().bytes(names_.schema()));
     if (!denied.ok()) {
         report(diagnostics, "vrex:open:serverError", "cannot read the privileges");
@@ -47,13 +49,17 @@ bool PostgresDriver::checkWritable(tvdiag::util::diagnostics& diagnostics) {
     }
     if (denied.isNull(0, 1)) return true;
     diagnostics.add("vrex:open:readOnly", "cannot open the registry \"" + location() + "\" for writing: the role \"" +
-                                              denied.bytes(0, 0) + "\" may not insert into or update its tables " +
+                                              denied.bytes(0, 0) + "\" may not insert into, update or take ids from " +
                                               denied.bytes(0, 1) + " (schema \"" + names_.schema() + "\")");
     return false;
 }
 
 PostgresDriver::PostgresDriver(const std::string& uri, const Metamodel& metamodel, bool readOnly)
-    : uri_(uri), metamodel_(metamodel), names_(metamodel), readOnly_(readOnly) {}
+    : uri_(uri),
+      metamodel_(metamodel),
+      names_(metamodel),
+      readOnly_(readOnly),
+      reservedIds_(metamodel.classes().size(), 0) {}
 
 // TCP keepalives notice a server that vanished without closing the connection within about
 // 30 s, where libpq would otherwise wait for its answer for ever.
@@ -88,23 +94,27 @@ std::string PostgresDriver::sessionSetup(const RepositoryOptions& options) const
 
 // --- transactions ---------------------------------------------------------------------------
 
-bool PostgresDriver::beginWrite() { return begin(readOnly_ ? std::string("BEGIN") : names_.lockingBegin()); }
-
-bool PostgresDriver::beginRead() { return begin("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"); }
-
-// A connection found lost as a transaction begins (the server restarted, a network cut an idle
-// connection) is made again and the begin tried once more: nothing was open, nothing is lost.
-bool PostgresDriver::begin(const std::string& sql) {
-    if (!connection_.reconnectIfLost()) return false;
-    if (tryBegin(sql)) return true;
-    return connection_.isLost() && connection_.reconnectIfLost() && tryBegin(sql);
+// A write transaction shares the registry's lock with the other writers; it and the begin go
+// with the transaction's first statement.
+bool PostgresDriver::beginWrite() {
+    writing_ = !readOnly_;
+    if (!begin("BEGIN")) return false;
+    if (writing_) connection_.queue("SELECT pg_advisory_xact_lock_shared($1)", PgParams().int64(names_.registryLockKey()));
+    return true;
 }
 
-// A begin whose lock was refused leaves an aborted transaction: it is ended, the error kept.
-bool PostgresDriver::tryBegin(const std::string& sql) {
-    if (connection_.exec(sql)) return true;
-    connection_.endAborted();
-    return false;
+bool PostgresDriver::beginRead() {
+    writing_ = false;
+    return begin("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY");
+}
+
+// A connection found lost as a transaction begins (the server restarted, a network cut an idle
+// connection) is made again, here or when the begin is sent (see PgConnection::beginWithNext):
+// nothing was open, nothing is lost.
+bool PostgresDriver::begin(const std::string& sql) {
+    if (!connection_.reconnectIfLost()) return false;
+    connection_.beginWithNext(sql);
+    return true;
 }
 
 template <typename Write>
@@ -123,8 +133,7 @@ bool PostgresDriver::inWriteTransaction(Write&& write) {
 bool PostgresDriver::insertObject(const ClassInfo& cls, std::int64_t& id) {
     const std::string table = names_.qualifiedTable(cls);
     return inWriteTransaction([&] {
-        PgResult inserted = connection_.query("INSERT INTO " + table + " (\"_id\") SELECT coalesce(max(\"_id\"), 0) + 1 FROM " +
-                                              table + " RETURNING \"_id\"");
+        PgResult inserted = connection_.query("INSERT INTO " + table + " DEFAULT VALUES RETURNING \"_id\"");
         if (!inserted.ok() || inserted.rows() != 1) return false;
         id = inserted.int64(0, 0);
         return true;
@@ -138,6 +147,24 @@ bool PostgresDriver::largestId(const ClassInfo& cls, std::int64_t& id) {
     return true;
 }
 
+// The id found reserved by a search, else a new one.
+bool PostgresDriver::reserveId(const ClassInfo& cls, std::int64_t& id) {
+    id = std::exchange(reservedIds_[cls.index], 0);
+    if (id > 0) return true;
+    PgResult next = connection_.query("SELECT nextval(pg_get_serial_sequence($1::text, '_id'))",
+                                      PgParams().copy(names_.qualifiedTable(cls)));
+    if (!next.ok() || next.rows() != 1) return false;
+    id = next.int64(0, 0);
+    return true;
+}
+
+// 40P01: deadlock_detected, 40001: serialization_failure.
+bool PostgresDriver::lostToConflict() const {
+    const std::string state = connection_.abortSqlState();
+    return state == "40P01" || state == "40001";
+}
+
+// Inside a transaction the row goes with the next statement; a failure fails that statement.
 bool PostgresDriver::insertWholeObject(const ClassInfo& cls, std::int64_t id,
                                        const std::vector<std::optional<std::string>>& texts) {
     std::string columns = "\"_id\"";
@@ -149,31 +176,74 @@ bool PostgresDriver::insertWholeObject(const ClassInfo& cls, std::int64_t id,
         values += ", $" + std::to_string(property->position + 2);
         const auto& text = texts[property->position];
         if (text) {
-            params.bytes(*text);
+            params.copy(*text);
         } else {
             params.null();
         }
     }
-    return connection_
-        .query("INSERT INTO " + names_.qualifiedTable(cls) + " (" + columns + ") VALUES (" + values + ")", params)
-        .ok();
+    const std::string sql = "INSERT INTO " + names_.qualifiedTable(cls) + " (" + columns + ") VALUES (" + values + ")";
+    if (!connection_.isInTransaction()) return connection_.query(sql, params).ok();
+    connection_.queue(sql, std::move(params));
+    return true;
 }
 
 bool PostgresDriver::findObjects(const ClassInfo& cls, const MatchConstraints& constraints,
                                  std::vector<std::int64_t>& ids) {
-    std::string sql = "SELECT \"_id\" FROM " + names_.qualifiedTable(cls);
+    std::string where = " FROM " + names_.qualifiedTable(cls);
     PgParams params;
     const auto& all = constraints.constraints();
     for (std::size_t i = 0; i < all.size(); ++i) {
         const bool equals = all[i].relation == PropertyValueMatchRelation::Equals;
-        sql += (i == 0 ? " WHERE " : " AND ") + PostgresNames::quotedColumn(*RefAccess::info(all[i].property)) +
-               (equals ? " = $" : " IS DISTINCT FROM $") + std::to_string(i + 1);
+        where += (i == 0 ? " WHERE " : " AND ") + PostgresNames::quotedColumn(*RefAccess::info(all[i].property)) +
+                 (equals ? " = $" : " IS DISTINCT FROM $") + std::to_string(i + 1);
         params.bytes(all[i].value);
     }
-    PgResult rows = connection_.query(sql + " ORDER BY \"_id\"", params);
+    if (isWriting() && lockSearchedValues(constraints)) return findReserving(cls, where, params, ids);
+    PgResult rows = connection_.query("SELECT \"_id\"" + where + " ORDER BY \"_id\"", params);
     if (!rows.ok()) return false;
     ids.reserve(ids.size() + static_cast<std::size_t>(rows.rows()));
     for (int row = 0; row < rows.rows(); ++row) ids.push_back(rows.int64(row, 0));
+    return true;
+}
+
+// Ascending keys: two transactions that lock the same values lock them in the same order.
+bool PostgresDriver::lockSearchedValues(const MatchConstraints& constraints) {
+    std::vector<std::int64_t> keys;
+    for (const auto& constraint : constraints.constraints()) {
+        const PropertyInfo& property = *RefAccess::info(constraint.property);
+        if (constraint.relation != PropertyValueMatchRelation::Equals || !property.indexed) continue;
+        keys.push_back(names_.valueLockKey(property, constraint.value));
+    }
+    std::sort(keys.begin(), keys.end());
+    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+    for (std::int64_t key : keys) connection_.queue("SELECT pg_advisory_xact_lock($1)", PgParams().int64(key));
+    return !keys.empty();
+}
+
+// A search under a value's lock that finds nothing is mostly followed by the creation of an
+// object with that value: its id comes back with the search (the second column tells it apart).
+// The lock was taken by a statement of its own before: this one's snapshot sees every commit
+// made under the lock.
+bool PostgresDriver::findReserving(const ClassInfo& cls, const std::string& where, PgParams& params,
+                                   std::vector<std::int64_t>& ids) {
+    std::int64_t& reserved = reservedIds_[cls.index];
+    std::string sql = "SELECT \"_id\"" + where;
+    if (reserved == 0) {
+        params.copy(names_.qualifiedTable(cls));
+        sql = "WITH found AS (" + sql + ") SELECT \"_id\", false FROM found UNION ALL SELECT nextval(pg_get_serial_sequence($" +
+              std::to_string(params.count()) + "::text, '_id')), true WHERE NOT EXISTS (SELECT FROM found)";
+    }
+    PgResult rows = connection_.query(sql, params);
+    if (!rows.ok()) return false;
+    const std::size_t first = ids.size();
+    for (int row = 0; row < rows.rows(); ++row) {
+        if (reserved == 0 && rows.boolean(row, 1)) {
+            reserved = rows.int64(row, 0);
+        } else {
+            ids.push_back(rows.int64(row, 0));
+        }
+    }
+    std::sort(ids.begin() + static_cast<std::ptrdiff_t>(first), ids.end());
     return true;
 }
 

@@ -14,17 +14,29 @@ namespace vrex::internal {
 
 // A registry in a PostgreSQL database, shared by every agent that connects to it.
 //
-// Writers exclude each other as on a registry file: a write transaction takes the registry's
-// transaction-scoped advisory lock as its first statement, so "look up, then create or merge"
-// is atomic across connections and new ids follow creation order. Readers never wait (a read
-// transaction is one REPEATABLE READ snapshot). Waiting for the lock is bounded by
-// Options::busyTimeoutMs (lock_timeout), every statement by the statement limit (busy timeout
-// plus Options::statementMarginMs: the server's statement_timeout, and the client's own
-// deadline for a server that does not answer; see PgConnection), connecting by
-// connect_timeout, and a server that goes away is noticed by TCP keepalives: all end in errors,
-// never in a hang. A statement that fails inside a transaction aborts it (see PgConnection): a
-// savepoint rolled back repairs it, else it can only be rolled back. A connection lost inside a
-// transaction is not made again before that transaction is ended.
+// Writers of different entries run in parallel. A search for the value of an indexed property
+// inside a write transaction first takes a transaction-scoped advisory lock on that value (see
+// PostgresNames::valueLockKey), so "look up, then create or merge" stays atomic for writers of
+// one key while writers of other keys do not wait; callers that search several keys in one
+// transaction search them in a fixed order, and a deadlock all the same aborts the transaction
+// with lostToConflict() true, for the caller to run it again. Every write transaction also
+// shares the registry's lock, which schema work holds alone. New ids come from the server: each
+// table's "_id" is an identity column, and a search that finds nothing reserves the id of the
+// object most likely created next (reserveId). Readers never wait (a read transaction is one
+// REPEATABLE READ snapshot).
+//
+// Round trips: a transaction's begin, its locks and inserts are queued and go with the next
+// statement (see PgConnection::queue), so a registration that creates an entry costs two round
+// trips (begin + lock + search, insert + commit).
+//
+// Waiting for a lock is bounded by Options::busyTimeoutMs (lock_timeout), every statement by the
+// statement limit (busy timeout plus Options::statementMarginMs: the server's
+// statement_timeout, and the client's own deadline for a server that does not answer; see
+// PgConnection), connecting by connect_timeout, and a server that goes away is noticed by TCP
+// keepalives: all end in errors, never in a hang. A statement that fails inside a transaction
+// aborts it (see PgConnection): a savepoint rolled back repairs it, else it can only be rolled
+// back. A connection lost inside a transaction is not made again before that transaction is
+// ended.
 class PostgresDriver : public Driver {
 public:
     // Connects to the database `uri` names and readies its registry schema for `metamodel`. Null
@@ -53,6 +65,8 @@ public:
 
     bool insertObject(const ClassInfo& cls, std::int64_t& id) override;
     bool largestId(const ClassInfo& cls, std::int64_t& id) override;
+    bool reserveId(const ClassInfo& cls, std::int64_t& id) override;
+    bool lostToConflict() const override;
     bool insertWholeObject(const ClassInfo& cls, std::int64_t id,
                            const std::vector<std::optional<std::string>>& texts) override;
     bool findObjects(const ClassInfo& cls, const MatchConstraints& constraints,
@@ -78,7 +92,6 @@ private:
     // The settings of every session (also after a reconnect): timeouts, durability, read-only.
     std::string sessionSetup(const RepositoryOptions& options) const;
     bool begin(const std::string& sql);
-    bool tryBegin(const std::string& sql);
     // False with a "vrex:open:readOnly" diagnostic when this role may not insert into or update
     // one of the registry's tables.
     bool checkWritable(tvdiag::util::diagnostics& diagnostics);
@@ -86,13 +99,23 @@ private:
     // transaction takes the write lock like any other.
     template <typename Write>
     bool inWriteTransaction(Write&& write);
+    bool isWriting() const { return writing_ && connection_.isInTransaction(); }
+    // Queues the locks of the values `constraints` look for in indexed properties, in the order
+    // of their keys; false when there are none.
+    bool lockSearchedValues(const MatchConstraints& constraints);
+    // Finds the objects of `cls` that meet `where` and, when there are none, reserves the next
+    // id of `cls` in the same statement.
+    bool findReserving(const ClassInfo& cls, const std::string& where, PgParams& params,
+                       std::vector<std::int64_t>& ids);
 
     PostgresUri uri_;
     const Metamodel& metamodel_;
     PostgresNames names_;
     bool readOnly_;
-    int busyTimeoutMs_ = 0;  // for messages: how long a begin waits for the write lock
+    int busyTimeoutMs_ = 0;  // for messages: how long a statement waits for a lock
     PgConnection connection_;
+    bool writing_ = false;                  // the open transaction is a write transaction
+    std::vector<std::int64_t> reservedIds_;  // by ClassInfo::index: an id reserved, 0: none
 };
 
 }  // namespace vrex::internal

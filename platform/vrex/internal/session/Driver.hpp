@@ -39,9 +39,11 @@ public:
 
     // Whether a transaction (or savepoint) is open.
     virtual bool isInTransaction() const = 0;
-    // A write transaction holds the registry's write lock from its begin to its end, so that
-    // what it reads stays true until it commits; a read transaction sees one state throughout.
-    // Read-only registries begin a plain read transaction for both.
+    // What a write transaction reads stays true until it commits: on a registry file it holds
+    // the file's write lock from its begin to its end; on PostgreSQL each search for the value of
+    // an indexed property locks that value until the end (see PostgresDriver). A read
+    // transaction sees one state throughout. Read-only registries begin a plain read
+    // transaction for both.
     virtual bool beginWrite() = 0;
     virtual bool beginRead() = 0;
     virtual bool commit() = 0;
@@ -54,6 +56,15 @@ public:
     virtual bool insertObject(const ClassInfo& cls, std::int64_t& id) = 0;
     // The largest id of `cls` (0 for none). Under the write lock the next new object gets it + 1.
     virtual bool largestId(const ClassInfo& cls, std::int64_t& id) = 0;
+    // An id for a new object of `cls` that the engine hands out itself, once, whatever other
+    // connections do; 0 when the engine does not (the next id is then largestId + 1).
+    virtual bool reserveId(const ClassInfo& /*cls*/, std::int64_t& id) {
+        id = 0;
+        return true;
+    }
+    // Whether the open transaction was aborted by a conflict with another connection (a
+    // deadlock) that running it again may resolve.
+    virtual bool lostToConflict() const { return false; }
     // A new object with the given id and property texts (by PropertyInfo::position).
     virtual bool insertWholeObject(const ClassInfo& cls, std::int64_t id,
                                    const std::vector<std::optional<std::string>>& texts) = 0;
