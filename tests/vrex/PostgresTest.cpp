@@ -237,6 +237,71 @@ TEST_F(PostgresTest, WritersOfOneKeyTakeTurnsAndWritersOfOtherKeysDoNot) {
               "a,b");
 }
 
+// Two writers that lock two keys in opposite orders deadlock; the server aborts one, which is
+// rolled back and run again without its caller knowing: both end without errors, and only the
+// objects of the runs kept are stored.
+TEST_F(PostgresTest, AWriterAbortedByADeadlockIsRunAgain) {
+    struct Writer {
+        vrex::DataModelRepository repository;
+        std::promise<void> lockedFirst;
+        int runs = 0;
+    };
+    Writer writers[2];
+    for (Writer& writer : writers) ASSERT_EQ(openRepository(writer.repository, uri_), "");
+    const auto write = [&](int self) {
+        Writer& writer = writers[self];
+        std::shared_future<void> otherLockedFirst = writers[1 - self].lockedFirst.get_future().share();
+        Category utilities(writer.repository, "SCM_UTILITIES");
+        tvdiag::util::diagnostics diagnostics;
+        writer.repository.performDictionaryFunction(
+            [&](tvdiag::util::diagnostics& inside) {
+                for (const char* key : {self == 0 ? "x" : "y", self == 0 ? "y" : "x"}) {
+                    vrex::MatchConstraints constraints;
+                    constraints.add(utilities.checksum, vrex::PropertyValueMatchRelation::Equals, key);
+                    std::vector<vrex::ObjectRef> found;
+                    writer.repository.findObjects(utilities.cls, constraints, found, inside);
+                    if (++writer.runs == 1) {
+                        writer.lockedFirst.set_value();
+                        otherLockedFirst.wait();
+                    }
+                }
+                vrex::ObjectRef made = writer.repository.createObject(utilities.cls, inside);
+                writer.repository.setPropertyValue(made, utilities.checksum, qaArray::fromText(self == 0 ? "x" : "y"),
+                                                   inside);
+            },
+            diagnostics);
+        return diagnostics.toString();
+    };
+    auto first = std::async(std::launch::async, write, 0);
+    EXPECT_EQ(guarded([&] { return write(1); }, [&] { terminate("wait_event_type = 'Lock'"); }), "");
+    EXPECT_EQ(first.get(), "");
+    EXPECT_EQ(writers[0].runs + writers[1].runs, 6);  // two searches a run, one run again
+    EXPECT_EQ(query("SELECT string_agg(convert_from(checksum, 'UTF8'), ',' ORDER BY checksum) FROM scm.scm_utilities"),
+              "x,y");
+}
+
+// A registry made when new ids were the largest plus one gets them from the server once opened
+// for writing: after its largest id, and with no part the check would call foreign.
+TEST_F(PostgresTest, ARegistryWithoutServerIdsIsGivenThemAfterItsLargestId) {
+    vrex::DataModelRepository repository;
+    ASSERT_EQ(openRepository(repository, uri_), "");
+    ASSERT_EQ(registerUtility(repository, "old"), "");
+    repository.close();
+    ASSERT_EQ(query("ALTER TABLE scm.scm_utilities ALTER COLUMN _id DROP IDENTITY; UPDATE scm.scm_utilities SET _id = 7"),
+              "");
+    ASSERT_EQ(openRepository(repository, uri_), "");
+    ASSERT_EQ(registerUtility(repository, "new"), "");
+    EXPECT_EQ(query("SELECT string_agg(_id || ':' || convert_from(checksum, 'UTF8'), ',' ORDER BY _id) "
+                    "FROM scm.scm_utilities"),
+              "7:old,8:new");
+    EXPECT_EQ(query("SELECT is_identity FROM information_schema.columns WHERE table_name = 'scm_utilities' "
+                    "AND column_name = '_id'"),
+              "YES");
+    tvdiag::util::diagnostics diagnostics;
+    repository.checkIntegrity(diagnostics);
+    EXPECT_EQ(diagnostics.toString(), "");
+}
+
 // A stopped backend enforces no statement_timeout: the client's own deadline ends the wait, and
 // the cancel that goes unanswered closes the connection.
 TEST_F(PostgresTest, AServerThatStopsAnsweringIsGivenUpAfterTheStatementLimit) {
