@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include "vrex/WaitInterrupt.hpp"
@@ -110,17 +111,30 @@ void PgConnection::beginWithNext(const std::string& sql) {
 
 void PgConnection::queue(const std::string& sql, PgParams params) { queued_.push_back({sql, std::move(params)}); }
 
-// A rollback undoes what is queued anyway; with the begin still queued it needs no round trip.
 bool PgConnection::exec(const std::string& sql) {
     if (connection_ == nullptr || refuseInAbortedTransaction(sql)) return false;
-    if (sql.rfind("ROLLBACK", 0) == 0 && !queued_.empty()) {
-        const bool unsent = beginQueued_;
-        queued_.clear();
-        beginQueued_ = false;
-        if (unsent && sql == "ROLLBACK") return true;
-    }
+    if (sql.rfind("ROLLBACK", 0) == 0 && dropUndone(sql)) return true;
     if (!queued_.empty()) return sendWithQueued(sql, PgParams(), false).ok();
     return answer(PQsendQuery(connection_, sql.c_str()) == 1).ok();
+}
+
+// A rollback undoes what is queued after the transaction's begin or the savepoint: it is dropped
+// unsent. When the begin or the savepoint is still queued itself, the rollback has nothing to undo
+// on the server: the begin goes too, the savepoint stays (for its release).
+bool PgConnection::dropUndone(const std::string& rollback) {
+    const std::string savepoint = rollback.rfind("ROLLBACK TO SAVEPOINT ", 0) == 0
+                                      ? "SAVEPOINT " + rollback.substr(std::strlen("ROLLBACK TO SAVEPOINT "))
+                                      : std::string();
+    for (std::size_t i = 0; i < queued_.size(); ++i) {
+        if (!savepoint.empty() && queued_[i].sql == savepoint) {
+            queued_.resize(i + 1);
+            return true;
+        }
+    }
+    const bool unsent = beginQueued_ && savepoint.empty();
+    queued_.clear();
+    beginQueued_ = false;
+    return unsent;
 }
 
 PgResult PgConnection::query(const std::string& sql, const PgParams& params) {

@@ -67,7 +67,8 @@ public:
     void beginWithNext(const std::string& sql);
     // Queues one statement to be sent ahead of the next one, in its round trip: its rows are
     // dropped, and when it fails the next statement (and whatever follows it in the round trip)
-    // does not run and fails with its error. A rollback drops what is queued unsent.
+    // does not run and fails with its error. A rollback (to a savepoint: "ROLLBACK TO SAVEPOINT
+    // <name>" of a queued "SAVEPOINT <name>") drops what it undoes unsent.
     void queue(const std::string& sql, PgParams params = PgParams());
 
     // Runs SQL without parameters (several statements allowed, unless statements are queued).
@@ -98,6 +99,9 @@ private:
     // Sends what is queued and then `sql` (prepared when `prepare`) in one round trip; the answer
     // is the result of `sql`, or the first failure.
     PgResult sendWithQueued(const std::string& sql, const PgParams& params, bool prepare);
+    // Drops the queued statements a rollback (`rollback`: its SQL) undoes; true when the rollback
+    // itself need not be sent.
+    bool dropUndone(const std::string& rollback);
     PgResult sendPipeline(const std::vector<Queued>& queued, const std::string& sql, const PgParams& params,
                           bool prepare);
     // Readies a new connection: notices ignored, non-blocking sends, the session setup run.

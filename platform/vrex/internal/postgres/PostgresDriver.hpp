@@ -55,9 +55,14 @@ public:
     bool beginRead() override;
     bool commit() override { return connection_.commit(); }
     bool rollback() override { return connection_.exec("ROLLBACK"); }
-    bool savepoint(const std::string& name) override { return connection_.exec("SAVEPOINT " + name); }
+    // Savepoints and their releases go with the next statement.
+    bool savepoint(const std::string& name) override {
+        connection_.queue("SAVEPOINT " + name);
+        return true;
+    }
     bool releaseSavepoint(const std::string& name) override {
-        return connection_.exec("RELEASE SAVEPOINT " + name);
+        connection_.queue("RELEASE SAVEPOINT " + name);
+        return true;
     }
     bool rollbackToSavepoint(const std::string& name) override {
         return connection_.exec("ROLLBACK TO SAVEPOINT " + name);
