@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <utility>
 
 #include "vrex/internal/postgres/PostgresSchema.hpp"
@@ -98,6 +99,7 @@ std::string PostgresDriver::sessionSetup(const RepositoryOptions& options) const
 // with the transaction's first statement.
 bool PostgresDriver::beginWrite() {
     writing_ = !readOnly_;
+    lockedRows_.clear();
     if (!begin("BEGIN")) return false;
     if (writing_) connection_.queue("SELECT pg_advisory_xact_lock_shared($1)", PgParams().int64(names_.registryLockKey()));
     return true;
@@ -105,6 +107,7 @@ bool PostgresDriver::beginWrite() {
 
 bool PostgresDriver::beginRead() {
     writing_ = false;
+    lockedRows_.clear();
     return begin("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY");
 }
 
@@ -156,6 +159,22 @@ bool PostgresDriver::reserveId(const ClassInfo& cls, std::int64_t& id) {
     if (!next.ok() || next.rows() != 1) return false;
     id = next.int64(0, 0);
     return true;
+}
+
+bool PostgresDriver::commit() {
+    lockedRows_.clear();
+    return connection_.commit();
+}
+
+bool PostgresDriver::rollback() {
+    lockedRows_.clear();
+    return connection_.exec("ROLLBACK");
+}
+
+// What the transaction wrote since the savepoint is undone: the rows kept may be wrong now.
+bool PostgresDriver::rollbackToSavepoint(const std::string& name) {
+    lockedRows_.clear();
+    return connection_.exec("ROLLBACK TO SAVEPOINT " + name);
 }
 
 // 40P01: deadlock_detected, 40001: serialization_failure.
@@ -220,35 +239,60 @@ bool PostgresDriver::lockSearchedValues(const MatchConstraints& constraints) {
     return !keys.empty();
 }
 
-// A search under a value's lock that finds nothing is mostly followed by the creation of an
-// object with that value: its id comes back with the search (the second column tells it apart).
+// The rows found come whole, kept in lockedRows_: a merge reads them without asking again. A
+// search under a value's lock that finds nothing is mostly followed by the creation of an object
+// with that value: its id comes back with the search instead (the last column tells it apart).
 // The lock was taken by a statement of its own before: this one's snapshot sees every commit
 // made under the lock.
 bool PostgresDriver::findReserving(const ClassInfo& cls, const std::string& where, PgParams& params,
                                    std::vector<std::int64_t>& ids) {
     std::int64_t& reserved = reservedIds_[cls.index];
-    std::string sql = "SELECT \"_id\"" + where;
+    std::string columns = "\"_id\"";
+    std::string unset;
+    for (const auto& property : cls.properties) {
+        columns += ", " + PostgresNames::quotedColumn(*property);
+        unset += ", NULL";
+    }
+    std::string sql = "SELECT " + columns + ", false" + where;
     if (reserved == 0) {
         params.copy(names_.qualifiedTable(cls));
-        sql = "WITH found AS (" + sql + ") SELECT \"_id\", false FROM found UNION ALL SELECT nextval(pg_get_serial_sequence($" +
-              std::to_string(params.count()) + "::text, '_id')), true WHERE NOT EXISTS (SELECT FROM found)";
+        sql = "WITH found AS (SELECT " + columns + where + ") SELECT *, false FROM found UNION ALL " +
+              "SELECT nextval(pg_get_serial_sequence($" + std::to_string(params.count()) + "::text, '_id'))" + unset +
+              ", true WHERE NOT EXISTS (SELECT FROM found)";
     }
     PgResult rows = connection_.query(sql, params);
     if (!rows.ok()) return false;
     const std::size_t first = ids.size();
+    const int reservation = static_cast<int>(cls.properties.size()) + 1;
     for (int row = 0; row < rows.rows(); ++row) {
-        if (reserved == 0 && rows.boolean(row, 1)) {
-            reserved = rows.int64(row, 0);
-        } else {
-            ids.push_back(rows.int64(row, 0));
+        const std::int64_t id = rows.int64(row, 0);
+        if (rows.boolean(row, reservation)) {
+            reserved = id;
+            continue;
+        }
+        ids.push_back(id);
+        std::vector<std::optional<std::string>>& texts = lockedRows_[{cls.index, id}];
+        texts.clear();
+        for (int column = 1; column < reservation; ++column) {
+            texts.push_back(rows.isNull(row, column) ? std::nullopt : std::optional<std::string>(rows.bytes(row, column)));
         }
     }
     std::sort(ids.begin() + static_cast<std::ptrdiff_t>(first), ids.end());
     return true;
 }
 
+std::vector<std::optional<std::string>>* PostgresDriver::lockedRow(const ClassInfo& cls, std::int64_t id) {
+    if (!isWriting() || connection_.isAborted()) return nullptr;
+    auto found = lockedRows_.find({cls.index, id});
+    return found != lockedRows_.end() ? &found->second : nullptr;
+}
+
 Driver::RowResult PostgresDriver::readProperty(const PropertyInfo& property, std::int64_t id,
                                                std::optional<std::string>& text) {
+    if (const auto* row = lockedRow(*property.owner, id)) {
+        text = (*row)[property.position];
+        return RowResult::Done;
+    }
     PgResult row = connection_.query("SELECT " + PostgresNames::quotedColumn(property) + " FROM " +
                                          names_.qualifiedTable(*property.owner) + " WHERE \"_id\" = $1",
                                      PgParams().int64(id));
@@ -262,13 +306,18 @@ Driver::RowResult PostgresDriver::writeProperty(const PropertyInfo& property, st
                                                 const std::optional<std::string>& text) {
     PgParams params;
     if (text) {
-        params.bytes(*text);
+        params.copy(*text);
     } else {
         params.null();
     }
     params.int64(id);
     const std::string sql = "UPDATE " + names_.qualifiedTable(*property.owner) + " SET " +
                             PostgresNames::quotedColumn(property) + " = $1 WHERE \"_id\" = $2";
+    if (auto* row = lockedRow(*property.owner, id)) {  // it exists: the update goes with the next statement
+        (*row)[property.position] = text;
+        connection_.queue(sql, std::move(params));
+        return RowResult::Done;
+    }
     long changed = 0;
     const bool written = inWriteTransaction([&] {
         PgResult result = connection_.query(sql, params);
@@ -298,6 +347,7 @@ bool PostgresDriver::readRows(const ClassInfo& cls, const std::vector<const Prop
 }
 
 Driver::RowResult PostgresDriver::deleteObject(const ClassInfo& cls, std::int64_t id) {
+    lockedRows_.erase({cls.index, id});
     PgResult deleted =
         connection_.query("DELETE FROM " + names_.qualifiedTable(cls) + " WHERE \"_id\" = $1", PgParams().int64(id));
     if (!deleted.ok()) return RowResult::Failed;

@@ -1,7 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
 #include <string>
 
 #include "vrex/RepositoryOptions.hpp"
@@ -25,9 +29,10 @@ namespace vrex::internal {
 // object most likely created next (reserveId). Readers never wait (a read transaction is one
 // REPEATABLE READ snapshot).
 //
-// Round trips: a transaction's begin, its locks and inserts are queued and go with the next
-// statement (see PgConnection::queue), so a registration that creates an entry costs two round
-// trips (begin + lock + search, insert + commit).
+// Round trips: a transaction's begin, its locks, savepoints, inserts and the updates of rows found
+// under a key's lock are queued and go with the next statement (see PgConnection::queue), and a
+// search under a key's lock brings the rows it finds whole: a registration costs two round trips
+// (begin + locks + search, then insert or update + commit).
 //
 // Waiting for a lock is bounded by Options::busyTimeoutMs (lock_timeout), every statement by the
 // statement limit (busy timeout plus Options::statementMarginMs: the server's
@@ -53,8 +58,8 @@ public:
     bool isInTransaction() const override { return connection_.isInTransaction(); }
     bool beginWrite() override;
     bool beginRead() override;
-    bool commit() override { return connection_.commit(); }
-    bool rollback() override { return connection_.exec("ROLLBACK"); }
+    bool commit() override;
+    bool rollback() override;
     // Savepoints and their releases go with the next statement.
     bool savepoint(const std::string& name) override {
         connection_.queue("SAVEPOINT " + name);
@@ -64,9 +69,7 @@ public:
         connection_.queue("RELEASE SAVEPOINT " + name);
         return true;
     }
-    bool rollbackToSavepoint(const std::string& name) override {
-        return connection_.exec("ROLLBACK TO SAVEPOINT " + name);
-    }
+    bool rollbackToSavepoint(const std::string& name) override;
 
     bool insertObject(const ClassInfo& cls, std::int64_t& id) override;
     bool largestId(const ClassInfo& cls, std::int64_t& id) override;
@@ -112,6 +115,9 @@ private:
     // id of `cls` in the same statement.
     bool findReserving(const ClassInfo& cls, const std::string& where, PgParams& params,
                        std::vector<std::int64_t>& ids);
+    // The property texts of an object a search found under its key's lock in the open write
+    // transaction, as the transaction last wrote them; null for any other object.
+    std::vector<std::optional<std::string>>* lockedRow(const ClassInfo& cls, std::int64_t id);
 
     PostgresUri uri_;
     const Metamodel& metamodel_;
@@ -121,6 +127,10 @@ private:
     PgConnection connection_;
     bool writing_ = false;                  // the open transaction is a write transaction
     std::vector<std::int64_t> reservedIds_;  // by ClassInfo::index: an id reserved, 0: none
+    // By (ClassInfo::index, id): the rows found under their key's lock in the open write
+    // transaction, their texts by PropertyInfo::position. Every writer of a key searches it
+    // first, so no other connection changes them before the transaction ends.
+    std::map<std::pair<std::size_t, std::int64_t>, std::vector<std::optional<std::string>>> lockedRows_;
 };
 
 }  // namespace vrex::internal
