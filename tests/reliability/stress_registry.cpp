@@ -86,12 +86,6 @@ unsigned runWriters(const Plan& plan) {
     return refused;
 }
 
-bool hasFlag(int argc, char** argv, const char* name) {
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], name) == 0) return true;
-    }
-    return false;
-}
 
 }  // namespace
 
@@ -102,7 +96,8 @@ int main(int argc, char** argv) {
     }
     scm_test::TestRegistry made;
     const Plan plan{optionNumber(argc, argv, "--processes", 4), optionNumber(argc, argv, "--entries", 1000),
-                    hasFlag(argc, argv, "--own-keys"), made.location()};
+                    std::any_of(argv + 1, argv + argc, [](const char* a) { return std::strcmp(a, "--own-keys") == 0; }),
+                    made.location()};
 
     const auto started = std::chrono::steady_clock::now();
     const unsigned refused = runWriters(plan);

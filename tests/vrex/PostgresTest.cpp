@@ -250,7 +250,7 @@ TEST_F(PostgresTest, AWriterAbortedByADeadlockIsRunAgain) {
     for (Writer& writer : writers) ASSERT_EQ(openRepository(writer.repository, uri_), "");
     const auto write = [&](int self) {
         Writer& writer = writers[self];
-        std::shared_future<void> otherLockedFirst = writers[1 - self].lockedFirst.get_future().share();
+        std::future<void> otherLockedFirst = writers[1 - self].lockedFirst.get_future();
         Category utilities(writer.repository, "SCM_UTILITIES");
         tvdiag::util::diagnostics diagnostics;
         writer.repository.performDictionaryFunction(
