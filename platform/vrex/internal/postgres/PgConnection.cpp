@@ -92,8 +92,7 @@ void PgConnection::close() {
     PQfinish(connection_);  // the server rolls back whatever is open
     connection_ = nullptr;
     statementNames_.clear();
-    queued_.clear();
-    beginQueued_ = false;
+    dropQueued();
 }
 
 bool PgConnection::isInTransaction() const {
@@ -110,6 +109,11 @@ void PgConnection::beginWithNext(const std::string& sql) {
 }
 
 void PgConnection::queue(const std::string& sql, PgParams params) { queued_.push_back({sql, std::move(params)}); }
+
+void PgConnection::dropQueued() {
+    queued_.clear();
+    beginQueued_ = false;
+}
 
 bool PgConnection::exec(const std::string& sql) {
     if (connection_ == nullptr || refuseInAbortedTransaction(sql)) return false;
@@ -132,8 +136,7 @@ bool PgConnection::dropUndone(const std::string& rollback) {
         }
     }
     const bool unsent = beginQueued_ && savepoint.empty();
-    queued_.clear();
-    beginQueued_ = false;
+    dropQueued();
     return unsent;
 }
 
@@ -148,7 +151,9 @@ PgResult PgConnection::query(const std::string& sql, const PgParams& params) {
 
 // A round trip that begins a transaction and does not commit one changed nothing that stays
 // when the connection was lost under it: it is sent again on a new connection.
+// A statement that cannot be prepared leaves the queue as it was: nothing of it was sent.
 PgResult PgConnection::sendWithQueued(const std::string& sql, const PgParams& params, bool prepare) {
+    if (prepare && prepared(sql, params.count()) == nullptr) return PgResult();
     const std::vector<Queued> queued = std::exchange(queued_, {});
     const bool begins = std::exchange(beginQueued_, false);
     PgResult result = sendPipeline(queued, sql, params, prepare);
@@ -304,10 +309,15 @@ bool PgConnection::refuseInAbortedTransaction(const std::string& sql) {
 }
 
 // COMMIT of an aborted transaction rolls it back and answers success: that must read as a failure.
+// A transaction of which nothing but the begin is queued has nothing to commit.
 bool PgConnection::commit() {
     if (refuseInAbortedTransaction("COMMIT")) {
         endAborted();
         return false;
+    }
+    if (beginQueued_ && queued_.size() == 1) {
+        dropQueued();
+        return true;
     }
     return exec("COMMIT");
 }

@@ -99,6 +99,7 @@ private:
     // Sends what is queued and then `sql` (prepared when `prepare`) in one round trip; the answer
     // is the result of `sql`, or the first failure.
     PgResult sendWithQueued(const std::string& sql, const PgParams& params, bool prepare);
+    void dropQueued();
     // Drops the queued statements a rollback (`rollback`: its SQL) undoes; true when the rollback
     // itself need not be sent.
     bool dropUndone(const std::string& rollback);
