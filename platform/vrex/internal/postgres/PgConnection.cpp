@@ -183,7 +183,12 @@ PgResult PgConnection::sendPipeline(const std::vector<Queued>& queued, const std
                                                         nullptr, 1)) == 1;
     sent = sent && PQpipelineSync(connection_) == 1;
     PgResult result = answer(sent);
-    if (connection_ != nullptr) PQexitPipelineMode(connection_);
+    // A pipeline left half sent cannot be ended: neither can the connection then be used.
+    if (connection_ != nullptr && PQexitPipelineMode(connection_) != 1) {
+        const std::string reason = lastError_;
+        close();
+        lastError_ = reason;
+    }
     return result;
 }
 
