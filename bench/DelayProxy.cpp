@@ -132,7 +132,8 @@ int main(int argc, char** argv) {
         return 2;
     }
     const int targetPort = std::atoi(argv[1]);
-    const auto delay = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double, std::milli>(std::atof(argv[2])));
+    const auto delay =
+        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double, std::milli>(std::atof(argv[2])));
     const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address = loopback(0);
     socklen_t length = sizeof address;

@@ -98,10 +98,10 @@ void SCMVrexDataCacheManager::writeOrKeep(Entries& batch) {
     batch.clear();
 }
 
-// Creates or merges each cached entry in key order (see inKeyOrder). The diagnostics list is shared by the whole
-// batch and never cleared in between: after a failed write every later entry takes the creating
-// branch, and the failed batch is rolled back as a whole by the dictionary function.
-// Entries whose stored record refuses them are added to `refused`.
+// Creates or merges each cached entry in key order (see inKeyOrder). The diagnostics list is
+// shared by the whole batch and never cleared in between: after a failed write every later entry
+// takes the creating branch, and the failed batch is rolled back as a whole by the dictionary
+// function. Entries whose stored record refuses them are added to `refused`.
 void SCMVrexDataCacheManager::writeBatch(const Entries& batch, std::vector<SCMCachedEntry>& refused,
                                          tvdiag::util::diagnostics& diagnostics) {
     const vrex::MetamodelRef metamodel = repository_->metamodel(diagnostics);

@@ -101,7 +101,9 @@ bool PostgresDriver::beginWrite() {
     writing_ = !readOnly_;
     lockedRows_.clear();
     if (!begin("BEGIN")) return false;
-    if (writing_) connection_.queue("SELECT pg_advisory_xact_lock_shared($1)", PgParams().int64(names_.registryLockKey()));
+    if (writing_) {
+        connection_.queue("SELECT pg_advisory_xact_lock_shared($1)", PgParams().int64(names_.registryLockKey()));
+    }
     return true;
 }
 
@@ -274,7 +276,8 @@ bool PostgresDriver::findReserving(const ClassInfo& cls, const std::string& wher
         std::vector<std::optional<std::string>>& texts = lockedRows_[{cls.index, id}];
         texts.clear();
         for (int column = 1; column < reservation; ++column) {
-            texts.push_back(rows.isNull(row, column) ? std::nullopt : std::optional<std::string>(rows.bytes(row, column)));
+            texts.push_back(rows.isNull(row, column) ? std::nullopt
+                                                     : std::optional<std::string>(rows.bytes(row, column)));
         }
     }
     std::sort(ids.begin() + static_cast<std::ptrdiff_t>(first), ids.end());
