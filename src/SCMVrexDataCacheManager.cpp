@@ -43,6 +43,23 @@ std::vector<const SCMVrexDataCacheManager::Entries::value_type*> inKeyOrder(
     return ordered;
 }
 
+// Readies the look-ups of the batch's keys, one category at a time in key order: on a server one
+// round trip per category instead of one per entry (see DataModelRepository::prepareLookUps).
+void prepareLookUps(vrex::DataModelRepository& repository, const SCMCategoryClasses& categories,
+                    const std::vector<const SCMVrexDataCacheManager::Entries::value_type*>& ordered,
+                    tvdiag::util::diagnostics& diagnostics) {
+    for (std::size_t first = 0, next = 0; first < ordered.size(); first = next) {
+        const std::string type = ordered[first]->first->getTypeString();
+        std::vector<std::string> checksums;
+        for (; next < ordered.size() && ordered[next]->first->getTypeString() == type; ++next) {
+            checksums.push_back(ordered[next]->first->getChecksum());
+        }
+        const SCMCategoryClasses::Category& category = categories.of(type);
+        if (category.entryClass.isNull() || category.checksum.isNull()) continue;
+        repository.prepareLookUps(category.entryClass, category.checksum, checksums, diagnostics);
+    }
+}
+
 }  // namespace
 
 SCMVrexDataCacheManager::SCMVrexDataCacheManager(vrex::DataModelRepository* repository,
@@ -106,7 +123,9 @@ void SCMVrexDataCacheManager::writeBatch(const Entries& batch, std::vector<SCMCa
                                          tvdiag::util::diagnostics& diagnostics) {
     const vrex::MetamodelRef metamodel = repository_->metamodel(diagnostics);
     const SCMCategoryClasses categories(metamodel.findPackage("SCM"));
-    for (const auto* entry : inKeyOrder(batch)) {
+    const std::vector<const Entries::value_type*> ordered = inKeyOrder(batch);
+    prepareLookUps(*repository_, categories, ordered, diagnostics);
+    for (const auto* entry : ordered) {
         const auto& [identity, data] = *entry;
         const SCMCategoryClasses::Category& category = categories.of(identity->getTypeString());
 

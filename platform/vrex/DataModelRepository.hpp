@@ -121,6 +121,15 @@ public:
     // Replaces `result` with the objects of `cls` that meet every constraint (all objects for no
     // constraints), in creation order. Constraints must name text properties of `cls`. On error
     // `result` is empty.
+    // Readies, inside a write transaction, the look-ups that follow of each of `values` in the
+    // text property `property` of `cls` (a batch about to look up its keys): on a PostgreSQL
+    // server it locks the values and reads their objects in one round trip, so that those
+    // look-ups ask the server nothing; elsewhere it does nothing. Look-ups find the same objects
+    // with or without it. Values are locked in one order: a transaction that readies several
+    // classes should ready them in a fixed order too.
+    void prepareLookUps(const ClassRef& cls, const PropertyRef& property, const std::vector<std::string>& values,
+                        tvdiag::util::diagnostics& diagnostics);
+
     void findObjects(const ClassRef& cls, const MatchConstraints& constraints,
                      std::vector<ObjectRef>& result, tvdiag::util::diagnostics& diagnostics);
 

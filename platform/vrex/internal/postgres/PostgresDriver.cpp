@@ -60,7 +60,7 @@ PostgresDriver::PostgresDriver(const std::string& uri, const Metamodel& metamode
       metamodel_(metamodel),
       names_(metamodel),
       readOnly_(readOnly),
-      reservedIds_(metamodel.classes().size(), 0) {}
+      reservedIds_(metamodel.classes().size()) {}
 
 // TCP keepalives notice a server that vanished without closing the connection within about
 // 30 s, where libpq would otherwise wait for its answer for ever.
@@ -99,7 +99,7 @@ std::string PostgresDriver::sessionSetup(const RepositoryOptions& options) const
 // with the transaction's first statement.
 bool PostgresDriver::beginWrite() {
     writing_ = !readOnly_;
-    lockedRows_.clear();
+    forgetRows();
     if (!begin("BEGIN")) return false;
     if (writing_) {
         connection_.queue("SELECT pg_advisory_xact_lock_shared($1)", PgParams().int64(names_.registryLockKey()));
@@ -109,7 +109,7 @@ bool PostgresDriver::beginWrite() {
 
 bool PostgresDriver::beginRead() {
     writing_ = false;
-    lockedRows_.clear();
+    forgetRows();
     return begin("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY");
 }
 
@@ -154,8 +154,12 @@ bool PostgresDriver::largestId(const ClassInfo& cls, std::int64_t& id) {
 
 // The id found reserved by a search, else a new one.
 bool PostgresDriver::reserveId(const ClassInfo& cls, std::int64_t& id) {
-    id = std::exchange(reservedIds_[cls.index], 0);
-    if (id > 0) return true;
+    std::deque<std::int64_t>& reserved = reservedIds_[cls.index];
+    if (!reserved.empty()) {
+        id = reserved.front();
+        reserved.pop_front();
+        return true;
+    }
     PgResult next = connection_.query("SELECT nextval(pg_get_serial_sequence($1::text, '_id'))",
                                       PgParams().copy(names_.qualifiedTable(cls)));
     if (!next.ok() || next.rows() != 1) return false;
@@ -164,18 +168,19 @@ bool PostgresDriver::reserveId(const ClassInfo& cls, std::int64_t& id) {
 }
 
 bool PostgresDriver::commit() {
-    lockedRows_.clear();
+    forgetRows();
     return connection_.commit();
 }
 
 bool PostgresDriver::rollback() {
-    lockedRows_.clear();
+    forgetRows();
     return connection_.exec("ROLLBACK");
 }
 
-// What the transaction wrote since the savepoint is undone: the rows kept may be wrong now.
+// What the transaction wrote and locked since the savepoint is undone: what it knows of rows and
+// look-ups may be wrong now.
 bool PostgresDriver::rollbackToSavepoint(const std::string& name) {
-    lockedRows_.clear();
+    forgetRows();
     return connection_.exec("ROLLBACK TO SAVEPOINT " + name);
 }
 
@@ -205,6 +210,11 @@ bool PostgresDriver::insertWholeObject(const ClassInfo& cls, std::int64_t id,
     const std::string sql = "INSERT INTO " + names_.qualifiedTable(cls) + " (" + columns + ") VALUES (" + values + ")";
     if (!connection_.isInTransaction()) return connection_.query(sql, params).ok();
     connection_.queue(sql, std::move(params));
+    for (const auto& property : cls.properties) {
+        const auto& text = texts[property->position];
+        auto known = text ? knownLookUps_.find({cls.index, property->position, *text}) : knownLookUps_.end();
+        if (known != knownLookUps_.end()) known->second.push_back(id);
+    }
     return true;
 }
 
@@ -219,6 +229,14 @@ bool PostgresDriver::findObjects(const ClassInfo& cls, const MatchConstraints& c
                  (equals ? " = $" : " IS DISTINCT FROM $") + std::to_string(i + 1);
         params.bytes(all[i].value);
     }
+    if (isWriting() && !connection_.isAborted()) {
+        if (const std::vector<std::int64_t>* known = knownLookUp(cls, constraints)) {
+            const std::size_t first = ids.size();
+            ids.insert(ids.end(), known->begin(), known->end());
+            std::sort(ids.begin() + static_cast<std::ptrdiff_t>(first), ids.end());
+            return true;
+        }
+    }
     if (isWriting() && lockSearchedValues(constraints)) return findReserving(cls, where, params, ids);
     PgResult rows = connection_.query("SELECT \"_id\"" + where + " ORDER BY \"_id\"", params);
     if (!rows.ok()) return false;
@@ -227,7 +245,6 @@ bool PostgresDriver::findObjects(const ClassInfo& cls, const MatchConstraints& c
     return true;
 }
 
-// Ascending keys: two transactions that lock the same values lock them in the same order.
 bool PostgresDriver::lockSearchedValues(const MatchConstraints& constraints) {
     std::vector<std::int64_t> keys;
     for (const auto& constraint : constraints.constraints()) {
@@ -235,11 +252,31 @@ bool PostgresDriver::lockSearchedValues(const MatchConstraints& constraints) {
         if (constraint.relation != PropertyValueMatchRelation::Equals || !property.indexed) continue;
         keys.push_back(names_.valueLockKey(property, constraint.value));
     }
+    lockKeys(keys);
+    return !keys.empty();
+}
+
+// Ascending keys: two transactions that lock the same values lock them in the same order.
+void PostgresDriver::lockKeys(std::vector<std::int64_t> keys) {
     std::sort(keys.begin(), keys.end());
     keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
     for (std::int64_t key : keys) connection_.queue("SELECT pg_advisory_xact_lock($1)", PgParams().int64(key));
-    return !keys.empty();
 }
+
+namespace {
+
+// The columns of a search that keeps the rows it finds: "_id", then every property of `cls`; and
+// as many NULLs as properties, for a row that only reserves an id.
+std::string rowColumns(const ClassInfo& cls, std::string& unset) {
+    std::string columns = "\"_id\"";
+    for (const auto& property : cls.properties) {
+        columns += ", " + PostgresNames::quotedColumn(*property);
+        unset += ", NULL";
+    }
+    return columns;
+}
+
+}  // namespace
 
 // The rows found come whole, kept in lockedRows_: a merge reads them without asking again. A
 // search under a value's lock that finds nothing is mostly followed by the creation of an object
@@ -248,15 +285,10 @@ bool PostgresDriver::lockSearchedValues(const MatchConstraints& constraints) {
 // made under the lock.
 bool PostgresDriver::findReserving(const ClassInfo& cls, const std::string& where, PgParams& params,
                                    std::vector<std::int64_t>& ids) {
-    std::int64_t& reserved = reservedIds_[cls.index];
-    std::string columns = "\"_id\"";
     std::string unset;
-    for (const auto& property : cls.properties) {
-        columns += ", " + PostgresNames::quotedColumn(*property);
-        unset += ", NULL";
-    }
+    const std::string columns = rowColumns(cls, unset);
     std::string sql = "SELECT " + columns + ", false" + where;
-    if (reserved == 0) {
+    if (reservedIds_[cls.index].empty()) {
         params.copy(names_.qualifiedTable(cls));
         sql = "WITH found AS (SELECT " + columns + where + ") SELECT *, false FROM found UNION ALL " +
               "SELECT nextval(pg_get_serial_sequence($" + std::to_string(params.count()) + "::text, '_id'))" + unset +
@@ -265,23 +297,86 @@ bool PostgresDriver::findReserving(const ClassInfo& cls, const std::string& wher
     PgResult rows = connection_.query(sql, params);
     if (!rows.ok()) return false;
     const std::size_t first = ids.size();
-    const int reservation = static_cast<int>(cls.properties.size()) + 1;
-    for (int row = 0; row < rows.rows(); ++row) {
-        const std::int64_t id = rows.int64(row, 0);
-        if (rows.boolean(row, reservation)) {
-            reserved = id;
-            continue;
-        }
-        ids.push_back(id);
-        std::vector<std::optional<std::string>>& texts = lockedRows_[{cls.index, id}];
-        texts.clear();
-        for (int column = 1; column < reservation; ++column) {
-            texts.push_back(rows.isNull(row, column) ? std::nullopt
-                                                     : std::optional<std::string>(rows.bytes(row, column)));
-        }
-    }
+    for (int row = 0; row < rows.rows(); ++row) keepRow(cls, rows, row, ids);
     std::sort(ids.begin() + static_cast<std::ptrdiff_t>(first), ids.end());
     return true;
+}
+
+// The values are locked in the order of their keys, then looked up in one statement that also
+// reserves an id for each value not found: the searches and creations of a batch that follow
+// ask the server nothing (see knownLookUp). Values known already are left out.
+bool PostgresDriver::prepareLookUps(const ClassInfo& cls, const PropertyInfo& property,
+                                    const std::vector<std::string>& values) {
+    if (!isWriting() || !property.indexed) return true;
+    std::vector<std::pair<std::int64_t, const std::string*>> wanted;
+    for (const std::string& value : values) {
+        if (knownLookUps_.count({cls.index, property.position, value}) == 0) {
+            wanted.emplace_back(names_.valueLockKey(property, value), &value);
+        }
+    }
+    std::sort(wanted.begin(), wanted.end(), [](const auto& a, const auto& b) { return *a.second < *b.second; });
+    wanted.erase(std::unique(wanted.begin(), wanted.end(),
+                             [](const auto& a, const auto& b) { return *a.second == *b.second; }),
+                 wanted.end());
+    if (wanted.empty()) return true;
+    PgParams params;
+    std::string list;
+    std::vector<std::int64_t> keys;
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        keys.push_back(wanted[i].first);
+        list += (i == 0 ? "($" : ", ($") + std::to_string(i + 1) + "::bytea)";
+        params.bytes(*wanted[i].second);
+    }
+    lockKeys(keys);
+    params.copy(names_.qualifiedTable(cls));
+    std::string unset;
+    const std::string columns = rowColumns(cls, unset);
+    const std::string column = PostgresNames::quotedColumn(property);
+    PgResult rows = connection_.query(
+        "WITH wanted(v) AS (VALUES " + list + "), found AS (SELECT " + columns + " FROM " +
+            names_.qualifiedTable(cls) + " WHERE " + column + " IN (SELECT v FROM wanted)) SELECT *, false FROM found " +
+            "UNION ALL SELECT nextval(pg_get_serial_sequence($" + std::to_string(params.count()) + "::text, '_id'))" +
+            unset + ", true FROM wanted WHERE NOT EXISTS (SELECT FROM found WHERE found." + column + " = wanted.v)",
+        params);
+    if (!rows.ok()) return false;
+    for (const auto& value : wanted) knownLookUps_[{cls.index, property.position, *value.second}];
+    for (int row = 0; row < rows.rows(); ++row) {
+        std::vector<std::int64_t> found;
+        if (keepRow(cls, rows, row, found)) continue;
+        const std::optional<std::string>& text = lockedRows_[{cls.index, found.front()}][property.position];
+        if (text) knownLookUps_[{cls.index, property.position, *text}].push_back(found.front());
+    }
+    std::sort(reservedIds_[cls.index].begin(), reservedIds_[cls.index].end());
+    return true;
+}
+
+bool PostgresDriver::keepRow(const ClassInfo& cls, const PgResult& rows, int row, std::vector<std::int64_t>& ids) {
+    const std::int64_t id = rows.int64(row, 0);
+    const int reservation = static_cast<int>(cls.properties.size()) + 1;
+    if (rows.boolean(row, reservation)) {
+        reservedIds_[cls.index].push_back(id);
+        return true;
+    }
+    ids.push_back(id);
+    std::vector<std::optional<std::string>>& texts = lockedRows_[{cls.index, id}];
+    texts.clear();
+    for (int column = 1; column < reservation; ++column) {
+        texts.push_back(rows.isNull(row, column) ? std::nullopt : std::optional<std::string>(rows.bytes(row, column)));
+    }
+    return false;
+}
+
+const std::vector<std::int64_t>* PostgresDriver::knownLookUp(const ClassInfo& cls,
+                                                             const MatchConstraints& constraints) const {
+    const auto& all = constraints.constraints();
+    if (all.size() != 1 || all[0].relation != PropertyValueMatchRelation::Equals) return nullptr;
+    auto known = knownLookUps_.find({cls.index, RefAccess::info(all[0].property)->position, all[0].value});
+    return known != knownLookUps_.end() ? &known->second : nullptr;
+}
+
+void PostgresDriver::forgetRows() {
+    lockedRows_.clear();
+    knownLookUps_.clear();
 }
 
 std::vector<std::optional<std::string>>* PostgresDriver::lockedRow(const ClassInfo& cls, std::int64_t id) {
@@ -316,6 +411,7 @@ Driver::RowResult PostgresDriver::writeProperty(const PropertyInfo& property, st
     params.int64(id);
     const std::string sql = "UPDATE " + names_.qualifiedTable(*property.owner) + " SET " +
                             PostgresNames::quotedColumn(property) + " = $1 WHERE \"_id\" = $2";
+    if (property.indexed) knownLookUps_.clear();  // the object may hold another value now
     if (auto* row = lockedRow(*property.owner, id)) {  // it exists: the update goes with the next statement
         (*row)[property.position] = text;
         connection_.queue(sql, std::move(params));
@@ -351,6 +447,7 @@ bool PostgresDriver::readRows(const ClassInfo& cls, const std::vector<const Prop
 
 Driver::RowResult PostgresDriver::deleteObject(const ClassInfo& cls, std::int64_t id) {
     lockedRows_.erase({cls.index, id});
+    knownLookUps_.clear();
     PgResult deleted =
         connection_.query("DELETE FROM " + names_.qualifiedTable(cls) + " WHERE \"_id\" = $1", PgParams().int64(id));
     if (!deleted.ok()) return RowResult::Failed;

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <optional>
+#include <tuple>
 #include <utility>
 #include <vector>
 #include <string>
@@ -77,6 +79,8 @@ public:
     bool lostToConflict() const override;
     bool insertWholeObject(const ClassInfo& cls, std::int64_t id,
                            const std::vector<std::optional<std::string>>& texts) override;
+    bool prepareLookUps(const ClassInfo& cls, const PropertyInfo& property,
+                        const std::vector<std::string>& values) override;
     bool findObjects(const ClassInfo& cls, const MatchConstraints& constraints,
                      std::vector<std::int64_t>& ids) override;
     RowResult readProperty(const PropertyInfo& property, std::int64_t id,
@@ -111,6 +115,15 @@ private:
     // Queues the locks of the values `constraints` look for in indexed properties, in the order
     // of their keys; false when there are none.
     bool lockSearchedValues(const MatchConstraints& constraints);
+    // Queues the locks of `keys` (see PostgresNames::valueLockKey), ascending, each once.
+    void lockKeys(std::vector<std::int64_t> keys);
+    // The ids prepareLookUps knows for a search of one value; null when it does not know them.
+    const std::vector<std::int64_t>* knownLookUp(const ClassInfo& cls, const MatchConstraints& constraints) const;
+    // Keeps the rows of a search under their keys' locks (see lockedRows_); the ids of
+    // `reservation` rows are reserved instead. True for a reservation row.
+    bool keepRow(const ClassInfo& cls, const PgResult& rows, int row, std::vector<std::int64_t>& ids);
+    // Forgets what the open transaction knows of rows and look-ups (its end, an undo).
+    void forgetRows();
     // Finds the objects of `cls` that meet `where` and, when there are none, reserves the next
     // id of `cls` in the same statement.
     bool findReserving(const ClassInfo& cls, const std::string& where, PgParams& params,
@@ -126,11 +139,15 @@ private:
     int busyTimeoutMs_ = 0;  // for messages: how long a statement waits for a lock
     PgConnection connection_;
     bool writing_ = false;                  // the open transaction is a write transaction
-    std::vector<std::int64_t> reservedIds_;  // by ClassInfo::index: an id reserved, 0: none
+    std::vector<std::deque<std::int64_t>> reservedIds_;  // by ClassInfo::index: ids reserved, ascending
     // By (ClassInfo::index, id): the rows found under their key's lock in the open write
     // transaction, their texts by PropertyInfo::position. Every writer of a key searches it
     // first, so no other connection changes them before the transaction ends.
     std::map<std::pair<std::size_t, std::int64_t>, std::vector<std::optional<std::string>>> lockedRows_;
+    // By (ClassInfo::index, PropertyInfo::position, value): the ids of the objects holding each
+    // value prepareLookUps locked and read in the open write transaction, kept up to date by its
+    // inserts; forgotten when an indexed property is written or an object deleted.
+    std::map<std::tuple<std::size_t, std::size_t, std::string>, std::vector<std::int64_t>> knownLookUps_;
 };
 
 }  // namespace vrex::internal

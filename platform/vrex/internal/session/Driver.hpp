@@ -72,6 +72,12 @@ public:
     // ascending.
     virtual bool findObjects(const ClassInfo& cls, const MatchConstraints& constraints,
                              std::vector<std::int64_t>& ids) = 0;
+    // Readies the searches that follow in the open write transaction for each of `values` in
+    // `property` (a text property of `cls`); searches find the same objects with or without it.
+    virtual bool prepareLookUps(const ClassInfo& /*cls*/, const PropertyInfo& /*property*/,
+                                const std::vector<std::string>& /*values*/) {
+        return true;
+    }
     // The stored text of one property (nullopt: unset).
     virtual RowResult readProperty(const PropertyInfo& property, std::int64_t id,
                                    std::optional<std::string>& text) = 0;

@@ -103,6 +103,21 @@ bool RepositoryObjects::writePendingObject(tvdiag::util::diagnostics& diagnostic
     return false;
 }
 
+// Outside a write transaction there is nothing to ready: look-ups lock nothing.
+void RepositoryObjects::prepareLookUps(const ClassRef& cls, const PropertyRef& property,
+                                       const std::vector<std::string>& values,
+                                       tvdiag::util::diagnostics& diagnostics) {
+    const ClassInfo* info = classOf(cls, "look objects up", diagnostics);
+    MatchConstraints constraints;
+    if (!values.empty()) constraints.add(property, PropertyValueMatchRelation::Equals, values.front());
+    if (info == nullptr || !checkConstraints(*info, constraints, diagnostics) || !transactions_.holdsWriteLock() ||
+        !writePendingObject(diagnostics)) {
+        return;
+    }
+    driver_.check(driver_.prepareLookUps(*info, *RefAccess::info(property), values), "vrex:find:failed",
+                  "cannot look up the objects of " + info->name, diagnostics);
+}
+
 void RepositoryObjects::findObjects(const ClassRef& cls, const MatchConstraints& constraints,
                                     std::vector<ObjectRef>& result,
                                     tvdiag::util::diagnostics& diagnostics) {
