@@ -108,9 +108,10 @@ void RepositoryObjects::prepareLookUps(const ClassRef& cls, const PropertyRef& p
                                        const std::vector<std::string>& values,
                                        tvdiag::util::diagnostics& diagnostics) {
     const ClassInfo* info = classOf(cls, "look objects up", diagnostics);
+    if (info == nullptr || values.empty()) return;
     MatchConstraints constraints;
-    if (!values.empty()) constraints.add(property, PropertyValueMatchRelation::Equals, values.front());
-    if (info == nullptr || !checkConstraints(*info, constraints, diagnostics) || !transactions_.holdsWriteLock() ||
+    constraints.add(property, PropertyValueMatchRelation::Equals, values.front());
+    if (!checkConstraints(*info, constraints, diagnostics) || !transactions_.holdsWriteLock() ||
         !writePendingObject(diagnostics)) {
         return;
     }
