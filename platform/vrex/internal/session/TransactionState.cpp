@@ -87,7 +87,8 @@ void TransactionState::performDictionaryFunction(
     }
 }
 
-// Runs fn once; true when a conflict aborted it (it is rolled back, nothing of it reported).
+// Runs fn once; true when a conflict aborted it: it is rolled back, its records left in
+// `diagnostics` for the caller to keep (the last run) or forget (one run again).
 bool TransactionState::runFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn, bool nested,
                                    tvdiag::util::diagnostics& diagnostics) {
     const std::string savepoint = savepointName(functionDepth_ + 1);
