@@ -210,17 +210,37 @@ TEST_F(PostgresTest, ALostConnectionEndsTheTransactionAndTheNextOneConnectsAgain
 
 // Writers lock the keys they search, not the registry: while one holds a key, a writer of
 // another key goes through, a writer of that key waits (until its busy timeout), and once the
-// holder commits the waiter finds the entry instead of making it twice.
+// holder ends the waiter finds the entry instead of making it twice. An explicit transaction,
+// which may write any number of entries, holds the registry alone instead of a lock per key.
 TEST_F(PostgresTest, WritersOfOneKeyTakeTurnsAndWritersOfOtherKeysDoNot) {
     vrex::DataModelRepository holder, impatient, waiter;
     ASSERT_EQ(openRepository(holder, uri_), "");
     ASSERT_EQ(openImpatient(impatient, uri_, 200), "");
     ASSERT_EQ(openRepository(waiter, uri_), "");
+    const auto rescue = [&] { terminate("wait_event_type = 'Lock'"); };
     tvdiag::util::diagnostics diagnostics;
     holder.beginTransaction(diagnostics);
-    ASSERT_EQ(registerUtility(holder, "a"), "");
+    for (const char* key : {"e1", "e2", "e3"}) ASSERT_EQ(registerUtility(holder, key), "");
+    EXPECT_EQ(query("SELECT count(*) FROM pg_locks l JOIN pg_database d ON d.oid = l.database "
+                    "WHERE l.locktype = 'advisory' AND d.datname = current_database()"),
+              "1");
+    const std::string excluded = guarded([&] { return registerUtility(impatient, "b"); }, rescue);
+    EXPECT_NE(excluded.find("locked by another process"), std::string::npos) << excluded;
+    holder.commitTransaction(diagnostics);
 
-    const auto rescue = [&] { terminate("wait_event_type = 'Lock'"); };
+    std::promise<void> holding, release;
+    auto held = std::async(std::launch::async, [&] {
+        tvdiag::util::diagnostics inFunction;
+        holder.performDictionaryFunction(
+            [&](tvdiag::util::diagnostics& inside) {
+                if (registerUtility(holder, "a").empty()) holding.set_value();
+                release.get_future().wait();
+                (void)inside;
+            },
+            inFunction);
+        return inFunction.toString();
+    });
+    holding.get_future().wait();
     EXPECT_EQ(guarded([&] { return registerUtility(impatient, "b"); }, rescue), "");
     const std::string refused = guarded([&] { return registerUtility(impatient, "a"); }, rescue);
     EXPECT_NE(refused.find("locked by another process"), std::string::npos) << refused;
@@ -230,11 +250,12 @@ TEST_F(PostgresTest, WritersOfOneKeyTakeTurnsAndWritersOfOtherKeysDoNot) {
                  true) != "1") {
         ASSERT_EQ(waited.wait_for(std::chrono::milliseconds(10)), std::future_status::timeout) << waited.get();
     }
-    holder.commitTransaction(diagnostics);
+    release.set_value();
+    EXPECT_EQ(held.get(), "");
     EXPECT_EQ(guarded([&] { return waited.get(); }, rescue), "");
     EXPECT_EQ(diagnostics.toString(), "");
     EXPECT_EQ(query("SELECT string_agg(convert_from(checksum, 'UTF8'), ',' ORDER BY checksum) FROM scm.scm_utilities"),
-              "a,b");
+              "a,b,e1,e2,e3");
 }
 
 // Two writers that lock two keys in opposite orders deadlock; the server aborts one, which is

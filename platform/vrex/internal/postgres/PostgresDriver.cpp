@@ -95,14 +95,16 @@ std::string PostgresDriver::sessionSetup(const RepositoryOptions& options) const
 
 // --- transactions ---------------------------------------------------------------------------
 
-// A write transaction shares the registry's lock with the other writers; it and the begin go
-// with the transaction's first statement.
-bool PostgresDriver::beginWrite() {
+// A write transaction shares the registry's lock with the other writers, or holds it alone for
+// the whole registry; the lock and the begin go with the transaction's first statement.
+bool PostgresDriver::beginWrite(WriteScope scope) {
     writing_ = !readOnly_;
+    holdsRegistry_ = writing_ && scope == WriteScope::WholeRegistry;
     forgetRows();
     if (!begin("BEGIN")) return false;
     if (writing_) {
-        connection_.queue("SELECT pg_advisory_xact_lock_shared($1)", PgParams().int64(names_.registryLockKey()));
+        connection_.queue(holdsRegistry_ ? "SELECT pg_advisory_xact_lock($1)" : "SELECT pg_advisory_xact_lock_shared($1)",
+                          PgParams().int64(names_.registryLockKey()));
     }
     return true;
 }
@@ -125,7 +127,7 @@ bool PostgresDriver::begin(const std::string& sql) {
 template <typename Write>
 bool PostgresDriver::inWriteTransaction(Write&& write) {
     if (connection_.isInTransaction()) return write();
-    if (!beginWrite()) return false;
+    if (!beginWrite(WriteScope::PerValue)) return false;
     if (!write()) {
         if (connection_.isInTransaction()) connection_.exec("ROLLBACK");
         return false;
@@ -256,8 +258,10 @@ bool PostgresDriver::lockSearchedValues(const MatchConstraints& constraints) {
     return !keys.empty();
 }
 
-// Ascending keys: two transactions that lock the same values lock them in the same order.
+// Ascending keys: two transactions that lock the same values lock them in the same order. A
+// transaction that holds the registry alone needs none.
 void PostgresDriver::lockKeys(std::vector<std::int64_t> keys) {
+    if (holdsRegistry_) return;
     std::sort(keys.begin(), keys.end());
     keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
     for (std::int64_t key : keys) connection_.queue("SELECT pg_advisory_xact_lock($1)", PgParams().int64(key));

@@ -26,7 +26,11 @@ namespace vrex::internal {
 // one key while writers of other keys do not wait; callers that search several keys in one
 // transaction search them in a fixed order, and a deadlock all the same aborts the transaction
 // with lostToConflict() true, for the caller to run it again. Every write transaction also
-// shares the registry's lock, which schema work holds alone. New ids come from the server: each
+// shares the registry's lock, which schema work holds alone. So does an explicit transaction (an
+// `scm register` run, a caller's own transaction), which may write any number of entries: the
+// server keeps every lock in a shared table of fixed size (max_locks_per_transaction times
+// max_connections, 6,400 by default), which a lock per value would exhaust at about ten thousand
+// entries; holding the registry alone it takes no value locks, and no other writer runs meanwhile. New ids come from the server: each
 // table's "_id" is an identity column, and a search that finds nothing reserves the id of the
 // object most likely created next (reserveId). Readers never wait (a read transaction is one
 // REPEATABLE READ snapshot).
@@ -58,7 +62,7 @@ public:
     void close() override { connection_.close(); }
 
     bool isInTransaction() const override { return connection_.isInTransaction(); }
-    bool beginWrite() override;
+    bool beginWrite(WriteScope scope) override;
     bool beginRead() override;
     bool commit() override;
     bool rollback() override;
@@ -139,6 +143,7 @@ private:
     int busyTimeoutMs_ = 0;  // for messages: how long a statement waits for a lock
     PgConnection connection_;
     bool writing_ = false;                  // the open transaction is a write transaction
+    bool holdsRegistry_ = false;            // ... holding the registry's lock alone: no value locks
     std::vector<std::deque<std::int64_t>> reservedIds_;  // by ClassInfo::index: ids reserved, ascending
     // By (ClassInfo::index, id): the rows found under their key's lock in the open write
     // transaction, their texts by PropertyInfo::position. Every writer of a key searches it

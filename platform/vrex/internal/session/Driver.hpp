@@ -43,8 +43,11 @@ public:
     // the file's write lock from its begin to its end; on PostgreSQL each search for the value of
     // an indexed property locks that value until the end (see PostgresDriver). A read
     // transaction sees one state throughout. Read-only registries begin a plain read
-    // transaction for both.
-    virtual bool beginWrite() = 0;
+    // transaction for both. A transaction that may write any number of objects (an explicit
+    // one) asks for the whole registry instead: on PostgreSQL it then excludes every other
+    // writer and takes no lock per value (see PostgresDriver).
+    enum class WriteScope { PerValue, WholeRegistry };
+    virtual bool beginWrite(WriteScope scope) = 0;
     virtual bool beginRead() = 0;
     virtual bool commit() = 0;
     virtual bool rollback() = 0;

@@ -24,7 +24,7 @@ void TransactionState::beginTransaction(tvdiag::util::diagnostics& diagnostics) 
                         "a transaction is already open on the registry \"" + driver_.location() + "\"");
         return;
     }
-    if (driver_.check(driver_.beginWrite(), "vrex:transaction:beginFailed", "cannot begin a transaction",
+    if (driver_.check(driver_.beginWrite(Driver::WriteScope::WholeRegistry), "vrex:transaction:beginFailed", "cannot begin a transaction",
               diagnostics)) {
         explicitTransaction_ = true;
         work_.forgetIds();  // other processes may have written since the last transaction
@@ -92,7 +92,7 @@ void TransactionState::performDictionaryFunction(
 bool TransactionState::runFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn, bool nested,
                                    tvdiag::util::diagnostics& diagnostics) {
     const std::string savepoint = savepointName(functionDepth_ + 1);
-    const bool begun = nested ? driver_.savepoint(savepoint) : driver_.beginWrite();
+    const bool begun = nested ? driver_.savepoint(savepoint) : driver_.beginWrite(Driver::WriteScope::PerValue);
     if (!driver_.check(begun, "vrex:function:beginFailed", "cannot begin a dictionary function", diagnostics)) {
         return false;
     }
