@@ -23,7 +23,8 @@ namespace SCM {
 // The write cache of the dictionary backend: it keeps copies of registered entries and writes
 // them in one dictionary function once it holds more than its limit, on finalize, and when it is
 // destroyed. Entries are ordered by the address of their identity copy, so two entries with one
-// key both reach the batch, where the second merges into the first.
+// key both reach the batch, where the second merges into the first; a batch writes its entries
+// in key order (category, then checksum).
 //
 // A batch that fails is rolled back as a whole, so none of its entries is written: the cache keeps
 // them, with the reason, as unwritten entries, and the next flush retries them in a batch of their

@@ -213,6 +213,7 @@ std::size_t SCMRegistryInspector::deleteTornEntries(tvdiag::util::diagnostics& d
     std::size_t deleted = 0;
     repository_.performDictionaryFunction(
         [&](tvdiag::util::diagnostics& inner) {
+            deleted = 0;  // a run again after a deadlock counts anew
             for (SCMTypes type : kAllTypes) {
                 const SCMCategoryClasses::Category& category = categories_->of(type);
                 if (category.entryClass.isNull()) continue;

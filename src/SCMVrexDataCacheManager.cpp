@@ -1,6 +1,8 @@
 #include "SCMVrexDataCacheManager.hpp"
 
+#include <algorithm>
 #include <utility>
+#include <vector>
 
 #include "SCMCategoryClasses.hpp"
 #include "StoredObjects.hpp"
@@ -25,6 +27,37 @@ bool holdsIn(const SCMVrexDataCacheManager::Entries& entries, const SCMData* dat
         if (entry.second.get() == data) return true;
     }
     return false;
+}
+
+// The batch's entries by category and checksum (entries with one key in their batch order): two
+// batches that register the same keys lock them in the same order on a shared registry, so
+// neither waits for the other in a circle.
+std::vector<const SCMVrexDataCacheManager::Entries::value_type*> inKeyOrder(
+    const SCMVrexDataCacheManager::Entries& batch) {
+    std::vector<const SCMVrexDataCacheManager::Entries::value_type*> ordered;
+    for (const auto& entry : batch) ordered.push_back(&entry);
+    std::stable_sort(ordered.begin(), ordered.end(), [](const auto* a, const auto* b) {
+        return std::make_pair(a->first->getTypeString(), a->first->getChecksum()) <
+               std::make_pair(b->first->getTypeString(), b->first->getChecksum());
+    });
+    return ordered;
+}
+
+// Readies the look-ups of the batch's keys, one category at a time in key order: on a server one
+// round trip per category instead of one per entry (see DataModelRepository::prepareLookUps).
+void prepareLookUps(vrex::DataModelRepository& repository, const SCMCategoryClasses& categories,
+                    const std::vector<const SCMVrexDataCacheManager::Entries::value_type*>& ordered,
+                    tvdiag::util::diagnostics& diagnostics) {
+    for (std::size_t first = 0, next = 0; first < ordered.size(); first = next) {
+        const std::string type = ordered[first]->first->getTypeString();
+        std::vector<std::string> checksums;
+        for (; next < ordered.size() && ordered[next]->first->getTypeString() == type; ++next) {
+            checksums.push_back(ordered[next]->first->getChecksum());
+        }
+        const SCMCategoryClasses::Category& category = categories.of(type);
+        if (category.entryClass.isNull() || category.checksum.isNull()) continue;
+        repository.prepareLookUps(category.entryClass, category.checksum, checksums, diagnostics);
+    }
 }
 
 }  // namespace
@@ -61,13 +94,17 @@ void SCMVrexDataCacheManager::flush() {
 
 // One dictionary function for the whole batch, which is empty afterwards: its entries are written,
 // or, when the batch failed, kept as unwritten with the reason. Its refusals count only when the
-// batch was written.
+// batch was written; a batch run again (see DataModelRepository::performDictionaryFunction)
+// counts those of its last run.
 void SCMVrexDataCacheManager::writeOrKeep(Entries& batch) {
     if (batch.empty()) return;
     std::vector<SCMCachedEntry> refused;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     repository_->performDictionaryFunction(
-        [&](tvdiag::util::diagnostics& writing) { writeBatch(batch, refused, writing); },
+        [&](tvdiag::util::diagnostics& writing) {
+            refused.clear();
+            writeBatch(batch, refused, writing);
+        },
         diagnostics);
     if (diagnostics.empty()) {
         refused_.insert(refused_.end(), refused.begin(), refused.end());
@@ -78,15 +115,18 @@ void SCMVrexDataCacheManager::writeOrKeep(Entries& batch) {
     batch.clear();
 }
 
-// Creates or merges each cached entry in cache order. The diagnostics list is shared by the whole
-// batch and never cleared in between: after a failed write every later entry takes the creating
-// branch, and the failed batch is rolled back as a whole by the dictionary function.
-// Entries whose stored record refuses them are added to `refused`.
+// Creates or merges each cached entry in key order (see inKeyOrder). The diagnostics list is
+// shared by the whole batch and never cleared in between: after a failed write every later entry
+// takes the creating branch, and the failed batch is rolled back as a whole by the dictionary
+// function. Entries whose stored record refuses them are added to `refused`.
 void SCMVrexDataCacheManager::writeBatch(const Entries& batch, std::vector<SCMCachedEntry>& refused,
                                          tvdiag::util::diagnostics& diagnostics) {
     const vrex::MetamodelRef metamodel = repository_->metamodel(diagnostics);
     const SCMCategoryClasses categories(metamodel.findPackage("SCM"));
-    for (const auto& [identity, data] : batch) {
+    const std::vector<const Entries::value_type*> ordered = inKeyOrder(batch);
+    prepareLookUps(*repository_, categories, ordered, diagnostics);
+    for (const auto* entry : ordered) {
+        const auto& [identity, data] = *entry;
         const SCMCategoryClasses::Category& category = categories.of(identity->getTypeString());
 
         vrex::MatchConstraints constraints;

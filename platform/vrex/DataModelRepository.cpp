@@ -186,6 +186,13 @@ ObjectRef DataModelRepository::createObject(const ClassRef& cls, tvdiag::util::d
     return session_->objects().createObject(cls, diagnostics);
 }
 
+void DataModelRepository::prepareLookUps(const ClassRef& cls, const PropertyRef& property,
+                                         const std::vector<std::string>& values,
+                                         tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) return reportClosed(diagnostics, "look objects up");
+    session_->objects().prepareLookUps(cls, property, values, diagnostics);
+}
+
 void DataModelRepository::findObjects(const ClassRef& cls, const MatchConstraints& constraints,
                                       std::vector<ObjectRef>& result,
                                       tvdiag::util::diagnostics& diagnostics) {

@@ -33,7 +33,10 @@ class RepositorySession;
 // Several processes may use one file at once. Write transactions take the file's write lock when
 // they begin, so whatever one transaction reads stays true until it commits: "look up, then
 // create" inside one performDictionaryFunction is atomic across processes. Waiting for the lock
-// is bounded by Options::busyTimeoutMs.
+// is bounded by Options::busyTimeoutMs. On a PostgreSQL server a write transaction locks instead
+// each value it searches an indexed property for, so writers of different keys run in parallel
+// (see PostgresDriver); a transaction that searches several keys should search them in a fixed
+// order.
 //
 // Opening an existing registry with a metamodel that differs from the one it was made with:
 //  - classes and properties the file lacks are added (tables, columns, indexes);
@@ -95,7 +98,9 @@ public:
     // explicit transaction or another dictionary function it runs as a nested savepoint, undone
     // alone when fn leaves errors while the enclosing transaction goes on. An exception from fn
     // rolls its work back and propagates. fn is not run when the repository is closed or the
-    // write lock cannot be had.
+    // write lock cannot be had. An outermost function aborted by a deadlock with another writer
+    // is rolled back and run again from the start (a few times at most), so fn must not keep
+    // what a run left outside the repository.
     void performDictionaryFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn,
                                    tvdiag::util::diagnostics& diagnostics);
 
@@ -116,6 +121,15 @@ public:
     // Replaces `result` with the objects of `cls` that meet every constraint (all objects for no
     // constraints), in creation order. Constraints must name text properties of `cls`. On error
     // `result` is empty.
+    // Readies, inside a write transaction, the look-ups that follow of each of `values` in the
+    // text property `property` of `cls` (a batch about to look up its keys): on a PostgreSQL
+    // server it locks the values and reads their objects in one round trip, so that those
+    // look-ups ask the server nothing; elsewhere it does nothing. Look-ups find the same objects
+    // with or without it. Values are locked in one order: a transaction that readies several
+    // classes should ready them in a fixed order too.
+    void prepareLookUps(const ClassRef& cls, const PropertyRef& property, const std::vector<std::string>& values,
+                        tvdiag::util::diagnostics& diagnostics);
+
     void findObjects(const ClassRef& cls, const MatchConstraints& constraints,
                      std::vector<ObjectRef>& result, tvdiag::util::diagnostics& diagnostics);
 

@@ -110,7 +110,13 @@ TEST_F(RegistrationPaths, CachedEntriesOfAFailedBatchAreRetriedUntilTakenOver) {
     };
     SCMBasicUtilityData record = utilityRecord("model_a");
 
-    ASSERT_TRUE(holder.getDataAdapter()->beginTransaction());
+    // A writer locks the file, or on a PostgreSQL server the keys it searched.
+    auto holdLock = [&holder](const char* name) {
+        SCMBasicUtilityIdentity key(name);
+        ASSERT_TRUE(holder.getDataAdapter()->beginTransaction());
+        EXPECT_EQ(std::unique_ptr<SCMData>(holder.getDataAdapter()->getValue(&key)), nullptr);
+    };
+    holdLock("rt_0");
     for (int i = 0; i < 51; ++i) {
         SCMBasicUtilityIdentity key("rt_" + std::to_string(i));
         EXPECT_EQ(registry.registerData(&key, &record), i < 50 ? WILL_BE_REGISTERED : IS_REGISTERED);
@@ -124,7 +130,7 @@ TEST_F(RegistrationPaths, CachedEntriesOfAFailedBatchAreRetriedUntilTakenOver) {
     EXPECT_EQ(adapter->countBatchFailures(), 0u);
     EXPECT_EQ(stored(), 51u);
 
-    ASSERT_TRUE(holder.getDataAdapter()->beginTransaction());
+    holdLock("rt_late");
     SCMBasicUtilityIdentity late("rt_late");
     EXPECT_EQ(registry.registerData(&late, &record), WILL_BE_REGISTERED);
     EXPECT_EQ(registry.finalize(), IS_REGISTERED);

@@ -71,37 +71,35 @@ protected:
                         database_ + "' AND " + condition, true), "t") << condition;
     }
 
-    // Begins a transaction on `waiter`; the diagnostics. Should the begin not end by itself, a
+    // Runs `write` (its diagnostics) on a thread of its own. Should it not end by itself, a
     // watchdog runs `rescue` after a minute, so that the test fails instead of hanging.
-    static std::string beginGuarded(vrex::DataModelRepository& waiter, const std::function<void()>& rescue) {
-        auto begun = std::async(std::launch::async, [&] {
-            tvdiag::util::diagnostics diagnostics;
-            waiter.beginTransaction(diagnostics);
-            return diagnostics.toString();
-        });
-        if (begun.wait_for(std::chrono::minutes(1)) == std::future_status::timeout) rescue();
-        return begun.get();
+    static std::string guarded(const std::function<std::string()>& write, const std::function<void()>& rescue) {
+        auto written = std::async(std::launch::async, write);
+        if (written.wait_for(std::chrono::minutes(1)) == std::future_status::timeout) rescue();
+        return written.get();
     }
 
-    // Begins a transaction on `waiter` while another connection holds the write lock; the
-    // diagnostics. The watchdog ends a wait that outlasts a lost lock timeout.
-    std::string beginWhileLocked(vrex::DataModelRepository& waiter) const {
-        return beginGuarded(waiter, [&] { terminate("wait_event_type = 'Lock'"); });
-    }
-
-    // Creates a utility whose checksum is `checksum` in a dictionary function of its own; the
-    // function's diagnostics.
-    static tvdiag::util::diagnostics createUtility(vrex::DataModelRepository& repository,
-                                                   const char* checksum) {
+    // Creates a utility whose checksum is `checksum` in a dictionary function of its own, unless
+    // `onlyNew` and one exists (found under the key's lock); the function's diagnostics.
+    static tvdiag::util::diagnostics createUtility(vrex::DataModelRepository& repository, const char* checksum,
+                                                   bool onlyNew = false) {
         Category utilities(repository, "SCM_UTILITIES");
         tvdiag::util::diagnostics result;
         repository.performDictionaryFunction(
             [&](tvdiag::util::diagnostics& inside) {
+                vrex::MatchConstraints key;
+                key.add(utilities.checksum, vrex::PropertyValueMatchRelation::Equals, checksum);
+                std::vector<vrex::ObjectRef> found;
+                if (onlyNew) repository.findObjects(utilities.cls, key, found, inside);
+                if (!found.empty() || !inside.empty()) return;
                 vrex::ObjectRef object = repository.createObject(utilities.cls, inside);
                 repository.setPropertyValue(object, utilities.checksum, qaArray::fromText(checksum), inside);
             },
             result);
         return result;
+    }
+    static std::string registerUtility(vrex::DataModelRepository& repository, const char* checksum) {
+        return createUtility(repository, checksum, true).toString();
     }
 
     std::string server_;
@@ -206,13 +204,123 @@ TEST_F(PostgresTest, ALostConnectionEndsTheTransactionAndTheNextOneConnectsAgain
 
     EXPECT_EQ(createNamed("kept"), "");
     EXPECT_EQ(query("SELECT string_agg(convert_from(checksum, 'UTF8'), ',') FROM scm.scm_utilities"), "kept");
-    vrex::DataModelRepository holder;
-    ASSERT_EQ(openRepository(holder, uri_), "");
-    holder.beginTransaction(diagnostics);
-    EXPECT_EQ(allObjects(repository, Category(repository, "SCM_UTILITIES")).size(), 1u);
     terminate("state = 'idle'");
-    const std::string refused = beginWhileLocked(repository);
+    EXPECT_EQ(createNamed("again"), "");
+}
+
+// Writers lock the keys they search, not the registry: while one holds a key, a writer of
+// another key goes through, a writer of that key waits (until its busy timeout), and once the
+// holder ends the waiter finds the entry instead of making it twice. An explicit transaction,
+// which may write any number of entries, holds the registry alone instead of a lock per key.
+TEST_F(PostgresTest, WritersOfOneKeyTakeTurnsAndWritersOfOtherKeysDoNot) {
+    vrex::DataModelRepository holder, impatient, waiter;
+    ASSERT_EQ(openRepository(holder, uri_), "");
+    ASSERT_EQ(openImpatient(impatient, uri_, 200), "");
+    ASSERT_EQ(openRepository(waiter, uri_), "");
+    const auto rescue = [&] { terminate("wait_event_type = 'Lock'"); };
+    tvdiag::util::diagnostics diagnostics;
+    holder.beginTransaction(diagnostics);
+    for (const char* key : {"e1", "e2", "e3"}) ASSERT_EQ(registerUtility(holder, key), "");
+    EXPECT_EQ(query("SELECT count(*) FROM pg_locks l JOIN pg_database d ON d.oid = l.database "
+                    "WHERE l.locktype = 'advisory' AND d.datname = current_database()"),
+              "1");
+    const std::string excluded = guarded([&] { return registerUtility(impatient, "b"); }, rescue);
+    EXPECT_NE(excluded.find("locked by another process"), std::string::npos) << excluded;
+    holder.commitTransaction(diagnostics);
+
+    std::promise<void> holding, release;
+    auto held = std::async(std::launch::async, [&] {
+        tvdiag::util::diagnostics inFunction;
+        holder.performDictionaryFunction(
+            [&](tvdiag::util::diagnostics& inside) {
+                if (registerUtility(holder, "a").empty()) holding.set_value();
+                release.get_future().wait();
+                (void)inside;
+            },
+            inFunction);
+        return inFunction.toString();
+    });
+    holding.get_future().wait();
+    EXPECT_EQ(guarded([&] { return registerUtility(impatient, "b"); }, rescue), "");
+    const std::string refused = guarded([&] { return registerUtility(impatient, "a"); }, rescue);
     EXPECT_NE(refused.find("locked by another process"), std::string::npos) << refused;
+
+    auto waited = std::async(std::launch::async, [&] { return registerUtility(waiter, "a"); });
+    while (query("SELECT count(*) FROM pg_stat_activity WHERE wait_event = 'advisory' AND datname = '" + database_ + "'",
+                 true) != "1") {
+        ASSERT_EQ(waited.wait_for(std::chrono::milliseconds(10)), std::future_status::timeout) << waited.get();
+    }
+    release.set_value();
+    EXPECT_EQ(held.get(), "");
+    EXPECT_EQ(guarded([&] { return waited.get(); }, rescue), "");
+    EXPECT_EQ(diagnostics.toString(), "");
+    EXPECT_EQ(query("SELECT string_agg(convert_from(checksum, 'UTF8'), ',' ORDER BY checksum) FROM scm.scm_utilities"),
+              "a,b,e1,e2,e3");
+}
+
+// Two writers that lock two keys in opposite orders deadlock; the server aborts one, which is
+// rolled back and run again without its caller knowing: both end without errors, and only the
+// objects of the runs kept are stored.
+TEST_F(PostgresTest, AWriterAbortedByADeadlockIsRunAgain) {
+    struct Writer {
+        vrex::DataModelRepository repository;
+        std::promise<void> lockedFirst;
+        int runs = 0;
+    };
+    Writer writers[2];
+    for (Writer& writer : writers) ASSERT_EQ(openRepository(writer.repository, uri_), "");
+    const auto write = [&](int self) {
+        Writer& writer = writers[self];
+        std::future<void> otherLockedFirst = writers[1 - self].lockedFirst.get_future();
+        Category utilities(writer.repository, "SCM_UTILITIES");
+        tvdiag::util::diagnostics diagnostics;
+        writer.repository.performDictionaryFunction(
+            [&](tvdiag::util::diagnostics& inside) {
+                for (const char* key : {self == 0 ? "x" : "y", self == 0 ? "y" : "x"}) {
+                    vrex::MatchConstraints constraints;
+                    constraints.add(utilities.checksum, vrex::PropertyValueMatchRelation::Equals, key);
+                    std::vector<vrex::ObjectRef> found;
+                    writer.repository.findObjects(utilities.cls, constraints, found, inside);
+                    if (++writer.runs == 1) {
+                        writer.lockedFirst.set_value();
+                        otherLockedFirst.wait();
+                    }
+                }
+                vrex::ObjectRef made = writer.repository.createObject(utilities.cls, inside);
+                writer.repository.setPropertyValue(made, utilities.checksum, qaArray::fromText(self == 0 ? "x" : "y"),
+                                                   inside);
+            },
+            diagnostics);
+        return diagnostics.toString();
+    };
+    auto first = std::async(std::launch::async, write, 0);
+    EXPECT_EQ(guarded([&] { return write(1); }, [&] { terminate("wait_event_type = 'Lock'"); }), "");
+    EXPECT_EQ(first.get(), "");
+    EXPECT_EQ(writers[0].runs + writers[1].runs, 6);  // two searches a run, one run again
+    EXPECT_EQ(query("SELECT string_agg(convert_from(checksum, 'UTF8'), ',' ORDER BY checksum) FROM scm.scm_utilities"),
+              "x,y");
+}
+
+// A registry made when new ids were the largest plus one gets them from the server once opened
+// for writing: after its largest id, and with no part the check would call foreign.
+TEST_F(PostgresTest, ARegistryWithoutServerIdsIsGivenThemAfterItsLargestId) {
+    vrex::DataModelRepository repository;
+    ASSERT_EQ(openRepository(repository, uri_), "");
+    ASSERT_EQ(registerUtility(repository, "old"), "");
+    repository.close();
+    ASSERT_EQ(query("ALTER TABLE scm.scm_utilities ALTER COLUMN _id DROP IDENTITY; UPDATE scm.scm_utilities SET _id = 7"),
+              "");
+    ASSERT_EQ(openRepository(repository, uri_), "");
+    ASSERT_EQ(registerUtility(repository, "new"), "");
+    EXPECT_EQ(query("SELECT string_agg(_id || ':' || convert_from(checksum, 'UTF8'), ',' ORDER BY _id) "
+                    "FROM scm.scm_utilities"),
+              "7:old,8:new");
+    EXPECT_EQ(query("SELECT is_identity FROM information_schema.columns WHERE table_name = 'scm_utilities' "
+                    "AND column_name = '_id'"),
+              "YES");
+    tvdiag::util::diagnostics diagnostics;
+    repository.checkIntegrity(diagnostics);
+    EXPECT_EQ(diagnostics.toString(), "");
 }
 
 // A stopped backend enforces no statement_timeout: the client's own deadline ends the wait, and
@@ -230,7 +338,8 @@ TEST_F(PostgresTest, AServerThatStopsAnsweringIsGivenUpAfterTheStatementLimit) {
     ASSERT_EQ(kill(pid, SIGSTOP), 0);
 
     const auto started = std::chrono::steady_clock::now();
-    const std::string refused = beginGuarded(repository, [&] { kill(pid, SIGCONT); });
+    const std::string refused =
+        guarded([&] { return createUtility(repository, "late").toString(); }, [&] { kill(pid, SIGCONT); });
     const auto waited = std::chrono::steady_clock::now() - started;
     kill(pid, SIGCONT);
     EXPECT_LT(waited, std::chrono::seconds(30));

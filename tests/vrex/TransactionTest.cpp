@@ -4,6 +4,7 @@
 // reached the registry at once.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <csignal>
 #include <set>
 #include <stdexcept>
@@ -45,11 +46,20 @@ protected:
         repository_.performDictionaryFunction(fn, diagnostics);
     }
 
-    // Every utility as a new connection reads it (see listing).
+    // Every utility as a new connection reads it (see listing). A PostgreSQL server never gives
+    // the id of a rolled-back row again: there the rows are numbered by rank instead.
     std::string rows() {
         vrex::DataModelRepository reader;
         EXPECT_EQ(openRepository(reader, location_), "");
-        return listing(reader, "SCM_UTILITIES");
+        std::istringstream lines(listing(reader, "SCM_UTILITIES"));
+        std::string text;
+        int rank = 0;
+        for (std::string line; std::getline(lines, line);) {
+            const bool row = !line.empty() && std::isdigit(static_cast<unsigned char>(line[0]));
+            if (row && scm_test::postgresqlSelected()) line = std::to_string(++rank) + line.substr(line.find(':'));
+            text += line + "\n";
+        }
+        return text;
     }
 
     // "id:checksum " of every utility.
@@ -68,17 +78,20 @@ protected:
 
 // Nothing is visible before the commit; a rollback or a close (as at the destruction of the repository)
 // drops what the transaction made, and the ids it would have taken stay free. Another writer
-// waits for the write lock no longer than its busy timeout, and says why and how long it waited.
+// waits for the write lock no longer than its busy timeout, and says why and how long it waited
+// (on a PostgreSQL server writers lock keys, not the registry: see PostgresTest).
 TEST_F(TransactionTest, ExplicitTransactionsCommitOrDropWhatTheyMade) {
     Diagnostics diagnostics;
     repository_.beginTransaction(diagnostics);
-    vrex::DataModelRepository waiter;
-    ASSERT_EQ(openImpatient(waiter, location_, 200), "");
-    Diagnostics refused;
-    waiter.beginTransaction(refused);
-    EXPECT_EQ(identifiers(refused), "vrex:transaction:beginFailed ");
-    EXPECT_NE(refused.toString().find("is locked by another process; waited 0.2 s (SCM_BUSY_TIMEOUT_MS)"),
-              std::string::npos) << refused.toString();
+    if (!scm_test::postgresqlSelected()) {
+        vrex::DataModelRepository waiter;
+        ASSERT_EQ(openImpatient(waiter, location_, 200), "");
+        Diagnostics refused;
+        waiter.beginTransaction(refused);
+        EXPECT_EQ(identifiers(refused), "vrex:transaction:beginFailed ");
+        EXPECT_NE(refused.toString().find("is locked by another process; waited 0.2 s (SCM_BUSY_TIMEOUT_MS)"),
+                  std::string::npos) << refused.toString();
+    }
     create("dropped", diagnostics);
     repository_.rollbackTransaction(diagnostics);
     EXPECT_FALSE(repository_.isTransactionOpen());

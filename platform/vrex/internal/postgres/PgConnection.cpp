@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
+#include <utility>
 
 #include "vrex/WaitInterrupt.hpp"
 #include "vrex/internal/session/LockedRegistry.hpp"
@@ -90,25 +92,104 @@ void PgConnection::close() {
     PQfinish(connection_);  // the server rolls back whatever is open
     connection_ = nullptr;
     statementNames_.clear();
+    dropQueued();
 }
 
 bool PgConnection::isInTransaction() const {
     if (connection_ == nullptr || PQstatus(connection_) != CONNECTION_OK) return false;
+    if (beginQueued_) return true;
     const PGTransactionStatusType status = PQtransactionStatus(connection_);
     return status == PQTRANS_INTRANS || status == PQTRANS_INERROR || status == PQTRANS_ACTIVE;
 }
 
+void PgConnection::beginWithNext(const std::string& sql) {
+    queued_.clear();
+    queued_.push_back({sql, PgParams()});
+    beginQueued_ = true;
+}
+
+void PgConnection::queue(const std::string& sql, PgParams params) { queued_.push_back({sql, std::move(params)}); }
+
+void PgConnection::dropQueued() {
+    queued_.clear();
+    beginQueued_ = false;
+}
+
 bool PgConnection::exec(const std::string& sql) {
     if (connection_ == nullptr || refuseInAbortedTransaction(sql)) return false;
+    if (sql.rfind("ROLLBACK", 0) == 0 && dropUndone(sql)) return true;
+    if (!queued_.empty()) return sendWithQueued(sql, PgParams(), false).ok();
     return answer(PQsendQuery(connection_, sql.c_str()) == 1).ok();
+}
+
+// A rollback undoes what is queued after the transaction's begin or the savepoint: it is dropped
+// unsent. When the begin or the savepoint is still queued itself, the rollback has nothing to undo
+// on the server: the begin goes too, the savepoint stays (for its release).
+bool PgConnection::dropUndone(const std::string& rollback) {
+    const std::string savepoint = rollback.rfind("ROLLBACK TO SAVEPOINT ", 0) == 0
+                                      ? "SAVEPOINT " + rollback.substr(std::strlen("ROLLBACK TO SAVEPOINT "))
+                                      : std::string();
+    for (std::size_t i = 0; i < queued_.size(); ++i) {
+        if (!savepoint.empty() && queued_[i].sql == savepoint) {
+            queued_.resize(i + 1);
+            return true;
+        }
+    }
+    const bool unsent = beginQueued_ && savepoint.empty();
+    dropQueued();
+    return unsent;
 }
 
 PgResult PgConnection::query(const std::string& sql, const PgParams& params) {
     if (connection_ == nullptr || refuseInAbortedTransaction(sql)) return PgResult();
+    if (!queued_.empty()) return sendWithQueued(sql, params, true);
     const std::string* name = prepared(sql, params.count());
     if (name == nullptr) return PgResult();
     return answer(PQsendQueryPrepared(connection_, name->c_str(), params.count(), params.values(),
                                       params.lengths(), params.formats(), 1) == 1);
+}
+
+// A round trip that begins a transaction and does not commit one changed nothing that stays
+// when the connection was lost under it: it is sent again on a new connection.
+// A statement that cannot be prepared leaves the queue as it was: nothing of it was sent.
+PgResult PgConnection::sendWithQueued(const std::string& sql, const PgParams& params, bool prepare) {
+    if (prepare && prepared(sql, params.count()) == nullptr) return PgResult();
+    const std::vector<Queued> queued = std::exchange(queued_, {});
+    const bool begins = std::exchange(beginQueued_, false);
+    PgResult result = sendPipeline(queued, sql, params, prepare);
+    if (!result.ok() && begins && sql != "COMMIT" && isLost() && reconnectIfLost()) {
+        result = sendPipeline(queued, sql, params, prepare);
+    }
+    return result;
+}
+
+PgResult PgConnection::sendPipeline(const std::vector<Queued>& queued, const std::string& sql,
+                                    const PgParams& params, bool prepare) {
+    const std::string* name = prepare ? prepared(sql, params.count()) : nullptr;
+    if (prepare && name == nullptr) return PgResult();
+    if (PQenterPipelineMode(connection_) != 1) {
+        fail(nullptr);
+        return PgResult();
+    }
+    bool sent = true;
+    for (const Queued& statement : queued) {
+        sent = sent && PQsendQueryParams(connection_, statement.sql.c_str(), statement.params.count(), nullptr,
+                                         statement.params.values(), statement.params.lengths(),
+                                         statement.params.formats(), 1) == 1;
+    }
+    sent = sent && (name != nullptr ? PQsendQueryPrepared(connection_, name->c_str(), params.count(), params.values(),
+                                                          params.lengths(), params.formats(), 1)
+                                    : PQsendQueryParams(connection_, sql.c_str(), 0, nullptr, nullptr, nullptr,
+                                                        nullptr, 1)) == 1;
+    sent = sent && PQpipelineSync(connection_) == 1;
+    PgResult result = answer(sent);
+    // A pipeline left half sent cannot be ended: neither can the connection then be used.
+    if (connection_ != nullptr && PQexitPipelineMode(connection_) != 1) {
+        const std::string reason = lastError_;
+        close();
+        lastError_ = reason;
+    }
+    return result;
 }
 
 const std::string* PgConnection::prepared(const std::string& sql, int parameters) {
@@ -149,11 +230,23 @@ PgResult PgConnection::answer(bool sent) {
 }
 
 PgConnection::Wait PgConnection::collect(Clock::time_point deadline, bool interruptible, PgResult& last) {
+    const bool pipelined = PQpipelineStatus(connection_) != PQ_PIPELINE_OFF;
     for (;;) {
         const Wait wait = receive(deadline, interruptible);
         if (wait != Wait::Answered) return wait;
         PGresult* next = PQgetResult(connection_);
-        if (next == nullptr) return Wait::Answered;
+        if (next == nullptr) {
+            // In a pipeline: the end of one statement's results, unless the connection failed.
+            if (!pipelined || PQstatus(connection_) != CONNECTION_OK) return Wait::Answered;
+            continue;
+        }
+        const ExecStatusType status = PQresultStatus(next);
+        const bool failedBefore = last.handle() != nullptr && !last.ok();
+        if (pipelined && (status == PGRES_PIPELINE_SYNC || status == PGRES_PIPELINE_ABORTED || failedBefore)) {
+            PQclear(next);
+            if (status == PGRES_PIPELINE_SYNC) return Wait::Answered;
+            continue;
+        }
         last = PgResult(next);
     }
 }
@@ -201,7 +294,10 @@ void PgConnection::fail(const PGresult* result) {
     lastSqlState_ = state != nullptr ? state : "";
     if (lastError_.empty()) lastError_ = "the server did not answer";
     if (!lastSqlState_.empty()) lastError_ += " (SQLSTATE " + lastSqlState_ + ")";
-    if (isAborted()) abortReason_ = lastError_;
+    if (isAborted()) {
+        abortReason_ = lastError_;
+        abortSqlState_ = lastSqlState_;
+    }
 }
 
 bool PgConnection::isAborted() const {
@@ -218,10 +314,15 @@ bool PgConnection::refuseInAbortedTransaction(const std::string& sql) {
 }
 
 // COMMIT of an aborted transaction rolls it back and answers success: that must read as a failure.
+// A transaction of which nothing but the begin is queued has nothing to commit.
 bool PgConnection::commit() {
     if (refuseInAbortedTransaction("COMMIT")) {
         endAborted();
         return false;
+    }
+    if (beginQueued_ && queued_.size() == 1) {
+        dropQueued();
+        return true;
     }
     return exec("COMMIT");
 }

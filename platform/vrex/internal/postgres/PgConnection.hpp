@@ -24,6 +24,10 @@ namespace vrex::internal {
 // past it, or once vrex::interruptWaits() ran and the answer is still outstanding, the statement
 // is cancelled; a server that does not answer the cancel within a few seconds (a stopped
 // backend) is given up and the connection closed.
+//
+// Statements whose answer nothing waits for (a transaction's begin, a lock, an insert) can be
+// queued: they go to the server with the next statement sent, in the same round trip (libpq's
+// pipeline mode), and the server runs them in order, each after the one before has ended.
 class PgConnection {
 public:
     using Settings = std::vector<std::pair<std::string, std::string>>;
@@ -47,7 +51,8 @@ public:
     bool isOpen() const { return connection_ != nullptr; }
     // Whether the server side of an open connection is gone (found out by the last statement).
     bool isLost() const { return connection_ != nullptr && PQstatus(connection_) != CONNECTION_OK; }
-    // Whether a transaction is open, aborted ones included (false once the connection is lost).
+    // Whether a transaction is open, aborted ones included, or its begin is queued (false once
+    // the connection is lost).
     bool isInTransaction() const;
     // Whether the open transaction was aborted by a failed statement.
     bool isAborted() const;
@@ -56,7 +61,18 @@ public:
     // Rolls back an aborted transaction, keeping lastError().
     void endAborted();
 
-    // Runs SQL without parameters (several statements allowed). False with lastError().
+    // Queues `sql` (one statement that begins a transaction) to be sent with the next statement.
+    // Should that round trip find the connection lost, the connection is made again and the
+    // round trip sent again, unless it ends with COMMIT: nothing of the transaction was kept.
+    void beginWithNext(const std::string& sql);
+    // Queues one statement to be sent ahead of the next one, in its round trip: its rows are
+    // dropped, and when it fails the next statement (and whatever follows it in the round trip)
+    // does not run and fails with its error. A rollback (to a savepoint: "ROLLBACK TO SAVEPOINT
+    // <name>" of a queued "SAVEPOINT <name>") drops what it undoes unsent.
+    void queue(const std::string& sql, PgParams params = PgParams());
+
+    // Runs SQL without parameters (several statements allowed, unless statements are queued).
+    // False with lastError().
     bool exec(const std::string& sql);
     // Runs one statement with `params`, its results in binary form. The statement is prepared on
     // first use and kept for the life of the connection. On failure the result is not ok() and
@@ -67,11 +83,28 @@ public:
     // The SQLSTATE of the last failed statement ("55P03": a lock wait timed out); empty when the
     // failure had none (a lost connection).
     const std::string& lastSqlState() const { return lastSqlState_; }
+    // The SQLSTATE of the error that aborted the open transaction ("40P01": a deadlock); empty
+    // when it is not aborted or the error had none.
+    std::string abortSqlState() const { return isAborted() ? abortSqlState_ : std::string(); }
 
 private:
     using Clock = std::chrono::steady_clock;
     enum class Wait { Answered, Late, Interrupted };
 
+    struct Queued {
+        std::string sql;
+        PgParams params;
+    };
+
+    // Sends what is queued and then `sql` (prepared when `prepare`) in one round trip; the answer
+    // is the result of `sql`, or the first failure.
+    PgResult sendWithQueued(const std::string& sql, const PgParams& params, bool prepare);
+    void dropQueued();
+    // Drops the queued statements a rollback (`rollback`: its SQL) undoes; true when the rollback
+    // itself need not be sent.
+    bool dropUndone(const std::string& rollback);
+    PgResult sendPipeline(const std::vector<Queued>& queued, const std::string& sql, const PgParams& params,
+                          bool prepare);
     // Readies a new connection: notices ignored, non-blocking sends, the session setup run.
     bool setUp();
     const std::string* prepared(const std::string& sql, int parameters);
@@ -80,7 +113,8 @@ private:
     // or is interrupted, and closes the connection when the server does not answer the cancel.
     PgResult answer(bool sent);
     // Gathers the results of the statement sent into `last` until there are no more, the
-    // deadline passes, or (when `interruptible`) the waits are interrupted.
+    // deadline passes, or (when `interruptible`) the waits are interrupted. In pipeline mode
+    // `last` is the last statement's result or the first failure, gathered up to the sync.
     Wait collect(Clock::time_point deadline, bool interruptible, PgResult& last);
     // Sends what libpq holds and reads until a whole result is in (or the connection failed).
     Wait receive(Clock::time_point deadline, bool interruptible);
@@ -100,6 +134,9 @@ private:
     std::string lastError_;
     std::string lastSqlState_;
     std::string abortReason_;  // the error that aborted the open transaction
+    std::string abortSqlState_;
+    std::vector<Queued> queued_;  // sent with the next statement
+    bool beginQueued_ = false;    // queued_ starts with a transaction's begin
 };
 
 }  // namespace vrex::internal

@@ -26,14 +26,26 @@ public:
     std::string registryTable() const { return quotedSchema_ + ".\"_vrex_registry\""; }
     std::string catalogueTable() const { return quotedSchema_ + ".\"_vrex_catalogue\""; }
 
-    // Begins a transaction that holds the registry's write lock: a transaction-scoped advisory
-    // lock whose key is "vrex" in the high half and the schema name's FNV-1a hash in the low.
-    // One round trip; the key is a number of our own, not a value from outside.
-    std::string lockingBegin() const {
+    // The registry's lock: a transaction-scoped advisory lock whose key is "vrex" in the high half
+    // and the schema name's FNV-1a hash in the low. Schema work holds it alone; writers share it,
+    // so that they wait for schema work and it waits for them.
+    std::int64_t registryLockKey() const {
         std::uint32_t hash = 2166136261u;
         for (unsigned char c : schema_) hash = (hash ^ c) * 16777619u;
-        const auto key = static_cast<std::int64_t>(std::uint64_t{0x76726578} << 32 | hash);
-        return "BEGIN; SELECT pg_advisory_xact_lock(" + std::to_string(key) + ")";
+        return static_cast<std::int64_t>(std::uint64_t{0x76726578} << 32 | hash);
+    }
+    // Begins a transaction that holds the registry's lock alone; one round trip. The key is a
+    // number of our own, not a value from outside.
+    std::string schemaLockingBegin() const {
+        return "BEGIN; SELECT pg_advisory_xact_lock(" + std::to_string(registryLockKey()) + ")";
+    }
+
+    // The advisory lock key of one value of a property: a 64-bit FNV-1a hash of the schema, the
+    // table, the column and the value. Writers that search a property for one value lock it.
+    std::int64_t valueLockKey(const PropertyInfo& property, const std::string& value) const {
+        std::string text = schema_ + '.' + table(*property.owner) + '.' + column(property) + '=';
+        text += value;
+        return static_cast<std::int64_t>(fnv1a(text));
     }
 
     static std::string table(const ClassInfo& cls) { return asciiLowercase(cls.name); }
@@ -46,6 +58,12 @@ public:
     static std::string quotedColumn(const PropertyInfo& property) { return quotedName(column(property)); }
 
 private:
+    static std::uint64_t fnv1a(const std::string& text) {
+        std::uint64_t hash = 14695981039346656037ull;
+        for (unsigned char c : text) hash = (hash ^ c) * 1099511628211ull;
+        return hash;
+    }
+
     std::string schema_;
     std::string quotedSchema_;
 };

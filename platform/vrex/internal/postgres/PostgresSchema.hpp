@@ -14,7 +14,8 @@ namespace vrex::internal {
 
 // The tables of a registry in a PostgreSQL database, derived from a metamodel like those of a
 // registry file (see SqliteSchema): in the schema PostgresNames gives, one table per class
-// ("_id" bigint primary key, one bytea column per property), an index per indexed property,
+// ("_id" bigint identity column and primary key, one bytea column per property), an index per
+// indexed property,
 // and the registry's own "_vrex_registry" (header) and "_vrex_catalogue" tables.
 //
 // A database becomes a registry only when it holds no tables at all: a database with tables of
@@ -25,7 +26,7 @@ public:
                    const std::string& location);
 
     // Makes the database ready for the metamodel: looks in a read-only transaction first, then,
-    // when something must be added, adds it under the registry's write lock after looking again.
+    // when something must be added, adds it under the registry's lock after looking again.
     // When `readOnly` nothing is added: a registry that lacks parts opens as it is (reading a
     // missing table fails then), a database without a registry is refused. False with
     // "vrex:open:..." diagnostics; nothing is then changed.
@@ -44,6 +45,9 @@ public:
 
 private:
     bool checkNameLengths(tvdiag::util::diagnostics& diagnostics) const;
+    bool giveIdsFromServer(tvdiag::util::diagnostics& diagnostics);
+    // The tables of the metamodel's classes whose "_id" is no identity column.
+    bool findTablesWithoutIdentity(std::vector<const ClassInfo*>& tables, tvdiag::util::diagnostics& diagnostics);
     bool begin(bool writeLock, const std::string& failure, tvdiag::util::diagnostics& diagnostics) override;
     bool commit(const std::string& failure, tvdiag::util::diagnostics& diagnostics) override;
     void rollback() override;

@@ -39,10 +39,15 @@ public:
 
     // Whether a transaction (or savepoint) is open.
     virtual bool isInTransaction() const = 0;
-    // A write transaction holds the registry's write lock from its begin to its end, so that
-    // what it reads stays true until it commits; a read transaction sees one state throughout.
-    // Read-only registries begin a plain read transaction for both.
-    virtual bool beginWrite() = 0;
+    // What a write transaction reads stays true until it commits: on a registry file it holds
+    // the file's write lock from its begin to its end; on PostgreSQL each search for the value of
+    // an indexed property locks that value until the end (see PostgresDriver). A read
+    // transaction sees one state throughout. Read-only registries begin a plain read
+    // transaction for both. A transaction that may write any number of objects (an explicit
+    // one) asks for the whole registry instead: on PostgreSQL it then excludes every other
+    // writer and takes no lock per value (see PostgresDriver).
+    enum class WriteScope { PerValue, WholeRegistry };
+    virtual bool beginWrite(WriteScope scope) = 0;
     virtual bool beginRead() = 0;
     virtual bool commit() = 0;
     virtual bool rollback() = 0;
@@ -54,6 +59,15 @@ public:
     virtual bool insertObject(const ClassInfo& cls, std::int64_t& id) = 0;
     // The largest id of `cls` (0 for none). Under the write lock the next new object gets it + 1.
     virtual bool largestId(const ClassInfo& cls, std::int64_t& id) = 0;
+    // An id for a new object of `cls` that the engine hands out itself, once, whatever other
+    // connections do; 0 when the engine does not (the next id is then largestId + 1).
+    virtual bool reserveId(const ClassInfo& /*cls*/, std::int64_t& id) {
+        id = 0;
+        return true;
+    }
+    // Whether the open transaction was aborted by a conflict with another connection (a
+    // deadlock) that running it again may resolve.
+    virtual bool lostToConflict() const { return false; }
     // A new object with the given id and property texts (by PropertyInfo::position).
     virtual bool insertWholeObject(const ClassInfo& cls, std::int64_t id,
                                    const std::vector<std::optional<std::string>>& texts) = 0;
@@ -61,6 +75,12 @@ public:
     // ascending.
     virtual bool findObjects(const ClassInfo& cls, const MatchConstraints& constraints,
                              std::vector<std::int64_t>& ids) = 0;
+    // Readies the searches that follow in the open write transaction for each of `values` in
+    // `property` (a text property of `cls`); searches find the same objects with or without it.
+    virtual bool prepareLookUps(const ClassInfo& /*cls*/, const PropertyInfo& /*property*/,
+                                const std::vector<std::string>& /*values*/) {
+        return true;
+    }
     // The stored text of one property (nullopt: unset).
     virtual RowResult readProperty(const PropertyInfo& property, std::int64_t id,
                                    std::optional<std::string>& text) = 0;

@@ -13,10 +13,10 @@ class Driver;
 
 // A new object whose row is not written yet. Inside a write transaction, creating an object and
 // then writing its properties one by one would cost an INSERT and an UPDATE per property; the
-// repository instead keeps the object's id (the one the engine would give it: the class's largest id
-// plus one, read under the write lock) and its property texts here, and inserts the whole row at
-// once when anything else needs the file (RepositoryObjects says when). At most one object is
-// pending at a time.
+// repository instead keeps the object's id (one the engine handed out, or the one it would give
+// it: the class's largest id plus one, read under the write lock) and its property texts here,
+// and inserts the whole row at once when anything else needs the file (RepositoryObjects says
+// when). At most one object is pending at a time.
 class PendingObject {
 public:
     bool isEmpty() const { return cls_ == nullptr; }

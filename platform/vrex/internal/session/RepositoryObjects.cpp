@@ -51,11 +51,16 @@ ObjectRef RepositoryObjects::createObject(const ClassRef& cls, tvdiag::util::dia
     return RefAccess::object(cls, id);
 }
 
-// The id the next row of `cls` gets while this connection holds the write lock: the largest id
-// plus one (1 for an empty table). 0 when the engine would pick another (the largest id is the
-// largest possible): then the object is inserted at once.
+// The id the next row of `cls` gets in this write transaction: one the engine hands out, else
+// (under the write lock) the largest id plus one (1 for an empty table). 0 when the engine would
+// pick another (the largest id is the largest possible): then the object is inserted at once.
 bool RepositoryObjects::nextObjectId(const ClassInfo& cls, std::int64_t& id,
                                      tvdiag::util::diagnostics& diagnostics) {
+    if (!driver_.check(driver_.reserveId(cls, id), "vrex:object:createFailed",
+                       "cannot create an object of " + cls.name, diagnostics)) {
+        return false;
+    }
+    if (id > 0) return true;
     std::int64_t& known = nextIds_[cls.index];
     if (known > 0) {
         id = known++;
@@ -96,6 +101,22 @@ bool RepositoryObjects::writePendingObject(tvdiag::util::diagnostics& diagnostic
     driver_.report(diagnostics, identifier,
                     action != nullptr ? std::string(action) : "cannot create an object of " + cls->name);
     return false;
+}
+
+// Outside a write transaction there is nothing to ready: look-ups lock nothing.
+void RepositoryObjects::prepareLookUps(const ClassRef& cls, const PropertyRef& property,
+                                       const std::vector<std::string>& values,
+                                       tvdiag::util::diagnostics& diagnostics) {
+    const ClassInfo* info = classOf(cls, "look objects up", diagnostics);
+    if (info == nullptr || values.empty()) return;
+    MatchConstraints constraints;
+    constraints.add(property, PropertyValueMatchRelation::Equals, values.front());
+    if (!checkConstraints(*info, constraints, diagnostics) || !transactions_.holdsWriteLock() ||
+        !writePendingObject(diagnostics)) {
+        return;
+    }
+    driver_.check(driver_.prepareLookUps(*info, *RefAccess::info(property), values), "vrex:find:failed",
+                  "cannot look up the objects of " + info->name, diagnostics);
 }
 
 void RepositoryObjects::findObjects(const ClassRef& cls, const MatchConstraints& constraints,

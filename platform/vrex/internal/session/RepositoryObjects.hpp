@@ -35,6 +35,8 @@ public:
     RepositoryObjects& operator=(const RepositoryObjects&) = delete;
 
     ObjectRef createObject(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
+    void prepareLookUps(const ClassRef& cls, const PropertyRef& property, const std::vector<std::string>& values,
+                        tvdiag::util::diagnostics& diagnostics);
     void findObjects(const ClassRef& cls, const MatchConstraints& constraints,
                      std::vector<ObjectRef>& result, tvdiag::util::diagnostics& diagnostics);
     void setPropertyValue(const ObjectRef& object, const PropertyRef& property, const qaArray& value,

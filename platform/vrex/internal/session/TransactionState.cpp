@@ -6,6 +6,9 @@ namespace {
 
 std::string savepointName(int depth) { return "vrex_function_" + std::to_string(depth); }
 
+// Runs of an outermost dictionary function that conflicts with other writers may take.
+constexpr int kConflictAttempts = 8;
+
 }  // namespace
 
 TransactionState::TransactionState(Driver& driver, TransactionWork& work) : driver_(driver), work_(work) {}
@@ -21,7 +24,7 @@ void TransactionState::beginTransaction(tvdiag::util::diagnostics& diagnostics) 
                         "a transaction is already open on the registry \"" + driver_.location() + "\"");
         return;
     }
-    if (driver_.check(driver_.beginWrite(), "vrex:transaction:beginFailed", "cannot begin a transaction",
+    if (driver_.check(driver_.beginWrite(Driver::WriteScope::WholeRegistry), "vrex:transaction:beginFailed", "cannot begin a transaction",
               diagnostics)) {
         explicitTransaction_ = true;
         work_.forgetIds();  // other processes may have written since the last transaction
@@ -70,16 +73,28 @@ bool TransactionState::isTransactionOpen() const {
     return explicitTransaction_ && driver_.isInTransaction();
 }
 
+// An outermost function that a conflict with another writer (a deadlock) aborted is rolled back
+// and run again, its diagnostics forgotten, up to kConflictAttempts times in all.
 void TransactionState::performDictionaryFunction(
     const std::function<void(tvdiag::util::diagnostics&)>& fn, tvdiag::util::diagnostics& diagnostics) {
     if (refuseLostTransaction("run a dictionary function", diagnostics)) return;
     syncTransactionState();
     if (!writeHeldBack(diagnostics)) return;  // it belongs to the enclosing transaction
     const bool nested = explicitTransaction_ || functionDepth_ > 0;
+    const tvdiag::util::diagnostics before = diagnostics;
+    for (int attempt = 1; runFunction(fn, nested, diagnostics) && !nested && attempt < kConflictAttempts; ++attempt) {
+        diagnostics = before;
+    }
+}
+
+// Runs fn once; true when a conflict aborted it: it is rolled back, its records left in
+// `diagnostics` for the caller to keep (the last run) or forget (one run again).
+bool TransactionState::runFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn, bool nested,
+                                   tvdiag::util::diagnostics& diagnostics) {
     const std::string savepoint = savepointName(functionDepth_ + 1);
-    const bool begun = nested ? driver_.savepoint(savepoint) : driver_.beginWrite();
+    const bool begun = nested ? driver_.savepoint(savepoint) : driver_.beginWrite(Driver::WriteScope::PerValue);
     if (!driver_.check(begun, "vrex:function:beginFailed", "cannot begin a dictionary function", diagnostics)) {
-        return;
+        return false;
     }
     if (!nested) work_.forgetIds();
     ++functionDepth_;
@@ -93,9 +108,16 @@ void TransactionState::performDictionaryFunction(
     if (isClosed()) {
         diagnostics.add("vrex:function:closed",
                         "the registry \"" + driver_.location() + "\" was closed inside a dictionary function");
-        return;
+        return false;
+    }
+    const bool conflict = !nested && driver_.lostToConflict();
+    if (conflict) {
+        tvdiag::util::diagnostics ignored;
+        leaveFunction(nested, savepoint, false, ignored);
+        return true;
     }
     leaveFunction(nested, savepoint, diagnostics.empty(), diagnostics);
+    return false;
 }
 
 // Ending a read loses nothing, so its errors are not fn's and go unreported.

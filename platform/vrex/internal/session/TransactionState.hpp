@@ -44,6 +44,8 @@ public:
 
 private:
     void endTransaction(bool commit, tvdiag::util::diagnostics& diagnostics);
+    bool runFunction(const std::function<void(tvdiag::util::diagnostics&)>& fn, bool nested,
+                     tvdiag::util::diagnostics& diagnostics);
     void leaveFunction(bool nested, const std::string& savepoint, bool keep,
                        tvdiag::util::diagnostics& diagnostics);
     // Forgets the held-back work when the engine has rolled its transaction back by itself.

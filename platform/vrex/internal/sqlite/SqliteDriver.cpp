@@ -131,7 +131,8 @@ void SqliteDriver::close() {
 
 // --- transactions ---------------------------------------------------------------------------
 
-bool SqliteDriver::beginWrite() { return run(readOnly_ ? "BEGIN" : "BEGIN IMMEDIATE"); }
+// The file's write lock is the whole registry's whatever the scope.
+bool SqliteDriver::beginWrite(WriteScope) { return run(readOnly_ ? "BEGIN" : "BEGIN IMMEDIATE"); }
 
 // A deferred BEGIN takes no lock; the first read takes the snapshot that every later read of
 // the transaction shares.

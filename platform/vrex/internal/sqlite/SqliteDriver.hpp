@@ -27,7 +27,7 @@ public:
     void close() override;
 
     bool isInTransaction() const override { return connection_.isInTransaction(); }
-    bool beginWrite() override;
+    bool beginWrite(WriteScope scope) override;
     bool beginRead() override;
     bool commit() override;
     bool rollback() override;
