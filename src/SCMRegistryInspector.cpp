@@ -3,6 +3,7 @@
 #include "RegistryDictionary.hpp"
 #include "SCMCategoryClasses.hpp"
 #include "SCMEntryCheck.hpp"
+#include "SCMProvenanceClasses.hpp"
 #include "SCMVrexDataAdapter.hpp"
 #include "StoredObjects.hpp"
 
@@ -154,6 +155,7 @@ std::size_t SCMRegistryInspector::checkEntries(tvdiag::util::diagnostics& proble
     auto structure = tvdiag::util::diagnostics::getEmptyInstance();
     repository_.checkIntegrity(structure);
     for (const tvdiag::util::diagnostic& record : structure.records()) {
+        if (record.identifier == "vrex:integrity:missing" && SCMProvenanceClasses::isMissingTable(record.message)) continue;
         (record.identifier == "vrex:integrity:failed" ? diagnostics : problems).add(record.identifier, record.message);
     }
     if (!diagnostics.empty()) return 0;

@@ -36,6 +36,8 @@ public:
 
     // DataModelRepository::checkIntegrity on an open registry.
     void checkIntegrity(tvdiag::util::diagnostics& diagnostics);
+    // DataModelRepository::holdsClass on an open registry.
+    bool holdsClass(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
 
 private:
     std::shared_ptr<const Metamodel> metamodel_;  // before the driver: it may refer to it
