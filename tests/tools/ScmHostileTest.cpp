@@ -146,7 +146,7 @@ const HostileCase kHostileCases[] = {
      "<stdin>:2: error: at column 14: \"identity\" is not an object", 3, false,
      [](ScmHostile&, const ToolRun& run) {
          EXPECT_TRUE(contains(run.out, "<stdin>:5: error: at column 1: the line is not a JSON object\n")) << run.out;
-         EXPECT_TRUE(contains(run.out, "registered 3, merged 0, clashes 0, errors 2 (5 entries")) << run.out;
+         EXPECT_TRUE(contains(run.out, "registered 3, merged 0, unchanged 0, clashes 0, errors 2 (5 entries")) << run.out;
      }},
     {"NoManifestIsAUsageError", nullptr, {"register", kRegistry}, {}, 2, "manifests is required", -1},
     {"AStoreErrorStopsTheRunAndWritesNothing", refuseOneEntry,
@@ -157,7 +157,7 @@ const HostileCase kHostileCases[] = {
      "could not store the entry: cannot create an object", 3, true, [](ScmHostile&, const ToolRun& run) {
          EXPECT_TRUE(contains(run.out, "good.jsonl:2: error: SCM_UTILITIES key")) << run.out;
          EXPECT_TRUE(contains(run.out, "refused by a test")) << run.out;
-         EXPECT_TRUE(contains(run.out, "registered 2, merged 0, clashes 0, errors 1")) << run.out;
+         EXPECT_TRUE(contains(run.out, "registered 2, merged 0, unchanged 0, clashes 0, errors 1")) << run.out;
      }},
     {"AMissingManifestWritesNothing", writeGoodManifest,
      {"register", kRegistry, "good.jsonl", "absent.jsonl"}, {}, 2, "nothing was written", 0},

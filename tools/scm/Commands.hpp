@@ -49,6 +49,24 @@ struct StatsOptions {
 };
 int runStats(const StatsOptions& options);
 
+struct RunsOptions {
+    std::string registry;
+    std::string since;  // a UTC date or time; "" for every run
+    bool json = false;
+};
+// Lists the `scm register` runs recorded in the registry, the newest first, with their counts.
+int runRuns(const RunsOptions& options);
+
+struct ExplainOptions {
+    std::string registry;
+    std::string category;
+    std::string name;
+    std::string checksum;  // instead of category and name
+};
+// Shows how an entry's key fields make its checksum, its stored record, and every run that
+// created it, merged into it or clashed with it.
+int runExplain(const ExplainOptions& options);
+
 struct CheckOptions {
     std::string registry;
     bool repair = false;  // fix what can be fixed after the read-only check

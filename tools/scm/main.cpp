@@ -82,6 +82,26 @@ CLI::App* addStats(CLI::App& app, StatsOptions& options) {
     return command;
 }
 
+CLI::App* addRuns(CLI::App& app, RunsOptions& options) {
+    CLI::App* command = addCommand(app, "runs", "List the register runs, newest first, with their counts",
+                                   options.registry);
+    command->add_option("--since", options.since, "only runs started since this UTC date or time");
+    command->add_flag("--json", options.json, "print the runs as JSON");
+    return command;
+}
+
+CLI::App* addExplain(CLI::App& app, ExplainOptions& options) {
+    CLI::App* command = addCommand(
+        app, "explain",
+        "Show how an entry's key makes its checksum, its record, and the runs that created, "
+        "merged or clashed with it; exit 1 when there is none",
+        options.registry);
+    command->add_option("category", options.category, kCategoryHelp);
+    command->add_option("name", options.name, "entry name");
+    command->add_option("--checksum", options.checksum, "the entry's key, in every category");
+    return command;
+}
+
 // Throws ToolError when the first argument names no command: CLI11 would only say that a command
 // is required.
 void requireKnownCommand(CLI::App& app, int argc, char** argv) {
@@ -108,11 +128,15 @@ int main(int argc, char** argv) {
     ExportOptions exportOptions;
     StatsOptions statsOptions;
     CheckOptions checkOptions;
+    RunsOptions runsOptions;
+    ExplainOptions explainOptions;
     CLI::App* registerCommand = addRegister(app, registerOptions);
     CLI::App* listCommand = addList(app, listOptions);
     CLI::App* showCommand = addShow(app, showOptions);
     CLI::App* exportCommand = addExport(app, exportOptions);
     CLI::App* statsCommand = addStats(app, statsOptions);
+    CLI::App* runsCommand = addRuns(app, runsOptions);
+    CLI::App* explainCommand = addExplain(app, explainOptions);
     CLI::App* checkCommand = addCommand(
         app, "check",
         "Check the storage and every entry (decoding, checksums, duplicates); exit 1 on problems",
@@ -136,6 +160,8 @@ int main(int argc, char** argv) {
         if (exportCommand->parsed()) exitCode = runExport(exportOptions);
         if (statsCommand->parsed()) exitCode = runStats(statsOptions);
         if (checkCommand->parsed()) exitCode = runCheck(checkOptions);
+        if (runsCommand->parsed()) exitCode = runRuns(runsOptions);
+        if (explainCommand->parsed()) exitCode = runExplain(explainOptions);
         finishStandardOutput();
         return exitCode;
     } catch (const ToolError& error) {
