@@ -45,7 +45,10 @@ int runExport(const ExportOptions& options);
 
 struct StatsOptions {
     std::string registry;
-    int top = 10;  // how many of the most shared pieces to list
+    int top = 10;                  // how many of the most shared pieces to list
+    std::string since;             // count the runs started since this UTC date or time
+    std::string format = "text";   // text, json or openmetrics
+    bool json = false;             // the same as format json
 };
 int runStats(const StatsOptions& options);
 

@@ -74,11 +74,18 @@ CLI::App* addExport(CLI::App& app, ExportOptions& options) {
 }
 
 CLI::App* addStats(CLI::App& app, StatsOptions& options) {
-    CLI::App* command = addCommand(app, "stats", "Entries per category and what the models share",
+    CLI::App* command = addCommand(app, "stats", "Entries per category, what the models share and what the runs reuse",
                                    options.registry);
     command->add_option("--top", options.top, "how many of the most shared pieces to list")
         ->capture_default_str()
         ->check(CLI::NonNegativeNumber);
+    command->add_option("--since", options.since,
+                        "count the reuse of the register runs started since this UTC date or time");
+    CLI::Option* format =
+        command->add_option("--format", options.format, "text, json, or openmetrics (for a metrics collector)")
+            ->capture_default_str()
+            ->check(CLI::IsMember({"text", "json", "openmetrics"}));
+    command->add_flag("--json", options.json, "the same as --format json")->excludes(format);
     return command;
 }
 
