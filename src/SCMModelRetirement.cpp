@@ -28,7 +28,7 @@ const std::string kUtilities = "SCM_UTILITIES";
 // What retire() finds: the outcome, and the objects to delete when pruning.
 struct SCMModelRetirement::Found {
     Outcome outcome;
-    std::set<std::string> emptiedUtilities;  // checksums
+    std::map<std::string, bool> emptyUtilities;  // checksum -> whether retiring the model emptied it
     std::vector<vrex::ObjectRef> prunable;
 };
 
@@ -78,11 +78,13 @@ void SCMModelRetirement::retireFromUtilities(const std::string& model, Found& fo
         [&](const vrex::StoredObject& stored) {
             std::unique_ptr<SCMData> data = decodeStoredText<SCMData>(stored.texts[1], "SharedCodeManager.Data");
             auto* utility = dynamic_cast<SCMBasicUtilityData*>(data.get());
-            if (utility == nullptr || !diagnostics.empty() || !utility->removeModel(model)) return;
-            found.outcome.changedUtilities.push_back(utility->getName());
+            if (utility == nullptr || !diagnostics.empty()) return;
+            const bool changed = utility->removeModel(model);
             if (utility->getModelNames().empty() && stored.texts[0]) {
-                found.emptiedUtilities.insert(*stored.texts[0]);
+                found.emptyUtilities.emplace(*stored.texts[0], changed);
             }
+            if (!changed) return;
+            found.outcome.changedUtilities.push_back(utility->getName());
             if (mode_ != Mode::DryRun) {
                 repository_.setPropertyValue(stored.object, utilities.data, utility->toScriptValue(), diagnostics);
             }
@@ -91,7 +93,8 @@ void SCMModelRetirement::retireFromUtilities(const std::string& model, Found& fo
 }
 
 // From the provenance: which runs carried only `model`, then which entries only such runs
-// offered. Emptied utilities are unneeded whatever offered them.
+// offered. A utility without models is unneeded when retiring the model emptied it, or when only
+// such runs offered it (its model was removed before).
 void SCMModelRetirement::findUnneeded(const std::string& model, Found& found,
                                       tvdiag::util::diagnostics& diagnostics) {
     std::map<std::pair<std::string, std::string>, bool> onlyByModel;  // (category, checksum)
@@ -115,9 +118,12 @@ void SCMModelRetirement::findUnneeded(const std::string& model, Found& found,
             diagnostics);
     }
     if (!diagnostics.empty()) return;
-    for (const std::string& checksum : found.emptiedUtilities) {
-        addUnneeded({kUtilities, checksum, "", onlyByModel.count({kUtilities, checksum}) > 0}, found,
-                    diagnostics);
+    for (const auto& [checksum, emptied] : found.emptyUtilities) {
+        const auto evidence = onlyByModel.find({kUtilities, checksum});
+        const bool hasProvenance = evidence != onlyByModel.end();
+        if (emptied || (hasProvenance && evidence->second)) {
+            addUnneeded({kUtilities, checksum, "", hasProvenance}, found, diagnostics);
+        }
     }
     for (const auto& [key, only] : onlyByModel) {
         if (only && key.first != kUtilities) addUnneeded({key.first, key.second, "", true}, found, diagnostics);

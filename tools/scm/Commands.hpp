@@ -70,6 +70,16 @@ struct ExplainOptions {
 // created it, merged into it or clashed with it.
 int runExplain(const ExplainOptions& options);
 
+struct ForgetOptions {
+    std::string registry;
+    std::string model;
+    bool dryRun = false;  // print what would change, whatever else is asked (the default)
+    bool apply = false;   // remove the model from the utilities
+    bool prune = false;   // apply, and delete the entries nothing needs that have provenance
+};
+// Retires a model (SCMModelRetirement) in one transaction and lists the entries nothing needs.
+int runForget(const ForgetOptions& options);
+
 struct CheckOptions {
     std::string registry;
     bool repair = false;  // fix what can be fixed after the read-only check

@@ -109,6 +109,20 @@ CLI::App* addExplain(CLI::App& app, ExplainOptions& options) {
     return command;
 }
 
+CLI::App* addForget(CLI::App& app, ForgetOptions& options) {
+    CLI::App* command = addCommand(
+        app, "forget",
+        "Retire a model: remove it from every utility and list the entries nothing needs any "
+        "more; a dry run unless --apply or --prune",
+        options.registry);
+    command->add_option("--model", options.model, "the model to retire")->required();
+    command->add_flag("--dry-run", options.dryRun, "print what would change and change nothing (the default)");
+    command->add_flag("--apply", options.apply, "remove the model from the utilities");
+    command->add_flag("--prune", options.prune,
+                      "also delete the entries nothing needs, when runs recorded them");
+    return command;
+}
+
 // Throws ToolError when the first argument names no command: CLI11 would only say that a command
 // is required.
 void requireKnownCommand(CLI::App& app, int argc, char** argv) {
@@ -137,6 +151,7 @@ int main(int argc, char** argv) {
     CheckOptions checkOptions;
     RunsOptions runsOptions;
     ExplainOptions explainOptions;
+    ForgetOptions forgetOptions;
     CLI::App* registerCommand = addRegister(app, registerOptions);
     CLI::App* listCommand = addList(app, listOptions);
     CLI::App* showCommand = addShow(app, showOptions);
@@ -144,6 +159,7 @@ int main(int argc, char** argv) {
     CLI::App* statsCommand = addStats(app, statsOptions);
     CLI::App* runsCommand = addRuns(app, runsOptions);
     CLI::App* explainCommand = addExplain(app, explainOptions);
+    CLI::App* forgetCommand = addForget(app, forgetOptions);
     CLI::App* checkCommand = addCommand(
         app, "check",
         "Check the storage and every entry (decoding, checksums, duplicates); exit 1 on problems",
@@ -169,6 +185,7 @@ int main(int argc, char** argv) {
         if (checkCommand->parsed()) exitCode = runCheck(checkOptions);
         if (runsCommand->parsed()) exitCode = runRuns(runsOptions);
         if (explainCommand->parsed()) exitCode = runExplain(explainOptions);
+        if (forgetCommand->parsed()) exitCode = runForget(forgetOptions);
         finishStandardOutput();
         return exitCode;
     } catch (const ToolError& error) {
