@@ -1,10 +1,13 @@
 // The tool end to end on the examples' registry: what register reports of them (in text and
-// JSON), list, show, export (and its round trip through register), stats and check. Bad input,
+// JSON), list, show, export (and its round trip through register), stats, check, and the runs
+// register records (runs, explain, forget). Bad input,
 // damaged and foreign files: ScmHostileTest.cpp.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
+#include "SCMBasicUtilityData.hpp"
+#include "SCMBasicUtilityIdentity.hpp"
 #include "SCMSharedFunctionIdentity.hpp"
 #include "shared_code_manager.hpp"
 #include "ScmToolRunner.hpp"
@@ -99,6 +102,15 @@ TEST_F(ScmExamples, ReadingCommandsFindWhatWasRegistered) {
          {"category            SCM_SHARED_FUNCTIONS\n", "FunctionName      \"filter_update\"\n"}},
         {{"show", kRegistry, "types", "No_Such_Type"}, 1, {"no entry named \"No_Such_Type\" in types"}},
         {{"show", kRegistry, "types"}, 2, {}},
+        // The one run that registered the examples: what it did to each entry, the digest's input.
+        {{"runs", kRegistry}, 0, {"REGISTERED  MERGED  UNCHANGED  CLASHES  ERRORS", "11       5          5        1"}},
+        {{"runs", kRegistry, "--since", "2999-01-01"}, 0, {"no runs recorded"}},
+        {{"explain", kRegistry, "utilities", "rt_sat_s32"}, 0,
+         {"digest input (10 bytes): 72745f7361745f733332\n", "  created by run ", "  merged by run "}},
+        {{"explain", kRegistry, "--checksum", clashKey_}, 0,
+         {"  created by run ", "  clash with run ", "\n    Name: stored \"filter_update\", offered \"filter_update_fast\"\n"}},
+        {{"stats", kRegistry, "--format", "openmetrics"}, 0,
+         {"scm_register_runs_total 1\n", "scm_model_entries_reused_total{model=\"model_b\"} 10\n", "# EOF\n"}},
         // The counts cover every piece; only the most shared one (of 4 traces) is listed.
         {{"stats", kRegistry, "--top", "1"}, 0,
          {"utilities        3\n", "total           11\n", "models: 3 (model_a, model_b, model_c)\n",
@@ -116,6 +128,40 @@ TEST_F(ScmExamples, ReadingCommandsFindWhatWasRegistered) {
     EXPECT_FALSE(contains(scm({"show", kRegistry, "utilities", "rt_sat_s32"}).out, "IncludeMaxIdLength"));
     EXPECT_EQ(countOf(scm({"export", kRegistry, "constants"}).out, "\n"), 2u);
     EXPECT_FALSE(contains(scm({"stats", kRegistry, "--top", "1"}).out, "rt_lookup_1d"));
+}
+
+// Only runs that were kept are recorded; forget changes nothing in a dry run, and prunes only
+// what recorded runs of the retired model alone offered, never what the library registered.
+TEST_F(ScmExamples, RunsAreRecordedWithTheirEntriesAndForgetPrunesOnlyWhatTheyOffered) {
+    writeManifest("broken.jsonl", {utilityLine("rt_new"), "{"});
+    EXPECT_EQ(scm({"register", kRegistry, "broken.jsonl"}).exitCode, 2);
+    EXPECT_EQ(scm({"runs", kRegistry, "--json"}).out.find("broken.jsonl"), std::string::npos);
+    EXPECT_EQ(scm({"explain", kRegistry, "utilities", "rt_new"}).exitCode, 1);
+
+    const TestRegistry farm(file("farm.scm"));
+    {
+        SCM::SharedCodeManagerInterface library(farm.location());
+        SCM::SCMBasicUtilityIdentity key("rt_legacy");
+        SCM::SCMBasicUtilityData record("rt_legacy", false, false);
+        record.setName("rt_legacy");
+        record.addModelName("model_c");
+        ASSERT_EQ(library.registerDataInTransaction(&key, &record), SCM::IS_REGISTERED);
+    }
+    for (const char* manifest : {"model_a.jsonl", "model_c.jsonl"}) scm({"register", farm.location(), example(manifest)});
+    const std::string before = registryDump(farm.location());
+    const ToolRun dryRun = scm({"forget", farm.location(), "--model", "model_c"});
+    EXPECT_EQ(registryDump(farm.location()), before);
+    const ToolRun pruned = scm({"forget", farm.location(), "--model", "model_c", "--prune"});
+    for (const ToolRun& run : {dryRun, pruned}) {
+        EXPECT_TRUE(contains(run.out, "from 3 utilities\n  \"rt_legacy\"\n  \"rt_sat_s32\"\n  \"rt_lookup_1d\"\n"
+                                      "entries nothing needs any more: 3\n")) << run.out;
+        EXPECT_TRUE(contains(run.out, "name \"rt_legacy\": kept: no run recorded it")) << run.out;
+    }
+    EXPECT_TRUE(contains(pruned.out, "name \"K_MAX_SPEED\": deleted\n")) << pruned.out;
+    EXPECT_TRUE(contains(pruned.out, "name \"Mode_T\": deleted\ndeleted 2 entries\n")) << pruned.out;
+    const std::string names = scm({"list", farm.location(), "--names"}).out;
+    EXPECT_TRUE(contains(names, "rt_legacy\n") && !contains(names, "K_MAX_SPEED") && !contains(names, "Mode_T")) << names;
+    EXPECT_EQ(countOf(names, "\n"), countOf(before, "\n") - 2);
 }
 
 // What check says of each kind of damage, and what --repair makes of it.
