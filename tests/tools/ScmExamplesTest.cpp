@@ -164,6 +164,24 @@ TEST_F(ScmExamples, RunsAreRecordedWithTheirEntriesAndForgetPrunesOnlyWhatTheyOf
     EXPECT_EQ(countOf(names, "\n"), countOf(before, "\n") - 2);
 }
 
+// A registry made before runs were recorded: the reading commands find no runs and check finds
+// it sound; the next register run makes the tables and is recorded.
+TEST_F(ScmExamples, ARegistryFromBeforeRunsGainsThemWhenNextWritten) {
+    std::string metamodel = vrex_test::readBytes(vrex_test::shippedMetamodel());
+    metamodel.erase(metamodel.find("  <package name=\"SCM_PROVENANCE\">"));
+    vrex_test::writeBytes(file("old.xml"), metamodel + "</metamodel>\n");
+    const TestRegistry old(file("old.scm"));
+    {
+        vrex::DataModelRepository repository;
+        ASSERT_EQ(vrex_test::openRepository(repository, old.location(), file("old.xml")), "");
+    }
+    EXPECT_EQ(scm({"runs", old.location()}).out, "no runs recorded in " + SCM::getPrintableRegistryName(old.location()) + "\n");
+    EXPECT_TRUE(contains(scm({"stats", old.location()}).out, "no runs recorded"));
+    EXPECT_EQ(scm({"check", old.location()}).exitCode, 0);
+    EXPECT_EQ(scm({"register", old.location(), example("model_a.jsonl")}).exitCode, 0);
+    EXPECT_EQ(countOf(scm({"runs", old.location()}).out, "\n"), 2u);  // a header and the run
+}
+
 // What check says of each kind of damage, and what --repair makes of it.
 TEST_F(ScmExamples, CheckFindsEachKindOfDamage) {
     EXPECT_EQ(scm({"check", kRegistry}).out, "OK: " + printedRegistry() + ": 11 entries; the storage is "
