@@ -95,11 +95,19 @@ SCMRun SCMProvenanceClasses::runOf(const Texts& texts) {
     return run;
 }
 
-SCMProvenanceClasses::Texts SCMProvenanceClasses::entryTexts(const SCMRunEntry& entry) {
-    Texts texts{entry.run, entry.category, entry.checksum, runOutcomeName(entry.outcome),
-                std::nullopt};
-    if (!entry.differences.empty()) texts[4] = lines(entry.differences);
-    return texts;
+void SCMProvenanceClasses::createEntry(vrex::DataModelRepository& repository, const SCMRunEntry& entry,
+                                       tvdiag::util::diagnostics& diagnostics) const {
+    const vrex::ObjectRef object = repository.createObject(entryClass_, diagnostics);
+    const auto set = [&](std::size_t property, std::string text) {
+        if (diagnostics.empty()) {
+            repository.setPropertyValue(object, entryProperties_[property], qaArray::fromText(std::move(text)), diagnostics);
+        }
+    };
+    set(0, entry.run);
+    set(1, entry.category);
+    set(2, entry.checksum);
+    set(3, runOutcomeName(entry.outcome));
+    if (!entry.differences.empty()) set(4, lines(entry.differences));
 }
 
 bool SCMProvenanceClasses::entryOf(const Texts& texts, SCMRunEntry& entry) {

@@ -41,10 +41,13 @@ public:
 
     static Texts runTexts(const SCMRun& run);
     static SCMRun runOf(const Texts& texts);
-    static Texts entryTexts(const SCMRunEntry& entry);
     // False when the row's outcome is no outcome's name.
     static bool entryOf(const Texts& texts, SCMRunEntry& entry);
 
+    // Creates the row of `entry`, property by property (the cheapest way: one row per entry a
+    // run touches). Call it inside a write transaction; errors stay in `diagnostics`.
+    void createEntry(vrex::DataModelRepository& repository, const SCMRunEntry& entry,
+                     tvdiag::util::diagnostics& diagnostics) const;
     // Creates an object of `cls` with `texts` for `properties` (unset for nullopt). Call it
     // inside a write transaction; errors stay in `diagnostics`.
     static void create(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,

@@ -46,9 +46,7 @@ bool SCMRunRecorder::keep(const tvdiag::util::diagnostics& diagnostics) {
 
 bool SCMRunRecorder::recordEntry(const SCMRunEntry& entry) {
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    SCMProvenanceClasses::create(adapter_.getDictionary(), classes_->entryClass(),
-                                 classes_->entryProperties(), SCMProvenanceClasses::entryTexts(entry),
-                                 diagnostics);
+    classes_->createEntry(adapter_.getDictionary(), entry, diagnostics);
     return keep(diagnostics);
 }
 

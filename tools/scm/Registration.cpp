@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "ReuseStats.hpp"
 #include "SCMRegistry.hpp"
 
 namespace scm_tool {
@@ -97,7 +96,7 @@ Outcome Registration::registerEntry(OwnedEntry& entry, ReportedEntry& reported) 
 
 // `offered`: the entry's record, when it reached the registry.
 void Registration::record(ReportedEntry reported, SCM::SCMData* offered) {
-    if (run_ != nullptr && offered != nullptr) run_->addEntry(reported, ReuseStats::modelsOf(*offered));
+    if (run_ != nullptr && offered != nullptr) run_->addEntry(reported, *offered);
     if (verbose_ != nullptr) {
         *verbose_ << describeEntry(reported.place, outcomeWord(reported.outcome)) << '\n';
     }

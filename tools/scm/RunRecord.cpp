@@ -1,10 +1,13 @@
 #include "RunRecord.hpp"
 
+
 #include <pwd.h>
 #include <unistd.h>
 
 #include <climits>
 #include <cstdlib>
+
+#include "ReuseStats.hpp"
 
 namespace scm_tool {
 
@@ -36,18 +39,25 @@ RunRecord::RunRecord(OpenRegistry& registry, std::vector<std::string> manifests)
     : recorder_(registry.adapter()) {
     const auto now = std::chrono::system_clock::now();
     run_.id = SCM::SCMRunRecorder::newRunId(now);
+    row_.run = run_.id;
     run_.started = SCM::SCMRunRecorder::utcText(now);
     run_.host = hostName();
     run_.user = userName();
     for (std::string& manifest : manifests) run_.manifests.push_back(manifest == "-" ? "<stdin>" : std::move(manifest));
 }
 
-void RunRecord::addEntry(const ReportedEntry& entry, const std::set<std::string>& models) {
+void RunRecord::addEntry(const ReportedEntry& entry, const SCM::SCMData& offered) {
     if (entry.outcome == Outcome::Error || !failure_.empty()) return;
-    models_.insert(models.begin(), models.end());
-    SCM::SCMRunEntry row{run_.id, entry.place.category, entry.place.key, runOutcome(entry.outcome), {}};
-    for (const Difference& difference : entry.differences) row.differences.push_back(differenceText(difference));
-    if (!recorder_.recordEntry(row)) failure_ = recorder_.getLastError();
+    ReuseStats::forEachModelOf(offered, [this](std::string_view model) {
+        if (model != lastModel_ && models_.find(model) == models_.end()) models_.emplace(model);
+        lastModel_ = model;
+    });
+    row_.category = entry.place.category;  // assigned into the same row: no allocation per entry
+    row_.checksum = entry.place.key;
+    row_.outcome = runOutcome(entry.outcome);
+    row_.differences.clear();
+    for (const Difference& difference : entry.differences) row_.differences.push_back(differenceText(difference));
+    if (!recorder_.recordEntry(row_)) failure_ = recorder_.getLastError();
 }
 
 bool RunRecord::finish(const RegistrationReport& report, std::string& reason) {

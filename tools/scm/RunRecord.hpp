@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -20,9 +21,8 @@ public:
     RunRecord(OpenRegistry& registry, std::vector<std::string> manifests);
 
     const std::string& id() const { return run_.id; }
-    // Records what the run did with one entry, whose record names `models`. Errors and entries
-    // that never reached the registry leave no row.
-    void addEntry(const ReportedEntry& entry, const std::set<std::string>& models);
+    // Records what the run did with one entry, offered as `offered`. Errors leave no row.
+    void addEntry(const ReportedEntry& entry, const SCM::SCMData& offered);
     // Records the run with the report's counts; call it last, before the commit. False, with
     // the registry's reason, when this or any row could not be recorded.
     bool finish(const RegistrationReport& report, std::string& reason);
@@ -30,7 +30,9 @@ public:
 private:
     SCM::SCMRunRecorder recorder_;
     SCM::SCMRun run_;
-    std::set<std::string> models_;
+    SCM::SCMRunEntry row_;  // the row being recorded, reused
+    std::set<std::string, std::less<>> models_;  // the models the entries carry
+    std::string lastModel_;                      // the last one seen, the likeliest next
     std::string failure_;  // the first row that could not be recorded
 };
 
