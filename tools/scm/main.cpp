@@ -27,6 +27,13 @@ CLI::App* addCommand(CLI::App& app, const char* name, const char* description,
     return command;
 }
 
+// The two ways show and explain name an entry: CATEGORY NAME, or --checksum KEY.
+void addEntrySearch(CLI::App* command, std::string& category, std::string& name, std::string& checksum) {
+    command->add_option("category", category, kCategoryHelp);
+    command->add_option("name", name, "entry name");
+    command->add_option("--checksum", checksum, "the entry's key, in every category");
+}
+
 CLI::App* addRegister(CLI::App& app, RegisterOptions& options) {
     CLI::App* command = addCommand(
         app, "register",
@@ -57,9 +64,7 @@ CLI::App* addShow(CLI::App& app, ShowOptions& options) {
         app, "show",
         "Show an entry by category and name, or by checksum; exit 1 when there is none",
         options.registry);
-    command->add_option("category", options.category, kCategoryHelp);
-    command->add_option("name", options.name, "entry name");
-    command->add_option("--checksum", options.checksum, "the entry's key, in every category");
+    addEntrySearch(command, options.category, options.name, options.checksum);
     command->add_flag("--all", options.all, "show hidden properties too");
     return command;
 }
@@ -103,9 +108,7 @@ CLI::App* addExplain(CLI::App& app, ExplainOptions& options) {
         "Show how an entry's key makes its checksum, its record, and the runs that created, "
         "merged or clashed with it; exit 1 when there is none",
         options.registry);
-    command->add_option("category", options.category, kCategoryHelp);
-    command->add_option("name", options.name, "entry name");
-    command->add_option("--checksum", options.checksum, "the entry's key, in every category");
+    addEntrySearch(command, options.category, options.name, options.checksum);
     return command;
 }
 
