@@ -105,6 +105,10 @@ TEST_F(ScmExamples, ReadingCommandsFindWhatWasRegistered) {
         // The one run that registered the examples: what it did to each entry, the digest's input.
         {{"runs", kRegistry}, 0, {"REGISTERED  MERGED  UNCHANGED  CLASHES  ERRORS", "11       5          5        1"}},
         {{"runs", kRegistry, "--since", "2999-01-01"}, 0, {"no runs recorded"}},
+        {{"runs", kRegistry, "--json"}, 0,
+         {"\"models\": [\n        \"model_a\",\n        \"model_b\",\n        \"model_c\"\n      ]", "model_c.jsonl\"\n      ]"}},
+        {{"stats", kRegistry, "--json", "--since", "2000-01-01"}, 0,
+         {"\"reuse\": {\n    \"runs\": 1,\n    \"offered\": 22,\n    \"new\": 11,\n    \"reused\": 10,"}},
         {{"explain", kRegistry, "utilities", "rt_sat_s32"}, 0,
          {"digest input (10 bytes): 72745f7361745f733332\n", "  created by run ", "  merged by run "}},
         {{"explain", kRegistry, "--checksum", clashKey_}, 0,

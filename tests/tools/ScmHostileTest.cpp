@@ -178,6 +178,16 @@ const HostileCase kHostileCases[] = {
          EXPECT_EQ(countOf(run.out + run.err, "read-only"), 1u);
          noSideFiles(test, run);
      }},
+    {"ReadOnlyRegistryRefusesForgetButDryRuns", &ScmHostile::makeReadOnly,
+     {"forget", kRegistry, "--model", "m", "--prune"}, kUnprivileged, 2, "read-only for this process", 2, true,
+     [](ScmHostile& test, const ToolRun& run) {
+         noSideFiles(test, run);
+         EXPECT_EQ(test.scm({"forget", kRegistry, "--model", "m"}, kUnprivileged).exitCode, 0);
+     }},
+    {"SinceTakesAUtcDateOrTime", nullptr, {"runs", kRegistry, "--since", "2026-11-24 13:00"}, {}, 2,
+     "--since takes a UTC date or time", -1},
+    {"ExplainTakesOneForm", nullptr, {"explain", kRegistry, "utilities"}, {}, 2,
+     "explain takes either CATEGORY NAME or --checksum", -1},
     {"ALockHeldTooLong", &ScmHostile::holdWriteLock, {"register", kRegistry, "utilities.jsonl"},
      {"/dev/null", "", {{"SCM_BUSY_TIMEOUT_MS", "200"}}, false}, 2, "locked by another process", -1, true},
     {"ShowSaysAnEntryDoesNotDecode", spoilARecord,
