@@ -25,7 +25,7 @@ std::vector<vrex::PropertyRef> propertiesOf(const vrex::ClassRef& cls, const cha
 
 std::string lines(const std::vector<std::string>& items) {
     std::string text;
-    for (const std::string& item : items) text += (text.empty() ? "" : "\n") + item;
+    for (std::size_t i = 0; i < items.size(); ++i) text += (i == 0 ? "" : "\n") + items[i];
     return text;
 }
 

@@ -1,6 +1,5 @@
 #include "RunRecord.hpp"
 
-
 #include <pwd.h>
 #include <unistd.h>
 
