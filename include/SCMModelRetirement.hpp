@@ -17,9 +17,9 @@ class SCMProvenanceClasses;
 // Retires a model from a registry: removes it from every utility's model names and traceability
 // (SCMBasicUtilityData::removeModel), and finds the entries nothing needs any more: utilities
 // whose model list this made empty, and entries of other categories that only runs of that model
-// (runs whose entries carried that model and no other) ever offered. Only entries with
-// provenance, some run that offered them, can be pruned: entries registered before runs were
-// recorded never are. It opens the registry itself, apart from any facade; storage errors never
+// (runs whose entries carried that model and no other) ever offered. Only entries whose creation
+// a run recorded can be pruned: entries registered before runs were recorded, or by the library,
+// never are, whatever runs merged into them since. It opens the registry itself, apart from any facade; storage errors never
 // throw, they stay in the diagnostics `retire` takes. Belongs to one thread at a time.
 class SCM_EXPORT SCMModelRetirement {
 public:
@@ -33,7 +33,7 @@ public:
         std::string category;
         std::string checksum;
         std::string name;
-        bool hasProvenance = false;  // some run offered it: pruning deletes it
+        bool hasProvenance = false;  // a run recorded its creation: pruning deletes it
     };
     struct Outcome {
         std::vector<std::string> changedUtilities;  // the names of the utilities that named the model

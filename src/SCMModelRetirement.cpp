@@ -94,10 +94,16 @@ void SCMModelRetirement::retireFromUtilities(const std::string& model, Found& fo
 
 // From the provenance: which runs carried only `model`, then which entries only such runs
 // offered. A utility without models is unneeded when retiring the model emptied it, or when only
-// such runs offered it (its model was removed before).
+// such runs offered it (its model was removed before). Only an entry whose creation a run
+// recorded has the evidence to be pruned: one made before runs were recorded (or by the library)
+// is listed and kept, whatever merged into it since.
 void SCMModelRetirement::findUnneeded(const std::string& model, Found& found,
                                       tvdiag::util::diagnostics& diagnostics) {
-    std::map<std::pair<std::string, std::string>, bool> onlyByModel;  // (category, checksum)
+    struct Evidence {
+        bool onlyByModel = true;  // every run that offered it carried only `model`
+        bool created = false;     // a run recorded its creation
+    };
+    std::map<std::pair<std::string, std::string>, Evidence> offered;  // by (category, checksum)
     if (provenance_->areStored(repository_, diagnostics)) {
         std::set<std::string> modelRuns;
         SCMProvenanceClasses::walk(repository_, provenance_->runClass(), provenance_->runProperties(),
@@ -111,22 +117,24 @@ void SCMModelRetirement::findUnneeded(const std::string& model, Found& found,
             repository_, provenance_->entryClass(), provenance_->entryProperties(),
             [&](const vrex::StoredObject& stored) {
                 if (!SCMProvenanceClasses::entryOf(stored.texts, entry)) return;
-                const bool byModel = modelRuns.count(entry.run) > 0;
-                auto [place, added] = onlyByModel.emplace(std::make_pair(entry.category, entry.checksum), byModel);
-                if (!added) place->second = place->second && byModel;
+                Evidence& evidence = offered[{entry.category, entry.checksum}];
+                evidence.onlyByModel = evidence.onlyByModel && modelRuns.count(entry.run) > 0;
+                evidence.created = evidence.created || entry.outcome == SCMRunOutcome::Created;
             },
             diagnostics);
     }
     if (!diagnostics.empty()) return;
     for (const auto& [checksum, emptied] : found.emptyUtilities) {
-        const auto evidence = onlyByModel.find({kUtilities, checksum});
-        const bool hasProvenance = evidence != onlyByModel.end();
-        if (emptied || (hasProvenance && evidence->second)) {
-            addUnneeded({kUtilities, checksum, "", hasProvenance}, found, diagnostics);
+        const auto evidence = offered.find({kUtilities, checksum});
+        const bool recorded = evidence != offered.end();
+        if (emptied || (recorded && evidence->second.onlyByModel)) {
+            addUnneeded({kUtilities, checksum, "", recorded && evidence->second.created}, found, diagnostics);
         }
     }
-    for (const auto& [key, only] : onlyByModel) {
-        if (only && key.first != kUtilities) addUnneeded({key.first, key.second, "", true}, found, diagnostics);
+    for (const auto& [key, evidence] : offered) {
+        if (evidence.onlyByModel && key.first != kUtilities) {
+            addUnneeded({key.first, key.second, "", evidence.created}, found, diagnostics);
+        }
     }
 }
 

@@ -18,7 +18,7 @@ Retirement::Mode modeOf(const ForgetOptions& options) {
 
 // What becomes of an unneeded entry in this mode.
 std::string fate(const Retirement::Unneeded& entry, Retirement::Mode mode) {
-    if (!entry.hasProvenance) return "kept: no run recorded it, so nothing shows what else needs it";
+    if (!entry.hasProvenance) return "kept: no run recorded its creation, so nothing shows what else needs it";
     if (mode == Retirement::Mode::RetireAndPrune) return "deleted";
     return "--prune deletes it";
 }
