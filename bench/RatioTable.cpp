@@ -29,6 +29,7 @@ const Line kStoreLines[] = {
     {"cached road, new entries (vs 51 per txn)", "library/cached_new", "sqlite/cached_new", 0.6},
     {"cached road, merges (vs 51 per txn)", "library/cached_merge", "sqlite/cached_merge", 0.6},
     {"scm register (vs 1 txn)", "library/scm_register", "sqlite/scm_register", 0.5},
+    {"scm register, runs recorded (vs not)", "library/scm_register_recorded", "library/scm_register", 0.9},
     {"retrieveData (vs select by checksum)", "library/retrieveData", "sqlite/retrieveData", 0.7},
     {"retrieveDataForName (vs select by name)", "library/retrieveDataForName",
      "sqlite/retrieveDataForName", 0.7},

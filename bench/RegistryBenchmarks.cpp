@@ -5,6 +5,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "scm/ProgressBar.hpp"
 #include "scm/Registration.hpp"
 #include "scm/RegistrationReport.hpp"
+#include "scm/RunRecord.hpp"
 #include "tv/TvFeature.hpp"
 
 namespace bench {
@@ -107,13 +109,12 @@ void libraryRoad(benchmark::State& state, StoreTemplates& templates, std::uint64
     if (!holdsLast(registry, entries, merge ? 3 : 2)) state.SkipWithError("an entry is missing");
 }
 
-// What `scm register` does with a manifest, through the tool's own code: the manifest's text
-// read line by line (each line decoded as the tool decodes it), one explicit transaction, each
-// entry registered and its outcome recorded in the run's report. Only the command line, the
-// file itself and the printed report are left out.
-void libraryTool(benchmark::State& state, StoreTemplates& templates, std::uint64_t stored,
-                 std::uint64_t count) {
-    const std::string file = templates.workCopy(templates.libraryStore(stored), "library-work.registry");
+// The tool's run as `scm register` makes it; `recorded`: with its provenance, as the command
+// records it (a row per entry and the run's own row, in the run's transaction).
+void toolRun(benchmark::State& state, StoreTemplates& templates, std::uint64_t stored,
+             std::uint64_t count, bool recorded) {
+    const std::string file = templates.workCopy(templates.libraryStore(stored),
+                                                recorded ? "recorded-work.registry" : "library-work.registry");
     scm_tool::OpenRegistry registry(file);
     std::string manifest;
     for (std::uint64_t i = stored; i < stored + count; ++i) {
@@ -123,15 +124,29 @@ void libraryTool(benchmark::State& state, StoreTemplates& templates, std::uint64
     std::istringstream in(std::move(manifest));
     scm_tool::RegistrationReport report;
     scm_tool::ProgressBar progress(0, false);
-    scm_tool::Registration registration(registry, report, progress, nullptr, true);
     timeOnce(state, count, [&] {
         bool ok = registry.adapter().beginTransaction();
+        std::optional<scm_tool::RunRecord> run;
+        if (recorded) run.emplace(registry, std::vector<std::string>{"bench"});
+        scm_tool::Registration registration(registry, report, progress, nullptr, true,
+                                            run ? &*run : nullptr);
         registration.registerManifest(in, "bench");
+        std::string reason;
+        ok = ok && (!run || run->finish(report, reason));
         return registry.adapter().endTransaction() && ok;
     });
     if (report.total() != count || report.exitCode() != scm_tool::kExitOk) {
         state.SkipWithError("an entry was not registered");
     }
+}
+
+// What `scm register` does with a manifest, through the tool's own code: the manifest's text
+// read line by line (each line decoded as the tool decodes it), one explicit transaction, each
+// entry registered and its outcome recorded in the run's report. Only the command line, the
+// file itself and the printed report are left out.
+void libraryTool(benchmark::State& state, StoreTemplates& templates, std::uint64_t stored,
+                 std::uint64_t count) {
+    toolRun(state, templates, stored, count, false);
 }
 
 void libraryRetrieveData(benchmark::State& state, StoreTemplates& templates,
@@ -269,6 +284,13 @@ void rawSelectAll(benchmark::State& state, StoreTemplates& templates, std::uint6
     state.SetItemsProcessed(static_cast<std::int64_t>(listed));
 }
 
+// `scm register` recording its runs, against the same run without (library/scm_register).
+void registerRecordedLine(StoreTemplates& templates, std::uint64_t stored, const Scale& s) {
+    StoreTemplates* t = &templates;
+    addMeasurement("library/scm_register_recorded", stored,
+        [=](benchmark::State& st) { toolRun(st, *t, stored, s.toolEntries, true); });
+}
+
 void registerRound(StoreTemplates& templates, std::uint64_t stored, const Scale& s) {
     StoreTemplates* t = &templates;
     auto pair = [&](const std::string& line, std::function<void(benchmark::State&)> library,
@@ -291,6 +313,7 @@ void registerRound(StoreTemplates& templates, std::uint64_t stored, const Scale&
     pair("scm_register",
          [=](benchmark::State& st) { libraryTool(st, *t, stored, s.toolEntries); },
          [=](benchmark::State& st) { rawInsert(st, *t, stored, s.toolEntries, 0); });
+    registerRecordedLine(templates, stored, s);
     pair("retrieveData",
          [=](benchmark::State& st) { libraryRetrieveData(st, *t, stored, s.lookups); },
          [=](benchmark::State& st) { rawSelect(st, *t, stored, s.lookups, false); });

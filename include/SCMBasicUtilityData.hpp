@@ -61,6 +61,9 @@ public:
     // std::out_of_range when an entry equals `modelName` exactly (an entry must never be a bare
     // model name).
     std::vector<std::string> getTraceabilityForModel(const std::string& modelName) const;
+    // The rule that retires a model: drops every `modelName` from the model names and every
+    // traceability entry "<modelName>:..."; the rest stays as it was. True when anything changed.
+    bool removeModel(const std::string& modelName);
 
 private:
     std::string nameWithEncodings_;

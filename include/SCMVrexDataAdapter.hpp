@@ -64,9 +64,15 @@ public:
     // True when the dictionary holds an entry with the identity's checksum in its category.
     bool isValuePresent(SCMIdentity* identity);
     // Merges `data` into the stored record of `identity`; writes the record back only when the
-    // merge answers IS_PRESENT_UPDATE.
+    // merge answers IS_PRESENT_UPDATE and changed it.
     SCMRegistry updateValue(SCMIdentity* identity, SCMData* data,
                             tvdiag::util::diagnostics& diagnostics);
+    // Whether the last merge that answered IS_PRESENT_UPDATE changed the stored record: false when
+    // the record already held everything offered (it is then not written again).
+    bool didLastMergeChange() const { return lastMergeChanged_; }
+    // The open dictionary, for the library's classes that write records of their own beside the
+    // entries, in the same transactions (SCMRunRecorder).
+    vrex::DataModelRepository& getDictionary() { return repository_; }
     // Every dictionary object of the category, in creation order (empty on error).
     std::vector<vrex::ObjectRef> getAllChildren(SCMTypes type);
 
@@ -98,6 +104,7 @@ private:
 
     std::string openError_;
     std::string lastError_;
+    bool lastMergeChanged_ = false;
 };
 
 }  // namespace SCM

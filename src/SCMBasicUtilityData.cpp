@@ -135,6 +135,17 @@ std::vector<std::string> SCMBasicUtilityData::getTraceabilityForModel(
     return entries;
 }
 
+bool SCMBasicUtilityData::removeModel(const std::string& modelName) {
+    const std::size_t before = modelNames_.size() + traceability_.size();
+    modelNames_.erase(std::remove(modelNames_.begin(), modelNames_.end(), modelName), modelNames_.end());
+    const std::string prefix = modelName + ":";
+    for (auto entry = traceability_.lower_bound(prefix);
+         entry != traceability_.end() && entry->compare(0, prefix.size(), prefix) == 0;) {
+        entry = traceability_.erase(entry);
+    }
+    return modelNames_.size() + traceability_.size() != before;
+}
+
 // Publishes "SharedCodeManager.BasicUtilityData". The "Traceability" setter adds to the entries
 // already there (setTraceability is a union).
 void publishSCMBasicUtilityData(kobj::factory::ClassBuilder& builder) {

@@ -3,6 +3,7 @@
 #include "RegistryDictionary.hpp"
 #include "SCMCategoryClasses.hpp"
 #include "SCMEntryCheck.hpp"
+#include "SCMProvenanceClasses.hpp"
 #include "SCMVrexDataAdapter.hpp"
 #include "StoredObjects.hpp"
 
@@ -169,6 +170,7 @@ std::size_t SCMRegistryInspector::checkEntries(tvdiag::util::diagnostics& proble
     repository_.checkIntegrity(structure, depth == Depth::Full ? vrex::DataModelRepository::IntegrityScope::Full
                                                                : vrex::DataModelRepository::IntegrityScope::Schema);
     for (const tvdiag::util::diagnostic& record : structure.records()) {
+        if (record.identifier == "vrex:integrity:missing" && SCMProvenanceClasses::isMissingTable(record.message)) continue;
         (record.identifier == "vrex:integrity:failed" ? diagnostics : problems).add(record.identifier, record.message);
     }
     if (!diagnostics.empty()) return 0;

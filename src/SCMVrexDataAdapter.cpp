@@ -159,7 +159,7 @@ SCMRegistry SCMVrexDataAdapter::updateValue(SCMIdentity* identity, SCMData* data
 }
 
 // Steps of updateValue once the entry's object is found: read its record, merge, write back
-// only on IS_PRESENT_UPDATE.
+// only on IS_PRESENT_UPDATE and when the merge changed the record.
 SCMRegistry SCMVrexDataAdapter::mergeInto(const vrex::ObjectRef& entry,
                                           const vrex::PropertyRef& dataProperty, SCMData* data,
                                           tvdiag::util::diagnostics& diagnostics) {
@@ -167,8 +167,11 @@ SCMRegistry SCMVrexDataAdapter::mergeInto(const vrex::ObjectRef& entry,
         takeStoredData(repository_.getPropertyValue(entry, dataProperty, diagnostics));
     if (!diagnostics.empty() || stored == nullptr) return IS_TRANSACTION_ERROR;
 
+    const std::string before = encodeStoredObject(*stored);
     const SCMRegistry outcome = stored->update(data);
     if (outcome != IS_PRESENT_UPDATE) return outcome;
+    lastMergeChanged_ = before.empty() || encodeStoredObject(*stored) != before;
+    if (!lastMergeChanged_) return outcome;
     repository_.setPropertyValue(entry, dataProperty, stored->toScriptValue(), diagnostics);
     return diagnostics.empty() ? outcome : IS_TRANSACTION_ERROR;
 }

@@ -46,6 +46,17 @@ std::unique_ptr<T> decodeStoredText(const std::optional<std::string>& text, cons
     }
 }
 
+// The text the repository's object codec makes of `object`; "" when it cannot encode it.
+inline std::string encodeStoredObject(tv::mi::Handle& object) {
+    static const std::shared_ptr<const vrex::ObjectCodec> codec = vrex::defaultObjectCodec();
+    if (!codec) return std::string();
+    try {
+        return codec->encode(object.toScriptValue());
+    } catch (const std::exception&) {
+        return std::string();
+    }
+}
+
 inline std::unique_ptr<SCMIdentity> takeStoredIdentity(const qaArray& value) {
     return takeStoredObject<SCMIdentity>(value, "SharedCodeManager.Identity");
 }

@@ -250,6 +250,14 @@ void DataModelRepository::checkIntegrity(tvdiag::util::diagnostics& diagnostics,
     session_->checkIntegrity(diagnostics, scope == IntegrityScope::Full);
 }
 
+bool DataModelRepository::holdsClass(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics) {
+    if (!session_) {
+        reportClosed(diagnostics, "inspect the file");
+        return false;
+    }
+    return session_->holdsClass(cls, diagnostics);
+}
+
 void DataModelRepository::close() {
     if (!session_) return;
     session_->close();

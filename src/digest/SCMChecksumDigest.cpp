@@ -1,5 +1,7 @@
 #include "digest/SCMChecksumDigest.hpp"
 
+#include "digest/SCMDigestTap.hpp"
+
 #include <cstring>
 #include <limits>
 
@@ -98,6 +100,7 @@ void SCMChecksumDigest::init() {
 
 void SCMChecksumDigest::update(const void* bytes, std::uint64_t length) {
     const auto* input = static_cast<const unsigned char*>(bytes);
+    if (std::string* tap = SCMDigestTap::current()) tap->append(reinterpret_cast<const char*>(input), length);
     std::size_t index = (bitCount_[0] >> 3) & 0x3F;
 
     // Add the length in bits to the 64-bit count, modulo 2^64.
@@ -149,8 +152,11 @@ SCMChecksumDigest::Digest SCMChecksumDigest::finalize() {
 
     const std::size_t index = (bitCount_[0] >> 3) & 0x3F;
     const std::size_t padLength = index < 56 ? 56 - index : 120 - index;
+    std::string* tap = SCMDigestTap::current();  // records the input only, not the padding
+    const std::size_t tapped = tap != nullptr ? tap->size() : 0;
     update(padding, padLength);
     update(lengthBytes, sizeof lengthBytes);
+    if (tap != nullptr) tap->resize(tapped);
 
     for (int i = 0; i < 4; ++i) storeLittleEndian(state_[i], digest_.data() + 4 * i);
 

@@ -30,7 +30,7 @@ set(registry ${WORK_DIR}/installed_tool.scm)
 execute_process(COMMAND ${WORK_DIR}/prefix/bin/scm register ${registry}
                         ${SOURCE_DIR}/../../examples/model_a.jsonl
                 RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE errors)
-if(status OR NOT output MATCHES "registered 8, merged 0, clashes 0, errors 0")
+if(status OR NOT output MATCHES "registered 8, merged 0, unchanged 0, clashes 0, errors 0")
   message(FATAL_ERROR "the installed scm tool failed (status ${status}):\n${output}${errors}")
 endif()
 message(STATUS "installed scm tool works")

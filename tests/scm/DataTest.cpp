@@ -141,6 +141,16 @@ TEST(UtilityData, TraceabilityForModelMatchesWholeModelNames) {
     EXPECT_EQ(bare.getTraceabilityForModel("m"), Names{});
 }
 
+// Retiring a model drops its names and its traceability entries, not those of m10 or a bare m1.
+TEST(UtilityData, RemoveModelDropsOnlyThatModel) {
+    auto record = utilityWithTraceability({"m2:c", "m10:b", "m1:a", "m1:z", "m1"});
+    record.setModelNames({"m1", "m10", "m1"});
+    EXPECT_TRUE(record.removeModel("m1"));
+    EXPECT_EQ(record.getModelNames(), Names{"m10"});
+    EXPECT_EQ(record.getTraceability(), (Names{"m1", "m10:b", "m2:c"}));
+    EXPECT_FALSE(record.removeModel("m1"));
+}
+
 // Traceability and model names are sets (added and set as unions), children and function names
 // lists; the set-valued setter replaces.
 TEST(UtilityData, ListSettersUnionReplaceOrKeepDuplicates) {

@@ -1,11 +1,16 @@
 // The tool end to end on the examples' registry: what register reports of them (in text and
-// JSON), list, show, export (and its round trip through register), stats and check. Bad input,
+// JSON), list, show, export (and its round trip through register), stats, check, and the runs
+// register records (runs, explain, forget). Bad input,
 // damaged and foreign files: ScmHostileTest.cpp.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
+#include "SCMBasicUtilityData.hpp"
+#include "SCMBasicUtilityIdentity.hpp"
 #include "SCMSharedFunctionIdentity.hpp"
+#include "SCMSharedTypesData.hpp"
+#include "SCMSharedTypesIdentity.hpp"
 #include "shared_code_manager.hpp"
 #include "ScmToolRunner.hpp"
 #include "support/DirectSql.hpp"
@@ -30,7 +35,7 @@ protected:
 // The first run registers or merges every entry but one; a second run merges them and meets the
 // same clash, reported in JSON.
 TEST_F(ScmExamples, RegisterCountsMergesAndReportsTheOneClash) {
-    EXPECT_TRUE(contains(registered_.out, "registered 11, merged 10, clashes 1, errors 0 (22 entries"))
+    EXPECT_TRUE(contains(registered_.out, "registered 11, merged 5, unchanged 5, clashes 1, errors 0 (22 entries"))
         << registered_.out;
     EXPECT_TRUE(contains(registered_.out,
                          "model_c.jsonl:3: clash: SCM_SHARED_FUNCTIONS key \"" + clashKey_ +
@@ -44,9 +49,9 @@ TEST_F(ScmExamples, RegisterCountsMergesAndReportsTheOneClash) {
     EXPECT_EQ(again.exitCode, 1);
     nlohmann::json summary = nlohmann::json::parse(again.out);
     const nlohmann::json clash = summary["clashReports"][0];
-    for (const char* varying : {"seconds", "clashReports"}) summary.erase(varying);
+    for (const char* varying : {"seconds", "clashReports", "run"}) summary.erase(varying);
     EXPECT_EQ(summary, (nlohmann::json{{"registry", printedRegistry()}, {"entries", 22}, {"registered", 0},
-                                       {"merged", 21}, {"clashes", 1}, {"errors", 0}, {"committed", true},
+                                       {"merged", 0}, {"unchanged", 21}, {"clashes", 1}, {"errors", 0}, {"committed", true},
                                        {"errorReports", nlohmann::json::array()}}));
     EXPECT_EQ(nlohmann::json({clash["line"], clash["category"], clash["differences"].size(),
                               clash["differences"][1]["offered"]}),
@@ -69,7 +74,7 @@ TEST_F(ScmExamples, ExportThenRegisterReproducesTheRegistryEntryByEntry) {
     vrex_test::writeBytes(file("exported.jsonl"), exported.out);
     const TestRegistry copy(file("copy.scm"));
     const ToolRun copied = scm({"register", copy.location(), "exported.jsonl"});
-    EXPECT_TRUE(contains(copied.out, "registered 12, merged 0, clashes 0, errors 0")) << copied.out;
+    EXPECT_TRUE(contains(copied.out, "registered 12, merged 0, unchanged 0, clashes 0, errors 0")) << copied.out;
     const std::string original = registryDump(registry());
     EXPECT_EQ(countOf(original, "\n"), 12u);
     EXPECT_EQ(registryDump(copy.location()), original);
@@ -99,6 +104,19 @@ TEST_F(ScmExamples, ReadingCommandsFindWhatWasRegistered) {
          {"category            SCM_SHARED_FUNCTIONS\n", "FunctionName      \"filter_update\"\n"}},
         {{"show", kRegistry, "types", "No_Such_Type"}, 1, {"no entry named \"No_Such_Type\" in types"}},
         {{"show", kRegistry, "types"}, 2, {}},
+        // The one run that registered the examples: what it did to each entry, the digest's input.
+        {{"runs", kRegistry}, 0, {"REGISTERED  MERGED  UNCHANGED  CLASHES  ERRORS", "11       5          5        1"}},
+        {{"runs", kRegistry, "--since", "2999-01-01"}, 0, {"no runs recorded"}},
+        {{"runs", kRegistry, "--json"}, 0,
+         {"\"models\": [\n        \"model_a\",\n        \"model_b\",\n        \"model_c\"\n      ]", "model_c.jsonl\"\n      ]"}},
+        {{"stats", kRegistry, "--json", "--since", "2000-01-01"}, 0,
+         {"\"reuse\": {\n    \"runs\": 1,\n    \"offered\": 22,\n    \"new\": 11,\n    \"reused\": 10,"}},
+        {{"explain", kRegistry, "utilities", "rt_sat_s32"}, 0,
+         {"digest input (10 bytes): 72745f7361745f733332\n", "  created by run ", "  merged by run "}},
+        {{"explain", kRegistry, "--checksum", clashKey_}, 0,
+         {"  created by run ", "  clash with run ", "\n    Name: stored \"filter_update\", offered \"filter_update_fast\"\n"}},
+        {{"stats", kRegistry, "--format", "openmetrics"}, 0,
+         {"scm_register_runs_total 1\n", "scm_model_entries_reused_total{model=\"model_b\"} 10\n", "# EOF\n"}},
         // The counts cover every piece; only the most shared one (of 4 traces) is listed.
         {{"stats", kRegistry, "--top", "1"}, 0,
          {"utilities        3\n", "total           11\n", "models: 3 (model_a, model_b, model_c)\n",
@@ -116,6 +134,63 @@ TEST_F(ScmExamples, ReadingCommandsFindWhatWasRegistered) {
     EXPECT_FALSE(contains(scm({"show", kRegistry, "utilities", "rt_sat_s32"}).out, "IncludeMaxIdLength"));
     EXPECT_EQ(countOf(scm({"export", kRegistry, "constants"}).out, "\n"), 2u);
     EXPECT_FALSE(contains(scm({"stats", kRegistry, "--top", "1"}).out, "rt_lookup_1d"));
+}
+
+// Only runs that were kept are recorded; forget changes nothing in a dry run, and prunes only
+// what recorded runs of the retired model alone created and offered, never what the library
+// registered, even when such a run merged into it since.
+TEST_F(ScmExamples, RunsAreRecordedWithTheirEntriesAndForgetPrunesOnlyWhatTheyOffered) {
+    writeManifest("broken.jsonl", {utilityLine("rt_new"), "{"});
+    EXPECT_EQ(scm({"register", kRegistry, "broken.jsonl"}).exitCode, 2);
+    EXPECT_EQ(scm({"runs", kRegistry, "--json"}).out.find("broken.jsonl"), std::string::npos);
+    EXPECT_EQ(scm({"explain", kRegistry, "utilities", "rt_new"}).exitCode, 1);
+
+    const TestRegistry farm(file("farm.scm"));
+    {
+        SCM::SharedCodeManagerInterface library(farm.location());
+        SCM::SCMBasicUtilityIdentity key("rt_legacy");
+        SCM::SCMBasicUtilityData record("rt_legacy", false, false);
+        record.setName("rt_legacy");
+        record.addModelName("model_c");
+        ASSERT_EQ(library.registerDataInTransaction(&key, &record), SCM::IS_REGISTERED);
+        SCM::SCMSharedTypesIdentity typeKey(3735928559u, 2, 0, 0);  // model_c's Mode_T, merged by its run
+        SCM::SCMSharedTypesData type("Mode_T");
+        ASSERT_EQ(library.registerDataInTransaction(&typeKey, &type), SCM::IS_REGISTERED);
+    }
+    for (const char* manifest : {"model_a.jsonl", "model_c.jsonl"}) scm({"register", farm.location(), example(manifest)});
+    const std::string before = registryDump(farm.location());
+    const ToolRun dryRun = scm({"forget", farm.location(), "--model", "model_c"});
+    EXPECT_EQ(registryDump(farm.location()), before);
+    const ToolRun pruned = scm({"forget", farm.location(), "--model", "model_c", "--prune"});
+    for (const ToolRun& run : {dryRun, pruned}) {
+        EXPECT_TRUE(contains(run.out, "from 3 utilities\n  \"rt_legacy\"\n  \"rt_sat_s32\"\n  \"rt_lookup_1d\"\n"
+                                      "entries nothing needs any more: 3\n")) << run.out;
+        EXPECT_TRUE(contains(run.out, "name \"rt_legacy\": kept: no run recorded its creation")) << run.out;
+    }
+    EXPECT_TRUE(contains(pruned.out, "name \"K_MAX_SPEED\": deleted\n")) << pruned.out;
+    EXPECT_TRUE(contains(pruned.out, "name \"Mode_T\": kept: no run recorded its creation, so nothing shows "
+                                     "what else needs it\ndeleted 1 entries\n")) << pruned.out;
+    const std::string names = scm({"list", farm.location(), "--names"}).out;
+    EXPECT_TRUE(contains(names, "rt_legacy\n") && contains(names, "Mode_T") && !contains(names, "K_MAX_SPEED")) << names;
+    EXPECT_EQ(countOf(names, "\n"), countOf(before, "\n") - 1);
+}
+
+// A registry made before runs were recorded: the reading commands find no runs and check finds
+// it sound; the next register run makes the tables and is recorded.
+TEST_F(ScmExamples, ARegistryFromBeforeRunsGainsThemWhenNextWritten) {
+    std::string metamodel = vrex_test::readBytes(vrex_test::shippedMetamodel());
+    metamodel.erase(metamodel.find("  <package name=\"SCM_PROVENANCE\">"));
+    vrex_test::writeBytes(file("old.xml"), metamodel + "</metamodel>\n");
+    const TestRegistry old(file("old.scm"));
+    {
+        vrex::DataModelRepository repository;
+        ASSERT_EQ(vrex_test::openRepository(repository, old.location(), file("old.xml")), "");
+    }
+    EXPECT_EQ(scm({"runs", old.location()}).out, "no runs recorded in " + SCM::getPrintableRegistryName(old.location()) + "\n");
+    EXPECT_TRUE(contains(scm({"stats", old.location()}).out, "no runs recorded"));
+    EXPECT_EQ(scm({"check", old.location()}).exitCode, 0);
+    EXPECT_EQ(scm({"register", old.location(), example("model_a.jsonl")}).exitCode, 0);
+    EXPECT_EQ(countOf(scm({"runs", old.location()}).out, "\n"), 2u);  // a header and the run
 }
 
 // What check says of each kind of damage, and what --repair makes of it.

@@ -146,7 +146,7 @@ const HostileCase kHostileCases[] = {
      "<stdin>:2: error: at column 14: \"identity\" is not an object", 3, false,
      [](ScmHostile&, const ToolRun& run) {
          EXPECT_TRUE(contains(run.out, "<stdin>:5: error: at column 1: the line is not a JSON object\n")) << run.out;
-         EXPECT_TRUE(contains(run.out, "registered 3, merged 0, clashes 0, errors 2 (5 entries")) << run.out;
+         EXPECT_TRUE(contains(run.out, "registered 3, merged 0, unchanged 0, clashes 0, errors 2 (5 entries")) << run.out;
      }},
     {"NoManifestIsAUsageError", nullptr, {"register", kRegistry}, {}, 2, "manifests is required", -1},
     {"AStoreErrorStopsTheRunAndWritesNothing", refuseOneEntry,
@@ -157,7 +157,7 @@ const HostileCase kHostileCases[] = {
      "could not store the entry: cannot create an object", 3, true, [](ScmHostile&, const ToolRun& run) {
          EXPECT_TRUE(contains(run.out, "good.jsonl:2: error: SCM_UTILITIES key")) << run.out;
          EXPECT_TRUE(contains(run.out, "refused by a test")) << run.out;
-         EXPECT_TRUE(contains(run.out, "registered 2, merged 0, clashes 0, errors 1")) << run.out;
+         EXPECT_TRUE(contains(run.out, "registered 2, merged 0, unchanged 0, clashes 0, errors 1")) << run.out;
      }},
     {"AMissingManifestWritesNothing", writeGoodManifest,
      {"register", kRegistry, "good.jsonl", "absent.jsonl"}, {}, 2, "nothing was written", 0},
@@ -178,6 +178,16 @@ const HostileCase kHostileCases[] = {
          EXPECT_EQ(countOf(run.out + run.err, "read-only"), 1u);
          noSideFiles(test, run);
      }},
+    {"ReadOnlyRegistryRefusesForgetButDryRuns", &ScmHostile::makeReadOnly,
+     {"forget", kRegistry, "--model", "m", "--prune"}, kUnprivileged, 2, "read-only for this process", 2, true,
+     [](ScmHostile& test, const ToolRun& run) {
+         noSideFiles(test, run);
+         EXPECT_EQ(test.scm({"forget", kRegistry, "--model", "m"}, kUnprivileged).exitCode, 0);
+     }},
+    {"SinceTakesAUtcDateOrTime", nullptr, {"runs", kRegistry, "--since", "2026-11-24 13:00"}, {}, 2,
+     "--since takes a UTC date or time", -1},
+    {"ExplainTakesOneForm", nullptr, {"explain", kRegistry, "utilities"}, {}, 2,
+     "explain takes either CATEGORY NAME or --checksum", -1},
     {"ALockHeldTooLong", &ScmHostile::holdWriteLock, {"register", kRegistry, "utilities.jsonl"},
      {"/dev/null", "", {{"SCM_BUSY_TIMEOUT_MS", "200"}}, false}, 2, "locked by another process", -1, true},
     {"ShowSaysAnEntryDoesNotDecode", spoilARecord,

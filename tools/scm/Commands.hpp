@@ -45,9 +45,40 @@ int runExport(const ExportOptions& options);
 
 struct StatsOptions {
     std::string registry;
-    int top = 10;  // how many of the most shared pieces to list
+    int top = 10;                  // how many of the most shared pieces to list
+    std::string since;             // count the runs started since this UTC date or time
+    std::string format = "text";   // text, json or openmetrics
+    bool json = false;             // the same as format json
 };
 int runStats(const StatsOptions& options);
+
+struct RunsOptions {
+    std::string registry;
+    std::string since;  // a UTC date or time; "" for every run
+    bool json = false;
+};
+// Lists the `scm register` runs recorded in the registry, the newest first, with their counts.
+int runRuns(const RunsOptions& options);
+
+struct ExplainOptions {
+    std::string registry;
+    std::string category;
+    std::string name;
+    std::string checksum;  // instead of category and name
+};
+// Shows how an entry's key fields make its checksum, its stored record, and every run that
+// created it, merged into it or clashed with it.
+int runExplain(const ExplainOptions& options);
+
+struct ForgetOptions {
+    std::string registry;
+    std::string model;
+    bool dryRun = false;  // print what would change, whatever else is asked (the default)
+    bool apply = false;   // remove the model from the utilities
+    bool prune = false;   // apply, and delete the entries nothing needs that have provenance
+};
+// Retires a model (SCMModelRetirement) in one transaction and lists the entries nothing needs.
+int runForget(const ForgetOptions& options);
 
 struct CheckOptions {
     std::string registry;

@@ -48,11 +48,14 @@ int runRegister(const RegisterOptions& options) {
     RegistrationReport report;
     ProgressBar progress(totalSize(options.manifests),
                          !options.verbose && ::isatty(STDERR_FILENO) == 1);
-    Registration registration(registry, report, progress, options.verbose ? &std::cout : nullptr,
-                              !options.keepGoing);
 
-    // One transaction for the whole run: batch speed, and either the whole run is kept or none.
+    // One transaction for the whole run, its provenance included: batch speed, and either the
+    // whole run is kept or none.
     RunTransaction run(registry);
+    RunRecord record(registry, options.manifests);
+    report.setRun(record.id());
+    Registration registration(registry, report, progress, options.verbose ? &std::cout : nullptr,
+                              !options.keepGoing, &record);
     for (const std::string& manifest : options.manifests) {
         if (!registration.stopped()) registerManifest(registration, manifest);
     }
@@ -64,6 +67,10 @@ int runRegister(const RegisterOptions& options) {
                                 "registry could not store"
                               : "nothing was written: the run had errors (--keep-going keeps the "
                                 "entries that could be stored)");
+    } else if (!record.finish(report, reason)) {
+        run.abandon();
+        report.setFailure("nothing was written: the run could not be recorded in the registry \"" +
+                          registry.path() + "\": " + reason);
     } else if (!run.commit(reason)) {
         report.setFailure("nothing was kept: the registry \"" + registry.path() +
                           "\" could not commit the run: " + reason);

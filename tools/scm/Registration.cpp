@@ -12,6 +12,7 @@ const char* outcomeWord(Outcome outcome) {
     switch (outcome) {
         case Outcome::Registered: return "registered";
         case Outcome::Merged: return "merged";
+        case Outcome::Unchanged: return "unchanged";
         case Outcome::Clash: return "clash";
         case Outcome::Error: break;
     }
@@ -27,11 +28,13 @@ std::string Registration::storeError(SCM::SCMRegistry outcome) const {
 }
 
 Registration::Registration(OpenRegistry& registry, RegistrationReport& report,
-                           ProgressBar& progress, std::ostream* verbose, bool stopAtStoreError)
+                           ProgressBar& progress, std::ostream* verbose, bool stopAtStoreError,
+                           RunRecord* run)
     : registry_(registry),
       report_(report),
       progress_(progress),
       verbose_(verbose),
+      run_(run),
       stopAtStoreError_(stopAtStoreError) {}
 
 void Registration::registerManifest(std::istream& in, const std::string& source) {
@@ -57,10 +60,10 @@ void Registration::registerItem(const std::string& source, ManifestItem& item) {
     reported.place.line = item.line;
     if (!item.problem.empty()) {
         reported.message = item.problem;
-    } else {
-        reported.outcome = registerEntry(item.entry, reported);
+        return record(std::move(reported));
     }
-    record(std::move(reported));
+    reported.outcome = registerEntry(item.entry, reported);
+    record(std::move(reported), item.entry.data.get());
 }
 
 // Registers one decoded entry; for a clash, also reads the stored record to say what differs.
@@ -72,7 +75,8 @@ Outcome Registration::registerEntry(OwnedEntry& entry, ReportedEntry& reported) 
         registry_.facade().registerDataInTransaction(entry.identity.get(), entry.data.get());
     switch (outcome) {
         case SCM::IS_REGISTERED: return Outcome::Registered;
-        case SCM::IS_PRESENT_UPDATE: return Outcome::Merged;
+        case SCM::IS_PRESENT_UPDATE:
+            return registry_.adapter().didLastMergeChange() ? Outcome::Merged : Outcome::Unchanged;
         case SCM::IS_PRESENT_ERROR: {
             // Fresh from the dictionary: ours to delete.
             std::unique_ptr<SCM::SCMData> stored(
@@ -90,11 +94,13 @@ Outcome Registration::registerEntry(OwnedEntry& entry, ReportedEntry& reported) 
     }
 }
 
-void Registration::record(ReportedEntry reported) {
+// `offered`: the entry's record, when it reached the registry.
+void Registration::record(ReportedEntry reported, SCM::SCMData* offered) {
+    if (run_ != nullptr && offered != nullptr) run_->addEntry(reported, *offered);
     if (verbose_ != nullptr) {
         *verbose_ << describeEntry(reported.place, outcomeWord(reported.outcome)) << '\n';
     }
-    if (reported.outcome == Outcome::Registered || reported.outcome == Outcome::Merged) {
+    if (reported.outcome != Outcome::Clash && reported.outcome != Outcome::Error) {
         report_.count(reported.outcome);
     } else {
         report_.add(std::move(reported));

@@ -9,6 +9,7 @@
 #include "OpenRegistry.hpp"
 #include "ProgressBar.hpp"
 #include "RegistrationReport.hpp"
+#include "RunRecord.hpp"
 #include "SCMRegistry.hpp"
 
 namespace scm_tool {
@@ -21,8 +22,9 @@ class Registration {
 public:
     // `verbose`: when not null, one line per entry with its outcome. `stopAtStoreError`: the
     // first entry the registry cannot store ends the run (nothing will be kept of it anyway).
+    // `run`: when not null, each entry's outcome is recorded in it (it stays the caller's).
     Registration(OpenRegistry& registry, RegistrationReport& report, ProgressBar& progress,
-                 std::ostream* verbose, bool stopAtStoreError);
+                 std::ostream* verbose, bool stopAtStoreError, RunRecord* run = nullptr);
 
     // Registers every entry of `in`; `source` names the manifest in the report.
     void registerManifest(std::istream& in, const std::string& source);
@@ -35,12 +37,13 @@ private:
     void registerItem(const std::string& source, ManifestItem& item);
     Outcome registerEntry(OwnedEntry& entry, ReportedEntry& reported);
     std::string storeError(SCM::SCMRegistry outcome) const;
-    void record(ReportedEntry reported);
+    void record(ReportedEntry reported, SCM::SCMData* offered = nullptr);
 
     OpenRegistry& registry_;
     RegistrationReport& report_;
     ProgressBar& progress_;
     std::ostream* verbose_;
+    RunRecord* run_;
     bool stopAtStoreError_;
     bool stopped_ = false;
     std::uint64_t bytesBefore_ = 0;  // of the manifests already read

@@ -51,12 +51,18 @@ std::string describeEntry(const EntryPlace& place, const std::string& what) {
     return text;
 }
 
+std::string differenceText(const Difference& difference) {
+    return difference.property + ": stored " + displayText(difference.stored) + ", offered " +
+           displayText(difference.offered);
+}
+
 void RegistrationReport::count(Outcome outcome) {
     switch (outcome) {
-        case Outcome::Registered: ++registered_; break;
-        case Outcome::Merged: ++merged_; break;
-        case Outcome::Clash: ++clashes_; break;
-        case Outcome::Error: ++errors_; break;
+        case Outcome::Registered: ++counts_.registered; break;
+        case Outcome::Merged: ++counts_.merged; break;
+        case Outcome::Unchanged: ++counts_.unchanged; break;
+        case Outcome::Clash: ++counts_.clashes; break;
+        case Outcome::Error: ++counts_.errors; break;
     }
 }
 
@@ -67,13 +73,9 @@ void RegistrationReport::add(ReportedEntry entry) {
 
 void RegistrationReport::setFailure(std::string message) { failure_ = std::move(message); }
 
-std::uint64_t RegistrationReport::total() const {
-    return registered_ + merged_ + clashes_ + errors_;
-}
-
 ExitCode RegistrationReport::exitCode() const {
-    if (errors_ > 0 || !failure_.empty()) return kExitError;
-    return clashes_ > 0 ? kExitFindings : kExitOk;
+    if (counts_.errors > 0 || !failure_.empty()) return kExitError;
+    return counts_.clashes > 0 ? kExitFindings : kExitOk;
 }
 
 void RegistrationReport::printText(std::ostream& out) const {
@@ -82,25 +84,24 @@ void RegistrationReport::printText(std::ostream& out) const {
             out << describeEntry(entry.place, "clash")
                 << ": the stored record refuses the offered one\n";
             for (const Difference& difference : entry.differences) {
-                out << "    " << difference.property << ": stored "
-                    << displayText(difference.stored) << ", offered "
-                    << displayText(difference.offered) << '\n';
+                out << "    " << differenceText(difference) << '\n';
             }
         } else {
             out << describeEntry(entry.place, "error") << ": " << entry.message << '\n';
         }
     }
     if (!failure_.empty()) out << failure_ << '\n';
-    out << "registered " << registered_ << ", merged " << merged_ << ", clashes " << clashes_
-        << ", errors " << errors_ << " (" << total() << " entries in " << secondsText(seconds_)
-        << ")\n";
+    out << "registered " << counts_.registered << ", merged " << counts_.merged << ", unchanged "
+        << counts_.unchanged << ", clashes " << counts_.clashes << ", errors " << counts_.errors
+        << " (" << total() << " entries in " << secondsText(seconds_) << ")\n";
 }
 
 void RegistrationReport::printJson(std::ostream& out, const std::string& registry) const {
-    Json json = {{"registry", jsonText(registry)}, {"entries", total()},
-                 {"registered", registered_},      {"merged", merged_},
-                 {"clashes", clashes_},            {"errors", errors_},
-                 {"committed", failure_.empty()},  {"seconds", seconds_}};
+    Json json = {{"registry", jsonText(registry)},   {"entries", total()},
+                 {"registered", counts_.registered}, {"merged", counts_.merged},
+                 {"unchanged", counts_.unchanged},   {"clashes", counts_.clashes},
+                 {"errors", counts_.errors},         {"committed", failure_.empty()},
+                 {"seconds", seconds_}};
     json["clashReports"] = Json::array();
     json["errorReports"] = Json::array();
     for (const ReportedEntry& entry : reported_) {
@@ -113,6 +114,7 @@ void RegistrationReport::printJson(std::ostream& out, const std::string& registr
         }
     }
     if (!failure_.empty()) json["failure"] = jsonText(failure_);
+    if (failure_.empty() && !run_.empty()) json["run"] = run_;
     out << json.dump(2) << '\n';
 }
 

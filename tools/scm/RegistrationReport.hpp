@@ -8,10 +8,12 @@
 
 #include "ExitCode.hpp"
 #include "RecordProperties.hpp"
+#include "SCMRunRecord.hpp"
 
 namespace scm_tool {
 
-enum class Outcome { Registered, Merged, Clash, Error };
+// Merged: the stored record changed; Unchanged: it already held everything offered.
+enum class Outcome { Registered, Merged, Unchanged, Clash, Error };
 
 // Where an entry came from and what it is: enough for a person to find the line and the entry.
 struct EntryPlace {
@@ -40,12 +42,15 @@ public:
     // The run as a whole was not committed: `message` says so and why, as a sentence.
     void setFailure(std::string message);
     void setSeconds(double seconds) { seconds_ = seconds; }
+    // The id under which the run is recorded in the registry.
+    void setRun(std::string id) { run_ = std::move(id); }
 
-    std::uint64_t total() const;
+    std::uint64_t total() const { return counts_.offered(); }
+    const SCM::SCMRunCounts& counts() const { return counts_; }
     // True unless setFailure was called.
     bool committed() const { return failure_.empty(); }
     // True when an entry or a manifest could not be read or stored.
-    bool hasErrors() const { return errors_ > 0; }
+    bool hasErrors() const { return counts_.errors > 0; }
     // kExitError when anything failed, else kExitFindings when something clashed, else kExitOk.
     ExitCode exitCode() const;
 
@@ -55,14 +60,15 @@ public:
     void printJson(std::ostream& out, const std::string& registry) const;
 
 private:
-    std::uint64_t registered_ = 0;
-    std::uint64_t merged_ = 0;
-    std::uint64_t clashes_ = 0;
-    std::uint64_t errors_ = 0;
+    SCM::SCMRunCounts counts_;
     std::vector<ReportedEntry> reported_;
     std::string failure_;
+    std::string run_;
     double seconds_ = 0;
 };
+
+// "Name: stored "a", offered "b"": how the report prints a clash's difference.
+std::string differenceText(const Difference& difference);
 
 // "source:line: <what>: SCM_SHARED_FUNCTIONS key "..." name "..."" (the category, key and name
 // only when known): how the report and the verbose listing name an entry.

@@ -47,16 +47,21 @@ bool ReuseStats::moreShared(const Piece& a, const Piece& b) {
 
 std::set<std::string> ReuseStats::modelsOf(SCM::SCMData& data) {
     std::set<std::string> models;
+    forEachModelOf(data, [&models](std::string_view model) { models.emplace(model); });
+    return models;
+}
+
+void ReuseStats::forEachModelOf(const SCM::SCMData& data,
+                                const std::function<void(std::string_view)>& visit) {
     const auto* utility = dynamic_cast<const SCM::SCMBasicUtilityData*>(&data);
-    if (utility == nullptr) return models;
+    if (utility == nullptr) return;
     for (const std::string& model : utility->getModelNames()) {
-        if (!model.empty()) models.insert(model);
+        if (!model.empty()) visit(model);
     }
     for (const std::string& entry : utility->getTraceabilitySet()) {
         const std::size_t colon = entry.find(':');
-        if (colon != std::string::npos && colon > 0) models.insert(entry.substr(0, colon));
+        if (colon != std::string::npos && colon > 0) visit(std::string_view(entry).substr(0, colon));
     }
-    return models;
 }
 
 }  // namespace scm_tool

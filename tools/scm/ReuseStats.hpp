@@ -2,9 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "SCMData.hpp"
@@ -47,6 +49,8 @@ public:
 
     // The models `data` names; empty for records that do not carry them.
     static std::set<std::string> modelsOf(SCM::SCMData& data);
+    // Calls `visit` with each model `data` names, as often as it names it (never an empty name).
+    static void forEachModelOf(const SCM::SCMData& data, const std::function<void(std::string_view)>& visit);
 
 private:
     // Whether `a` comes before `b` in mostShared().

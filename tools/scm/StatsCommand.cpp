@@ -6,6 +6,9 @@
 #include "RegistryReader.hpp"
 #include "ProgressBar.hpp"
 #include "ReuseStats.hpp"
+#include "RunHistory.hpp"
+#include "RunReuse.hpp"
+#include "StatsFormats.hpp"
 #include "TextTable.hpp"
 #include "ValueText.hpp"
 
@@ -55,17 +58,49 @@ void printReuse(const ReuseStats& stats) {
     table.print(std::cout);
 }
 
+std::string percent(double ratio) { return std::to_string(static_cast<int>(ratio * 100 + 0.5)) + "%"; }
+
+void addReuseRow(TextTable& table, const std::string& what, const RunReuse::Counts& counts) {
+    table.addRow({what, std::to_string(counts.runs), std::to_string(counts.offered),
+                  std::to_string(counts.created), std::to_string(counts.reused), percent(counts.ratio())});
+}
+
+// What the recorded runs reused, per model and in all.
+void printRunReuse(const RunReuse& reuse) {
+    const std::string since = reuse.since().empty() ? "" : " since " + reuse.since();
+    if (reuse.runs().empty()) {
+        std::cout << "\nno runs recorded" << since << '\n';
+        return;
+    }
+    std::cout << "\nreuse by the runs" << since << ":\n";
+    TextTable table({"MODEL", "RUNS", "OFFERED", "NEW", "REUSED", "RATIO"});
+    for (std::size_t column = 1; column < 6; ++column) table.alignRight(column);
+    for (const auto& [model, counts] : reuse.byModel()) addReuseRow(table, cellText(model), counts);
+    addReuseRow(table, "all runs", reuse.total());
+    table.print(std::cout);
+}
+
 }  // namespace
 
 int runStats(const StatsOptions& options) {
+    const std::string format = options.json ? "json" : options.format;
+    RunReuse reuse(options.since.empty() ? "" : sinceTime(options.since));
     RegistryReader registry(options.registry);
+    RunHistory(options.registry).forEachRun([&reuse](const SCM::SCMRun& run) { reuse.add(run); });
     registry.showProgress(progressWanted(false));
     ReuseStats stats(static_cast<std::size_t>(options.top));
     registry.forEachEntry(allCategories(),
                           [&stats](OwnedEntry& entry) { stats.add(*entry.identity, *entry.data); });
-    std::cout << "registry: " << registry.path() << "\n\n";
-    printCategories(stats);
-    printReuse(stats);
+    if (format == "json") {
+        printStatsJson(std::cout, registry.path(), stats, reuse);
+    } else if (format == "openmetrics") {
+        printOpenMetrics(std::cout, stats, reuse);
+    } else {
+        std::cout << "registry: " << registry.path() << "\n\n";
+        printCategories(stats);
+        printReuse(stats);
+        printRunReuse(reuse);
+    }
     return kExitOk;
 }
 

@@ -27,6 +27,13 @@ CLI::App* addCommand(CLI::App& app, const char* name, const char* description,
     return command;
 }
 
+// The two ways show and explain name an entry: CATEGORY NAME, or --checksum KEY.
+void addEntrySearch(CLI::App* command, std::string& category, std::string& name, std::string& checksum) {
+    command->add_option("category", category, kCategoryHelp);
+    command->add_option("name", name, "entry name");
+    command->add_option("--checksum", checksum, "the entry's key, in every category");
+}
+
 CLI::App* addRegister(CLI::App& app, RegisterOptions& options) {
     CLI::App* command = addCommand(
         app, "register",
@@ -57,9 +64,7 @@ CLI::App* addShow(CLI::App& app, ShowOptions& options) {
         app, "show",
         "Show an entry by category and name, or by checksum; exit 1 when there is none",
         options.registry);
-    command->add_option("category", options.category, kCategoryHelp);
-    command->add_option("name", options.name, "entry name");
-    command->add_option("--checksum", options.checksum, "the entry's key, in every category");
+    addEntrySearch(command, options.category, options.name, options.checksum);
     command->add_flag("--all", options.all, "show hidden properties too");
     return command;
 }
@@ -74,11 +79,50 @@ CLI::App* addExport(CLI::App& app, ExportOptions& options) {
 }
 
 CLI::App* addStats(CLI::App& app, StatsOptions& options) {
-    CLI::App* command = addCommand(app, "stats", "Entries per category and what the models share",
+    CLI::App* command = addCommand(app, "stats", "Entries per category, what the models share and what the runs reuse",
                                    options.registry);
     command->add_option("--top", options.top, "how many of the most shared pieces to list")
         ->capture_default_str()
         ->check(CLI::NonNegativeNumber);
+    command->add_option("--since", options.since,
+                        "count the reuse of the register runs started since this UTC date or time");
+    CLI::Option* format =
+        command->add_option("--format", options.format, "text, json, or openmetrics (for a metrics collector)")
+            ->capture_default_str()
+            ->check(CLI::IsMember({"text", "json", "openmetrics"}));
+    command->add_flag("--json", options.json, "the same as --format json")->excludes(format);
+    return command;
+}
+
+CLI::App* addRuns(CLI::App& app, RunsOptions& options) {
+    CLI::App* command = addCommand(app, "runs", "List the register runs, newest first, with their counts",
+                                   options.registry);
+    command->add_option("--since", options.since, "only runs started since this UTC date or time");
+    command->add_flag("--json", options.json, "print the runs as JSON");
+    return command;
+}
+
+CLI::App* addExplain(CLI::App& app, ExplainOptions& options) {
+    CLI::App* command = addCommand(
+        app, "explain",
+        "Show how an entry's key makes its checksum, its record, and the runs that created, "
+        "merged or clashed with it; exit 1 when there is none",
+        options.registry);
+    addEntrySearch(command, options.category, options.name, options.checksum);
+    return command;
+}
+
+CLI::App* addForget(CLI::App& app, ForgetOptions& options) {
+    CLI::App* command = addCommand(
+        app, "forget",
+        "Retire a model: remove it from every utility and list the entries nothing needs any "
+        "more; a dry run unless --apply or --prune",
+        options.registry);
+    command->add_option("--model", options.model, "the model to retire")->required();
+    command->add_flag("--dry-run", options.dryRun, "print what would change and change nothing (the default)");
+    command->add_flag("--apply", options.apply, "remove the model from the utilities");
+    command->add_flag("--prune", options.prune,
+                      "also delete the entries nothing needs, when runs recorded them");
     return command;
 }
 
@@ -108,11 +152,17 @@ int main(int argc, char** argv) {
     ExportOptions exportOptions;
     StatsOptions statsOptions;
     CheckOptions checkOptions;
+    RunsOptions runsOptions;
+    ExplainOptions explainOptions;
+    ForgetOptions forgetOptions;
     CLI::App* registerCommand = addRegister(app, registerOptions);
     CLI::App* listCommand = addList(app, listOptions);
     CLI::App* showCommand = addShow(app, showOptions);
     CLI::App* exportCommand = addExport(app, exportOptions);
     CLI::App* statsCommand = addStats(app, statsOptions);
+    CLI::App* runsCommand = addRuns(app, runsOptions);
+    CLI::App* explainCommand = addExplain(app, explainOptions);
+    CLI::App* forgetCommand = addForget(app, forgetOptions);
     CLI::App* checkCommand = addCommand(
         app, "check",
         "Check the storage and every entry (decoding, checksums, duplicates); exit 1 on problems",
@@ -138,6 +188,9 @@ int main(int argc, char** argv) {
         if (exportCommand->parsed()) exitCode = runExport(exportOptions);
         if (statsCommand->parsed()) exitCode = runStats(statsOptions);
         if (checkCommand->parsed()) exitCode = runCheck(checkOptions);
+        if (runsCommand->parsed()) exitCode = runRuns(runsOptions);
+        if (explainCommand->parsed()) exitCode = runExplain(explainOptions);
+        if (forgetCommand->parsed()) exitCode = runForget(forgetOptions);
         finishStandardOutput();
         return exitCode;
     } catch (const ToolError& error) {

@@ -1,5 +1,10 @@
 #include "vrex/internal/session/RepositorySession.hpp"
 
+#include <algorithm>
+
+#include "vrex/internal/session/RefAccess.hpp"
+#include "vrex/internal/session/SchemaPlan.hpp"
+
 namespace vrex::internal {
 
 RepositorySession::RepositorySession(std::unique_ptr<Driver> driver,
@@ -37,6 +42,16 @@ void RepositorySession::checkIntegrity(tvdiag::util::diagnostics& diagnostics, b
     for (const std::string& part : foreign) {
         diagnostics.add("vrex:integrity:foreign", "in the registry \"" + file() + "\", " + part);
     }
+}
+
+bool RepositorySession::holdsClass(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics) {
+    const ClassInfo* info = RefAccess::info(cls);
+    std::vector<std::string> missing;
+    if (info == nullptr || !driver_->check(driver_->findMissingParts(missing), "vrex:integrity:failed",
+                                           "cannot inspect the registry", diagnostics)) {
+        return false;
+    }
+    return std::find(missing.begin(), missing.end(), SchemaPlan::missingTable(*info)) == missing.end();
 }
 
 }  // namespace vrex::internal

@@ -37,6 +37,8 @@ public:
     // DataModelRepository::checkIntegrity on an open registry.
     // `forDamage`: also the engine's search for damage.
     void checkIntegrity(tvdiag::util::diagnostics& diagnostics, bool forDamage);
+    // DataModelRepository::holdsClass on an open registry.
+    bool holdsClass(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
 
 private:
     std::shared_ptr<const Metamodel> metamodel_;  // before the driver: it may refer to it

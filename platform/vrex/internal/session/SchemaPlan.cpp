@@ -66,10 +66,12 @@ bool SchemaPlan::apply(SchemaSteps& steps, tvdiag::util::diagnostics& diagnostic
     return true;
 }
 
+std::string SchemaPlan::missingTable(const ClassInfo& cls) { return "the table of " + cls.name + " is missing"; }
+
 void SchemaPlan::describe(std::vector<std::string>& findings) const {
     const auto name = [](const PropertyInfo* property) { return property->owner->name + "." + property->name; };
     if (createHeader) findings.push_back("the registry header is missing");
-    for (const ClassInfo* cls : newTables) findings.push_back("the table of " + cls->name + " is missing");
+    for (const ClassInfo* cls : newTables) findings.push_back(missingTable(*cls));
     for (const PropertyInfo* property : newColumns) findings.push_back("the column of " + name(property) + " is missing");
     for (const PropertyInfo* property : newIndexes) findings.push_back("the index of " + name(property) + " is missing");
     for (const PropertyInfo* property : newRecords) {

@@ -59,6 +59,8 @@ struct SchemaPlan {
 
     // Adds one line per part the plan lists to `findings` ("the index of C.p is missing").
     void describe(std::vector<std::string>& findings) const;
+    // The line describe() adds for the table of `cls`.
+    static std::string missingTable(const ClassInfo& cls);
 };
 
 // Adds to `findings` what an inspection of the storage found: the parts `plan` lists when

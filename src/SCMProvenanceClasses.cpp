@@ -1,0 +1,162 @@
+#include "SCMProvenanceClasses.hpp"
+
+#include <sstream>
+
+namespace SCM {
+
+namespace {
+
+constexpr std::size_t kPageSize = 2000;
+
+const char* const kPackage = "SCM_PROVENANCE";
+const char* const kRunClass = "SCM_RUNS";
+const char* const kEntryClass = "SCM_RUN_ENTRIES";
+
+const char* const kRunProperties[] = {"Run",       "Started", "Ended",  "Host",
+                                      "User",      "Manifests", "Models", "Counts"};
+const char* const kEntryProperties[] = {"Run", "Category", "Checksum", "Outcome", "Differences"};
+
+template <std::size_t N>
+std::vector<vrex::PropertyRef> propertiesOf(const vrex::ClassRef& cls, const char* const (&names)[N]) {
+    std::vector<vrex::PropertyRef> properties;
+    for (const char* name : names) properties.push_back(cls.findProperty(name));
+    return properties;
+}
+
+std::string lines(const std::vector<std::string>& items) {
+    std::string text;
+    for (std::size_t i = 0; i < items.size(); ++i) text += (i == 0 ? "" : "\n") + items[i];
+    return text;
+}
+
+std::vector<std::string> linesOf(const std::optional<std::string>& text) {
+    std::vector<std::string> items;
+    if (!text || text->empty()) return items;
+    std::istringstream in(*text);
+    for (std::string item; std::getline(in, item);) items.push_back(item);
+    return items;
+}
+
+std::string textOf(const std::optional<std::string>& text) { return text.value_or(std::string()); }
+
+std::string countsText(const SCMRunCounts& counts) {
+    return std::to_string(counts.registered) + " " + std::to_string(counts.merged) + " " +
+           std::to_string(counts.unchanged) + " " + std::to_string(counts.clashes) + " " +
+           std::to_string(counts.errors);
+}
+
+SCMRunCounts countsOf(const std::optional<std::string>& text) {
+    SCMRunCounts counts;
+    std::istringstream in(textOf(text));
+    in >> counts.registered >> counts.merged >> counts.unchanged >> counts.clashes >> counts.errors;
+    return counts;
+}
+
+}  // namespace
+
+SCMProvenanceClasses::SCMProvenanceClasses(const vrex::DataModelRepository& repository) {
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    const vrex::PackageRef package = repository.metamodel(diagnostics).findPackage(kPackage);
+    runClass_ = package.findClass(kRunClass);
+    entryClass_ = package.findClass(kEntryClass);
+    runProperties_ = propertiesOf(runClass_, kRunProperties);
+    entryProperties_ = propertiesOf(entryClass_, kEntryProperties);
+}
+
+bool SCMProvenanceClasses::isMissingTable(const std::string& finding) {
+    for (const char* name : {kRunClass, kEntryClass}) {
+        if (finding.find("the table of " + std::string(name) + " is missing") != std::string::npos) return true;
+    }
+    return false;
+}
+
+bool SCMProvenanceClasses::areStored(vrex::DataModelRepository& repository,
+                                     tvdiag::util::diagnostics& diagnostics) const {
+    return !runClass_.isNull() && !entryClass_.isNull() &&
+           repository.holdsClass(runClass_, diagnostics) &&
+           repository.holdsClass(entryClass_, diagnostics);
+}
+
+SCMProvenanceClasses::Texts SCMProvenanceClasses::runTexts(const SCMRun& run) {
+    return {run.id,   run.started,          run.ended,         run.host,
+            run.user, lines(run.manifests), lines(run.models), countsText(run.counts)};
+}
+
+SCMRun SCMProvenanceClasses::runOf(const Texts& texts) {
+    SCMRun run;
+    run.id = textOf(texts[0]);
+    run.started = textOf(texts[1]);
+    run.ended = textOf(texts[2]);
+    run.host = textOf(texts[3]);
+    run.user = textOf(texts[4]);
+    run.manifests = linesOf(texts[5]);
+    run.models = linesOf(texts[6]);
+    run.counts = countsOf(texts[7]);
+    return run;
+}
+
+void SCMProvenanceClasses::createEntry(vrex::DataModelRepository& repository, const SCMRunEntry& entry,
+                                       tvdiag::util::diagnostics& diagnostics) const {
+    const vrex::ObjectRef object = repository.createObject(entryClass_, diagnostics);
+    const auto set = [&](std::size_t property, std::string text) {
+        if (diagnostics.empty()) {
+            repository.setPropertyValue(object, entryProperties_[property], qaArray::fromText(std::move(text)), diagnostics);
+        }
+    };
+    set(0, entry.run);
+    set(1, entry.category);
+    set(2, entry.checksum);
+    set(3, runOutcomeName(entry.outcome));
+    if (!entry.differences.empty()) set(4, lines(entry.differences));
+}
+
+bool SCMProvenanceClasses::entryOf(const Texts& texts, SCMRunEntry& entry) {
+    entry.run = textOf(texts[0]);
+    entry.category = textOf(texts[1]);
+    entry.checksum = textOf(texts[2]);
+    entry.differences = linesOf(texts[4]);
+    return runOutcomeFromName(textOf(texts[3]), entry.outcome);
+}
+
+void SCMProvenanceClasses::create(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,
+                                  const std::vector<vrex::PropertyRef>& properties,
+                                  const Texts& texts, tvdiag::util::diagnostics& diagnostics) {
+    const vrex::ObjectRef object = repository.createObject(cls, diagnostics);
+    for (std::size_t i = 0; i < properties.size() && diagnostics.empty(); ++i) {
+        if (texts[i]) repository.setPropertyValue(object, properties[i], qaArray::fromText(*texts[i]), diagnostics);
+    }
+}
+
+void SCMProvenanceClasses::walk(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,
+                                const std::vector<vrex::PropertyRef>& properties,
+                                const ObjectVisitor& visit, tvdiag::util::diagnostics& diagnostics) {
+    std::vector<vrex::StoredObject> page;
+    std::int64_t after = 0;
+    for (;;) {
+        repository.readStoredTexts(cls, properties, after, kPageSize, page, diagnostics);
+        if (!diagnostics.empty()) return;
+        for (const vrex::StoredObject& object : page) visit(object);
+        if (page.size() < kPageSize) return;
+        after = page.back().object.id();
+    }
+}
+
+std::vector<vrex::StoredObject> SCMProvenanceClasses::find(
+    vrex::DataModelRepository& repository, const vrex::ClassRef& cls,
+    const std::vector<vrex::PropertyRef>& properties, const vrex::PropertyRef& key,
+    const std::string& value, tvdiag::util::diagnostics& diagnostics) {
+    vrex::MatchConstraints constraints;
+    constraints.add(key, vrex::PropertyValueMatchRelation::Equals, value);
+    std::vector<vrex::ObjectRef> objects;
+    repository.findObjects(cls, constraints, objects, diagnostics);
+    std::vector<vrex::StoredObject> found;
+    std::vector<vrex::StoredObject> page;
+    for (const vrex::ObjectRef& object : objects) {
+        repository.readStoredTexts(cls, properties, object.id() - 1, 1, page, diagnostics);
+        if (!diagnostics.empty()) return {};
+        if (!page.empty()) found.push_back(std::move(page.front()));
+    }
+    return found;
+}
+
+}  // namespace SCM

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "SCMRunRecord.hpp"
+#include "tvdiag/diagnostics.hpp"
+#include "vrex/DataModelRepository.hpp"
+
+namespace SCM {
+
+// The dictionary classes of the package SCM_PROVENANCE and the conversions between their stored
+// texts and the run records, shared by the classes that write and read them. Internal to the
+// library.
+class SCMProvenanceClasses {
+public:
+    using Texts = std::vector<std::optional<std::string>>;
+    using ObjectVisitor = std::function<void(const vrex::StoredObject&)>;
+
+    // Looks the classes up in the metamodel of the open `repository`; null refs when it has none.
+    explicit SCMProvenanceClasses(const vrex::DataModelRepository& repository);
+
+    // Whether the registry has both tables: a registry made before them and opened for reading
+    // does not. False with a diagnostic when it cannot be inspected.
+    bool areStored(vrex::DataModelRepository& repository,
+                   tvdiag::util::diagnostics& diagnostics) const;
+
+    // Whether a "vrex:integrity:missing" finding is only that a provenance table is missing: a
+    // registry made before runs were recorded lacks them until it is next opened for writing.
+    static bool isMissingTable(const std::string& finding);
+
+    const vrex::ClassRef& runClass() const { return runClass_; }
+    const vrex::ClassRef& entryClass() const { return entryClass_; }
+    // The properties of each class, in the order of the texts below.
+    const std::vector<vrex::PropertyRef>& runProperties() const { return runProperties_; }
+    const std::vector<vrex::PropertyRef>& entryProperties() const { return entryProperties_; }
+    const vrex::PropertyRef& runId() const { return runProperties_[0]; }
+    const vrex::PropertyRef& entryChecksum() const { return entryProperties_[2]; }
+
+    static Texts runTexts(const SCMRun& run);
+    static SCMRun runOf(const Texts& texts);
+    // False when the row's outcome is no outcome's name.
+    static bool entryOf(const Texts& texts, SCMRunEntry& entry);
+
+    // Creates the row of `entry`, property by property (the cheapest way: one row per entry a
+    // run touches). Call it inside a write transaction; errors stay in `diagnostics`.
+    void createEntry(vrex::DataModelRepository& repository, const SCMRunEntry& entry,
+                     tvdiag::util::diagnostics& diagnostics) const;
+    // Creates an object of `cls` with `texts` for `properties` (unset for nullopt). Call it
+    // inside a write transaction; errors stay in `diagnostics`.
+    static void create(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,
+                       const std::vector<vrex::PropertyRef>& properties, const Texts& texts,
+                       tvdiag::util::diagnostics& diagnostics);
+    // Calls `visit` with every object of `cls` (with `properties`' texts), a page at a time, in
+    // id order; stops at the first error. Call it inside a read transaction or a function.
+    static void walk(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,
+                     const std::vector<vrex::PropertyRef>& properties, const ObjectVisitor& visit,
+                     tvdiag::util::diagnostics& diagnostics);
+    // The objects of `cls` whose `key` is `value`, in id order, with the texts of `properties`.
+    static std::vector<vrex::StoredObject> find(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,
+                                   const std::vector<vrex::PropertyRef>& properties,
+                                   const vrex::PropertyRef& key, const std::string& value,
+                                   tvdiag::util::diagnostics& diagnostics);
+
+private:
+    vrex::ClassRef runClass_;
+    vrex::ClassRef entryClass_;
+    std::vector<vrex::PropertyRef> runProperties_;
+    std::vector<vrex::PropertyRef> entryProperties_;
+};
+
+}  // namespace SCM

@@ -1,0 +1,88 @@
+#include "SCMProvenanceReader.hpp"
+
+#include "RegistryDictionary.hpp"
+#include "SCMProvenanceClasses.hpp"
+#include "SCMVrexDataAdapter.hpp"
+
+namespace SCM {
+
+SCMProvenanceReader::SCMProvenanceReader(const std::string& registry) {
+    vrex::DataModelRepository::Options options = vrex::DataModelRepository::defaultOptions();
+    options.readOnly = true;
+    if (openRegistryDictionary(repository_, registry, getMetaModelFile(), options, openError_)) {
+        classes_ = std::make_unique<SCMProvenanceClasses>(repository_);
+    }
+}
+
+SCMProvenanceReader::~SCMProvenanceReader() = default;
+
+bool SCMProvenanceReader::isOpen() const { return classes_ != nullptr; }
+
+const std::string& SCMProvenanceReader::getOpenError() const { return openError_; }
+
+bool SCMProvenanceReader::hasRuns(tvdiag::util::diagnostics& diagnostics) {
+    if (!isOpen()) {
+        diagnostics.add("scm:notOpen", "cannot read the registry: it could not be opened: " + openError_);
+        return false;
+    }
+    return classes_->areStored(repository_, diagnostics);
+}
+
+void SCMProvenanceReader::visitRuns(const std::function<void(const SCMRun&)>& visit,
+                                    tvdiag::util::diagnostics& diagnostics) {
+    if (!hasRuns(diagnostics)) return;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            SCMProvenanceClasses::walk(
+                repository_, classes_->runClass(), classes_->runProperties(),
+                [&](const vrex::StoredObject& stored) { visit(SCMProvenanceClasses::runOf(stored.texts)); },
+                reading);
+        },
+        diagnostics);
+}
+
+bool SCMProvenanceReader::findRun(const std::string& id, SCMRun& run,
+                                  tvdiag::util::diagnostics& diagnostics) {
+    if (!hasRuns(diagnostics)) return false;
+    const auto found = SCMProvenanceClasses::find(repository_, classes_->runClass(),
+                                                  classes_->runProperties(), classes_->runId(), id,
+                                                  diagnostics);
+    if (found.empty()) return false;
+    run = SCMProvenanceClasses::runOf(found.front().texts);
+    return true;
+}
+
+std::vector<SCMRunEntry> SCMProvenanceReader::entryHistory(const std::string& checksum,
+                                                           tvdiag::util::diagnostics& diagnostics) {
+    std::vector<SCMRunEntry> history;
+    if (!hasRuns(diagnostics)) return history;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            for (const vrex::StoredObject& stored :
+                 SCMProvenanceClasses::find(repository_, classes_->entryClass(),
+                                            classes_->entryProperties(), classes_->entryChecksum(),
+                                            checksum, reading)) {
+                SCMRunEntry entry;
+                if (SCMProvenanceClasses::entryOf(stored.texts, entry)) history.push_back(std::move(entry));
+            }
+        },
+        diagnostics);
+    return history;
+}
+
+void SCMProvenanceReader::visitRunEntries(const std::function<void(const SCMRunEntry&)>& visit,
+                                          tvdiag::util::diagnostics& diagnostics) {
+    if (!hasRuns(diagnostics)) return;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            SCMRunEntry entry;
+            SCMProvenanceClasses::walk(repository_, classes_->entryClass(), classes_->entryProperties(),
+                                       [&](const vrex::StoredObject& stored) {
+                                           if (SCMProvenanceClasses::entryOf(stored.texts, entry)) visit(entry);
+                                       },
+                                       reading);
+        },
+        diagnostics);
+}
+
+}  // namespace SCM
