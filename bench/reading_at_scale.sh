@@ -23,14 +23,15 @@ scm=$PWD/build-bench/tools/scm
 bench=$PWD/build-bench/bench/scm_bench
 registry="$work/registry-$count.scm"
 
-# One command: its label, then time and peak memory as one table row.
+# One command: its label and how many entries it reads, then time, rate and peak memory as one
+# table row.
 measure() {
-  local label=$1
-  shift
+  local label=$1 entries=$2
+  shift 2
   local status=0
   /usr/bin/time -f "%e %M" -o "$work/time" "$@" > /dev/null 2> "$work/errors" || status=$?
   read -r seconds kib < "$work/time"
-  awk -v l="$label" -v s="$seconds" -v k="$kib" -v n="$count" -v e="$status" \
+  awk -v l="$label" -v s="$seconds" -v k="$kib" -v n="$entries" -v e="$status" \
     'BEGIN { printf "| %-30s | %8.1f s | %9.0f/s | %6.1f MiB | exit %d |\n", l, s, n / (s > 0 ? s : 1), k / 1024, e }'
 }
 
@@ -38,17 +39,17 @@ echo "date: $(date -u '+%Y-%m-%d %H:%M UTC'); load $(cut -d' ' -f1-3 /proc/loada
 if [ ! -f "$registry" ]; then
   awk -v n="$count" -f bench/manifest.awk > "$work/manifest.jsonl"
   echo "manifest: $count entries, $(du -h "$work/manifest.jsonl" | cut -f1)"
-  measure "scm register" "$scm" register "$registry.partial" "$work/manifest.jsonl"
+  measure "scm register" "$count" "$scm" register "$registry.partial" "$work/manifest.jsonl"
   mv "$registry.partial" "$registry"
   rm -f "$work/manifest.jsonl"
 fi
 echo "registry: $(stat -c %s "$registry") bytes"
 cat "$registry" > /dev/null  # into the page cache once, as a registry in use is
-measure "scm list" "$scm" list "$registry"
-measure "scm list --names" "$scm" list --names "$registry"
-measure "scm export" "$scm" export "$registry"
-measure "scm stats" "$scm" stats "$registry"
-measure "scm show (one entry)" "$scm" show "$registry" utilities rt_util_0
-measure "scm check --quick" "$scm" check --quick "$registry"
-measure "scm check" "$scm" check "$registry"
-measure "inspector walk" "$bench" --reading-child=walk "$registry"
+measure "scm list" "$count" "$scm" list "$registry"
+measure "scm list --names" "$count" "$scm" list --names "$registry"
+measure "scm export" "$count" "$scm" export "$registry"
+measure "scm stats" "$count" "$scm" stats "$registry"
+measure "scm show (one entry)" 1 "$scm" show "$registry" utilities rt_util_0
+measure "scm check --quick" "$count" "$scm" check --quick "$registry"
+measure "scm check" "$count" "$scm" check "$registry"
+measure "inspector walk" "$count" "$bench" --reading-child=walk "$registry"
