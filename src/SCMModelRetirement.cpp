@@ -73,7 +73,7 @@ SCMModelRetirement::Outcome SCMModelRetirement::retire(const std::string& model,
 void SCMModelRetirement::retireFromUtilities(const std::string& model, Found& found,
                                              tvdiag::util::diagnostics& diagnostics) {
     const SCMCategoryClasses::Category& utilities = categories_->of(SCM_UTILITIES);
-    SCMProvenanceClasses::walk(
+    walkStoredTexts(
         repository_, utilities.entryClass, {utilities.checksum, utilities.data},
         [&](const vrex::StoredObject& stored) {
             std::unique_ptr<SCMData> data = decodeStoredText<SCMData>(stored.texts[1], "SharedCodeManager.Data");
@@ -106,14 +106,14 @@ void SCMModelRetirement::findUnneeded(const std::string& model, Found& found,
     std::map<std::pair<std::string, std::string>, Evidence> offered;  // by (category, checksum)
     if (provenance_->areStored(repository_, diagnostics)) {
         std::set<std::string> modelRuns;
-        SCMProvenanceClasses::walk(repository_, provenance_->runClass(), provenance_->runProperties(),
+        walkStoredTexts(repository_, provenance_->runClass(), provenance_->runProperties(),
                                    [&](const vrex::StoredObject& stored) {
                                        const SCMRun run = SCMProvenanceClasses::runOf(stored.texts);
                                        if (run.models == std::vector<std::string>{model}) modelRuns.insert(run.id);
                                    },
                                    diagnostics);
         SCMRunEntry entry;
-        SCMProvenanceClasses::walk(
+        walkStoredTexts(
             repository_, provenance_->entryClass(), provenance_->entryProperties(),
             [&](const vrex::StoredObject& stored) {
                 if (!SCMProvenanceClasses::entryOf(stored.texts, entry)) return;

@@ -6,8 +6,6 @@ namespace SCM {
 
 namespace {
 
-constexpr std::size_t kPageSize = 2000;
-
 const char* const kPackage = "SCM_PROVENANCE";
 const char* const kRunClass = "SCM_RUNS";
 const char* const kEntryClass = "SCM_RUN_ENTRIES";
@@ -95,19 +93,10 @@ SCMRun SCMProvenanceClasses::runOf(const Texts& texts) {
     return run;
 }
 
-void SCMProvenanceClasses::createEntry(vrex::DataModelRepository& repository, const SCMRunEntry& entry,
-                                       tvdiag::util::diagnostics& diagnostics) const {
-    const vrex::ObjectRef object = repository.createObject(entryClass_, diagnostics);
-    const auto set = [&](std::size_t property, std::string text) {
-        if (diagnostics.empty()) {
-            repository.setPropertyValue(object, entryProperties_[property], qaArray::fromText(std::move(text)), diagnostics);
-        }
-    };
-    set(0, entry.run);
-    set(1, entry.category);
-    set(2, entry.checksum);
-    set(3, runOutcomeName(entry.outcome));
-    if (!entry.differences.empty()) set(4, lines(entry.differences));
+SCMProvenanceClasses::Texts SCMProvenanceClasses::entryTexts(const SCMRunEntry& entry) {
+    Texts texts{entry.run, entry.category, entry.checksum, std::string(runOutcomeName(entry.outcome)), std::nullopt};
+    if (!entry.differences.empty()) texts[4] = lines(entry.differences);
+    return texts;
 }
 
 bool SCMProvenanceClasses::entryOf(const Texts& texts, SCMRunEntry& entry) {
@@ -119,25 +108,13 @@ bool SCMProvenanceClasses::entryOf(const Texts& texts, SCMRunEntry& entry) {
 }
 
 void SCMProvenanceClasses::create(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,
-                                  const std::vector<vrex::PropertyRef>& properties,
-                                  const Texts& texts, tvdiag::util::diagnostics& diagnostics) {
+                                  const std::vector<vrex::PropertyRef>& properties, Texts texts,
+                                  tvdiag::util::diagnostics& diagnostics) {
     const vrex::ObjectRef object = repository.createObject(cls, diagnostics);
     for (std::size_t i = 0; i < properties.size() && diagnostics.empty(); ++i) {
-        if (texts[i]) repository.setPropertyValue(object, properties[i], qaArray::fromText(*texts[i]), diagnostics);
-    }
-}
-
-void SCMProvenanceClasses::walk(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,
-                                const std::vector<vrex::PropertyRef>& properties,
-                                const ObjectVisitor& visit, tvdiag::util::diagnostics& diagnostics) {
-    std::vector<vrex::StoredObject> page;
-    std::int64_t after = 0;
-    for (;;) {
-        repository.readStoredTexts(cls, properties, after, kPageSize, page, diagnostics);
-        if (!diagnostics.empty()) return;
-        for (const vrex::StoredObject& object : page) visit(object);
-        if (page.size() < kPageSize) return;
-        after = page.back().object.id();
+        if (texts[i]) {
+            repository.setPropertyValue(object, properties[i], qaArray::fromText(std::move(*texts[i])), diagnostics);
+        }
     }
 }
 

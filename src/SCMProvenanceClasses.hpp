@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,7 +16,6 @@ namespace SCM {
 class SCMProvenanceClasses {
 public:
     using Texts = std::vector<std::optional<std::string>>;
-    using ObjectVisitor = std::function<void(const vrex::StoredObject&)>;
 
     // Looks the classes up in the metamodel of the open `repository`; null refs when it has none.
     explicit SCMProvenanceClasses(const vrex::DataModelRepository& repository);
@@ -41,23 +39,15 @@ public:
 
     static Texts runTexts(const SCMRun& run);
     static SCMRun runOf(const Texts& texts);
+    static Texts entryTexts(const SCMRunEntry& entry);
     // False when the row's outcome is no outcome's name.
     static bool entryOf(const Texts& texts, SCMRunEntry& entry);
 
-    // Creates the row of `entry`, property by property (the cheapest way: one row per entry a
-    // run touches). Call it inside a write transaction; errors stay in `diagnostics`.
-    void createEntry(vrex::DataModelRepository& repository, const SCMRunEntry& entry,
-                     tvdiag::util::diagnostics& diagnostics) const;
     // Creates an object of `cls` with `texts` for `properties` (unset for nullopt). Call it
     // inside a write transaction; errors stay in `diagnostics`.
     static void create(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,
-                       const std::vector<vrex::PropertyRef>& properties, const Texts& texts,
+                       const std::vector<vrex::PropertyRef>& properties, Texts texts,
                        tvdiag::util::diagnostics& diagnostics);
-    // Calls `visit` with every object of `cls` (with `properties`' texts), a page at a time, in
-    // id order; stops at the first error. Call it inside a read transaction or a function.
-    static void walk(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,
-                     const std::vector<vrex::PropertyRef>& properties, const ObjectVisitor& visit,
-                     tvdiag::util::diagnostics& diagnostics);
     // The objects of `cls` whose `key` is `value`, in id order, with the texts of `properties`.
     static std::vector<vrex::StoredObject> find(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,
                                    const std::vector<vrex::PropertyRef>& properties,

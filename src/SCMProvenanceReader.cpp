@@ -2,6 +2,7 @@
 
 #include "RegistryDictionary.hpp"
 #include "SCMProvenanceClasses.hpp"
+#include "StoredObjects.hpp"
 #include "SCMVrexDataAdapter.hpp"
 
 namespace SCM {
@@ -33,7 +34,7 @@ void SCMProvenanceReader::visitRuns(const std::function<void(const SCMRun&)>& vi
     if (!hasRuns(diagnostics)) return;
     repository_.performDictionaryRead(
         [&](tvdiag::util::diagnostics& reading) {
-            SCMProvenanceClasses::walk(
+            walkStoredTexts(
                 repository_, classes_->runClass(), classes_->runProperties(),
                 [&](const vrex::StoredObject& stored) { visit(SCMProvenanceClasses::runOf(stored.texts)); },
                 reading);
@@ -76,7 +77,7 @@ void SCMProvenanceReader::visitRunEntries(const std::function<void(const SCMRunE
     repository_.performDictionaryRead(
         [&](tvdiag::util::diagnostics& reading) {
             SCMRunEntry entry;
-            SCMProvenanceClasses::walk(repository_, classes_->entryClass(), classes_->entryProperties(),
+            walkStoredTexts(repository_, classes_->entryClass(), classes_->entryProperties(),
                                        [&](const vrex::StoredObject& stored) {
                                            if (SCMProvenanceClasses::entryOf(stored.texts, entry)) visit(entry);
                                        },

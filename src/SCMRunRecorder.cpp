@@ -46,7 +46,8 @@ bool SCMRunRecorder::keep(const tvdiag::util::diagnostics& diagnostics) {
 
 bool SCMRunRecorder::recordEntry(const SCMRunEntry& entry) {
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    classes_->createEntry(adapter_.getDictionary(), entry, diagnostics);
+    SCMProvenanceClasses::create(adapter_.getDictionary(), classes_->entryClass(), classes_->entryProperties(),
+                                 SCMProvenanceClasses::entryTexts(entry), diagnostics);
     return keep(diagnostics);
 }
 
