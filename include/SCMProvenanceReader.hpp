@@ -41,8 +41,9 @@ public:
     // order recorded.
     std::vector<SCMRunEntry> entryHistory(const std::string& checksum,
                                           tvdiag::util::diagnostics& diagnostics);
-    // Calls `visit` with every entry row, a page at a time, in the order recorded, all in one
-    // read transaction; rows of an unknown outcome are left out. Stops at an error.
+    // Calls `visit` with what every run did with every entry, a page of rows at a time, all in
+    // one read transaction: the runs in the order recorded, and within a run an entry's lines in
+    // order, grouped in blocks. Entries of an unknown outcome are left out. Stops at an error.
     void visitRunEntries(const std::function<void(const SCMRunEntry&)>& visit,
                          tvdiag::util::diagnostics& diagnostics);
 

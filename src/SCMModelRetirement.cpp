@@ -112,15 +112,14 @@ void SCMModelRetirement::findUnneeded(const std::string& model, Found& found,
                                        if (run.models == std::vector<std::string>{model}) modelRuns.insert(run.id);
                                    },
                                    diagnostics);
-        SCMRunEntry entry;
+        const auto weigh = [&](const SCMRunEntry& entry) {
+            Evidence& evidence = offered[{entry.category, entry.checksum}];
+            evidence.onlyByModel = evidence.onlyByModel && modelRuns.count(entry.run) > 0;
+            evidence.created = evidence.created || entry.outcome == SCMRunOutcome::Created;
+        };
         walkStoredTexts(
             repository_, provenance_->entryClass(), provenance_->entryProperties(),
-            [&](const vrex::StoredObject& stored) {
-                if (!SCMProvenanceClasses::entryOf(stored.texts, entry)) return;
-                Evidence& evidence = offered[{entry.category, entry.checksum}];
-                evidence.onlyByModel = evidence.onlyByModel && modelRuns.count(entry.run) > 0;
-                evidence.created = evidence.created || entry.outcome == SCMRunOutcome::Created;
-            },
+            [&](const vrex::StoredObject& stored) { SCMProvenanceClasses::forEachEntryOf(stored.texts, weigh); },
             diagnostics);
     }
     if (!diagnostics.empty()) return;

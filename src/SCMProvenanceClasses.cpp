@@ -2,6 +2,8 @@
 
 #include <sstream>
 
+#include "SCMRunEntryBlock.hpp"
+
 namespace SCM {
 
 namespace {
@@ -12,7 +14,10 @@ const char* const kEntryClass = "SCM_RUN_ENTRIES";
 
 const char* const kRunProperties[] = {"Run",       "Started", "Ended",  "Host",
                                       "User",      "Manifests", "Models", "Counts"};
-const char* const kEntryProperties[] = {"Run", "Category", "Checksum", "Outcome", "Differences"};
+// A row holds either a block of entries (Bucket and Entries set) or, written before entries were
+// recorded in blocks, one entry (Checksum, Outcome and Differences set).
+const char* const kEntryProperties[] = {"Run",         "Category", "Checksum", "Outcome",
+                                        "Differences", "Bucket",   "Entries"};
 
 template <std::size_t N>
 std::vector<vrex::PropertyRef> propertiesOf(const vrex::ClassRef& cls, const char* const (&names)[N]) {
@@ -61,9 +66,12 @@ SCMProvenanceClasses::SCMProvenanceClasses(const vrex::DataModelRepository& repo
     entryProperties_ = propertiesOf(entryClass_, kEntryProperties);
 }
 
-bool SCMProvenanceClasses::isMissingTable(const std::string& finding) {
+bool SCMProvenanceClasses::isMissingPart(const std::string& finding) {
     for (const char* name : {kRunClass, kEntryClass}) {
-        if (finding.find("the table of " + std::string(name) + " is missing") != std::string::npos) return true;
+        if (finding.find("of " + std::string(name) + " is missing") != std::string::npos ||
+            finding.find("of " + std::string(name) + ".") != std::string::npos) {
+            return true;
+        }
     }
     return false;
 }
@@ -93,18 +101,22 @@ SCMRun SCMProvenanceClasses::runOf(const Texts& texts) {
     return run;
 }
 
-SCMProvenanceClasses::Texts SCMProvenanceClasses::entryTexts(const SCMRunEntry& entry) {
-    Texts texts{entry.run, entry.category, entry.checksum, std::string(runOutcomeName(entry.outcome)), std::nullopt};
-    if (!entry.differences.empty()) texts[4] = lines(entry.differences);
-    return texts;
+SCMProvenanceClasses::Texts SCMProvenanceClasses::blockTexts(const std::string& run, const std::string& category,
+                                                             unsigned bucket, std::string entries) {
+    return {run, category, std::nullopt, std::nullopt, std::nullopt, std::to_string(bucket), std::move(entries)};
 }
 
-bool SCMProvenanceClasses::entryOf(const Texts& texts, SCMRunEntry& entry) {
+bool SCMProvenanceClasses::forEachEntryOf(const Texts& texts,
+                                          const std::function<void(const SCMRunEntry&)>& visit) {
+    if (texts[6]) return SCMRunEntryBlock::forEachEntry(*texts[6], textOf(texts[0]), textOf(texts[1]), visit);
+    SCMRunEntry entry;
     entry.run = textOf(texts[0]);
     entry.category = textOf(texts[1]);
     entry.checksum = textOf(texts[2]);
     entry.differences = linesOf(texts[4]);
-    return runOutcomeFromName(textOf(texts[3]), entry.outcome);
+    if (!runOutcomeFromName(textOf(texts[3]), entry.outcome)) return false;
+    visit(entry);
+    return true;
 }
 
 void SCMProvenanceClasses::create(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,

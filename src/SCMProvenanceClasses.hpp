@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,9 +26,10 @@ public:
     bool areStored(vrex::DataModelRepository& repository,
                    tvdiag::util::diagnostics& diagnostics) const;
 
-    // Whether a "vrex:integrity:missing" finding is only that a provenance table is missing: a
-    // registry made before runs were recorded lacks them until it is next opened for writing.
-    static bool isMissingTable(const std::string& finding);
+    // Whether a "vrex:integrity:missing" finding is only that a provenance table, or a part of
+    // one, is missing: a registry made before runs were recorded, or before they were recorded
+    // in blocks, lacks them until it is next opened for writing.
+    static bool isMissingPart(const std::string& finding);
 
     const vrex::ClassRef& runClass() const { return runClass_; }
     const vrex::ClassRef& entryClass() const { return entryClass_; }
@@ -36,12 +38,17 @@ public:
     const std::vector<vrex::PropertyRef>& entryProperties() const { return entryProperties_; }
     const vrex::PropertyRef& runId() const { return runProperties_[0]; }
     const vrex::PropertyRef& entryChecksum() const { return entryProperties_[2]; }
+    const vrex::PropertyRef& entryBucket() const { return entryProperties_[5]; }
 
     static Texts runTexts(const SCMRun& run);
     static SCMRun runOf(const Texts& texts);
-    static Texts entryTexts(const SCMRunEntry& entry);
-    // False when the row's outcome is no outcome's name.
-    static bool entryOf(const Texts& texts, SCMRunEntry& entry);
+    // The row of a block of entries (SCMRunEntryBlock) of one run, category and bucket.
+    static Texts blockTexts(const std::string& run, const std::string& category, unsigned bucket,
+                            std::string entries);
+    // Calls `visit` with each entry a row of SCM_RUN_ENTRIES holds: a block's entries, or the
+    // one entry of a row written before entries were recorded in blocks. False, after visiting
+    // what comes before, at an entry that cannot be read (an unknown outcome).
+    static bool forEachEntryOf(const Texts& texts, const std::function<void(const SCMRunEntry&)>& visit);
 
     // Creates an object of `cls` with `texts` for `properties` (unset for nullopt). Call it
     // inside a write transaction; errors stay in `diagnostics`.

@@ -2,6 +2,7 @@
 
 #include "RegistryDictionary.hpp"
 #include "SCMProvenanceClasses.hpp"
+#include "SCMRunEntryBlock.hpp"
 #include "StoredObjects.hpp"
 #include "SCMVrexDataAdapter.hpp"
 
@@ -57,14 +58,21 @@ std::vector<SCMRunEntry> SCMProvenanceReader::entryHistory(const std::string& ch
                                                            tvdiag::util::diagnostics& diagnostics) {
     std::vector<SCMRunEntry> history;
     if (!hasRuns(diagnostics)) return history;
+    const auto keep = [&](const SCMRunEntry& entry) {
+        if (entry.checksum == checksum) history.push_back(entry);
+    };
+    // Rows of one entry came before any block: read them first.
+    const std::pair<const vrex::PropertyRef*, std::string> searches[] = {
+        {&classes_->entryChecksum(), checksum},
+        {&classes_->entryBucket(), std::to_string(SCMRunEntryBlock::bucketOf(checksum))}};
     repository_.performDictionaryRead(
         [&](tvdiag::util::diagnostics& reading) {
-            for (const vrex::StoredObject& stored :
-                 SCMProvenanceClasses::find(repository_, classes_->entryClass(),
-                                            classes_->entryProperties(), classes_->entryChecksum(),
-                                            checksum, reading)) {
-                SCMRunEntry entry;
-                if (SCMProvenanceClasses::entryOf(stored.texts, entry)) history.push_back(std::move(entry));
+            for (const auto& [key, value] : searches) {
+                for (const vrex::StoredObject& stored :
+                     SCMProvenanceClasses::find(repository_, classes_->entryClass(),
+                                                classes_->entryProperties(), *key, value, reading)) {
+                    SCMProvenanceClasses::forEachEntryOf(stored.texts, keep);
+                }
             }
         },
         diagnostics);
@@ -76,12 +84,10 @@ void SCMProvenanceReader::visitRunEntries(const std::function<void(const SCMRunE
     if (!hasRuns(diagnostics)) return;
     repository_.performDictionaryRead(
         [&](tvdiag::util::diagnostics& reading) {
-            SCMRunEntry entry;
-            walkStoredTexts(repository_, classes_->entryClass(), classes_->entryProperties(),
-                                       [&](const vrex::StoredObject& stored) {
-                                           if (SCMProvenanceClasses::entryOf(stored.texts, entry)) visit(entry);
-                                       },
-                                       reading);
+            walkStoredTexts(
+                repository_, classes_->entryClass(), classes_->entryProperties(),
+                [&](const vrex::StoredObject& stored) { SCMProvenanceClasses::forEachEntryOf(stored.texts, visit); },
+                reading);
         },
         diagnostics);
 }

@@ -170,7 +170,7 @@ std::size_t SCMRegistryInspector::checkEntries(tvdiag::util::diagnostics& proble
     repository_.checkIntegrity(structure, depth == Depth::Full ? vrex::DataModelRepository::IntegrityScope::Full
                                                                : vrex::DataModelRepository::IntegrityScope::Schema);
     for (const tvdiag::util::diagnostic& record : structure.records()) {
-        if (record.identifier == "vrex:integrity:missing" && SCMProvenanceClasses::isMissingTable(record.message)) continue;
+        if (record.identifier == "vrex:integrity:missing" && SCMProvenanceClasses::isMissingPart(record.message)) continue;
         (record.identifier == "vrex:integrity:failed" ? diagnostics : problems).add(record.identifier, record.message);
     }
     if (!diagnostics.empty()) return 0;

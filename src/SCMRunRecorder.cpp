@@ -1,10 +1,13 @@
 #include "SCMRunRecorder.hpp"
 
+#include <array>
 #include <cstdio>
 #include <ctime>
+#include <map>
 #include <random>
 
 #include "SCMProvenanceClasses.hpp"
+#include "SCMRunEntryBlock.hpp"
 #include "SCMVrexDataAdapter.hpp"
 
 namespace SCM {
@@ -21,9 +24,15 @@ std::string formatUtc(std::chrono::system_clock::time_point time, const char* fo
 
 }  // namespace
 
+// By category, a block per bucket.
+struct SCMRunRecorder::PendingBlocks {
+    std::map<std::string, std::array<SCMRunEntryBlock, SCMRunEntryBlock::kBuckets>, std::less<>> byCategory;
+};
+
 SCMRunRecorder::SCMRunRecorder(SCMVrexDataAdapter& adapter)
     : adapter_(adapter),
-      classes_(std::make_unique<SCMProvenanceClasses>(adapter.getDictionary())) {}
+      classes_(std::make_unique<SCMProvenanceClasses>(adapter.getDictionary())),
+      pending_(std::make_unique<PendingBlocks>()) {}
 
 SCMRunRecorder::~SCMRunRecorder() = default;
 
@@ -45,16 +54,35 @@ bool SCMRunRecorder::keep(const tvdiag::util::diagnostics& diagnostics) {
 }
 
 bool SCMRunRecorder::recordEntry(const SCMRunEntry& entry) {
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    SCMProvenanceClasses::create(adapter_.getDictionary(), classes_->entryClass(), classes_->entryProperties(),
-                                 SCMProvenanceClasses::entryTexts(entry), diagnostics);
-    return keep(diagnostics);
+    auto category = pending_->byCategory.find(entry.category);
+    if (category == pending_->byCategory.end()) {
+        category = pending_->byCategory.emplace(entry.category, decltype(category->second)()).first;
+    }
+    const unsigned bucket = SCMRunEntryBlock::bucketOf(entry.checksum);
+    SCMRunEntryBlock& block = category->second[bucket];
+    block.add(entry);
+    return block.size() < SCMRunEntryBlock::kMostEntries || writeBlock(entry.run, entry.category, bucket, block);
 }
 
 bool SCMRunRecorder::recordRun(const SCMRun& run) {
+    for (auto& [category, blocks] : pending_->byCategory) {
+        for (unsigned bucket = 0; bucket < blocks.size(); ++bucket) {
+            if (blocks[bucket].size() != 0 && !writeBlock(run.id, category, bucket, blocks[bucket])) return false;
+        }
+    }
+    pending_->byCategory.clear();
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     SCMProvenanceClasses::create(adapter_.getDictionary(), classes_->runClass(),
                                  classes_->runProperties(), SCMProvenanceClasses::runTexts(run),
+                                 diagnostics);
+    return keep(diagnostics);
+}
+
+bool SCMRunRecorder::writeBlock(const std::string& run, const std::string& category, unsigned bucket,
+                                SCMRunEntryBlock& block) {
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    SCMProvenanceClasses::create(adapter_.getDictionary(), classes_->entryClass(), classes_->entryProperties(),
+                                 SCMProvenanceClasses::blockTexts(run, category, bucket, block.take()),
                                  diagnostics);
     return keep(diagnostics);
 }

@@ -183,9 +183,10 @@ public:
     enum class IntegrityScope { Full, Schema };
     void checkIntegrity(tvdiag::util::diagnostics& diagnostics, IntegrityScope scope = IntegrityScope::Full);
 
-    // Whether the registry has the table of `cls`. A registry made before its metamodel gained
-    // the class lacks it when opened for reading (reading the class then fails); opening it for
-    // writing makes it. False with a diagnostic when the registry cannot be inspected.
+    // Whether the registry has the table of `cls` with a column for each of its properties. A
+    // registry made before its metamodel gained the class or a property lacks them when opened
+    // for reading (reading the class then fails); opening it for writing makes them. False with
+    // a diagnostic when the registry cannot be inspected.
     bool holdsClass(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
 
     // Closes the file; an open transaction is rolled back. Does nothing when closed.

@@ -193,6 +193,64 @@ TEST_F(ScmExamples, ARegistryFromBeforeRunsGainsThemWhenNextWritten) {
     EXPECT_EQ(countOf(scm({"runs", old.location()}).out, "\n"), 2u);  // a header and the run
 }
 
+// Rows that hold one entry each, as runs were first recorded, are read beside the blocks of the
+// runs recorded since: a registry holding them gains the block columns when next written, and an
+// entry's history then shows both, oldest first. A clash's differences come back from a block as
+// register printed them, tabs and backslashes included; so does an entry whose block filled and
+// was written before the run ended.
+TEST_F(ScmExamples, HistoryReadsRowsOfOneEntryAndBlocksAlike) {
+    std::string metamodel = vrex_test::readBytes(vrex_test::shippedMetamodel());
+    for (const char* added : {"      <property name=\"Bucket\" kind=\"text\" indexed=\"true\"/>\n",
+                              "      <property name=\"Entries\" kind=\"text\"/>\n"}) {
+        metamodel.erase(metamodel.find(added), std::string(added).size());
+    }
+    vrex_test::writeBytes(file("rows.xml"), metamodel);
+    const TestRegistry rows(file("rows.scm"));
+    const std::string key = SCM::SCMBasicUtilityIdentity("rt_sat_s32").getChecksum();
+    {
+        vrex::DataModelRepository repository;
+        ASSERT_EQ(vrex_test::openRepository(repository, rows.location(), file("rows.xml")), "");
+        auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+        const vrex::ClassRef entries = repository.metamodel(diagnostics).findPackage("SCM_PROVENANCE").findClass("SCM_RUN_ENTRIES");
+        repository.performDictionaryFunction(
+            [&](tvdiag::util::diagnostics& writing) {
+                const vrex::ObjectRef row = repository.createObject(entries, writing);
+                for (const auto& [property, text] : {std::pair{"Run", "20260101T000000Z-0000abcd"},
+                                                     {"Category", "SCM_UTILITIES"}, {"Checksum", key.c_str()},
+                                                     {"Outcome", "created"}}) {
+                    repository.setPropertyValue(row, entries.findProperty(property), qaArray::fromText(text), writing);
+                }
+            },
+            diagnostics);
+        ASSERT_TRUE(diagnostics.empty()) << diagnostics.messages();
+    }
+    for (const std::vector<std::string>& reading : {std::vector<std::string>{"check", rows.location()},
+                                                    {"forget", rows.location(), "--model", "model_a"}}) {
+        EXPECT_EQ(scm(reading).exitCode, 0) << reading[0];
+    }
+    EXPECT_EQ(scm({"register", rows.location(), example("model_a.jsonl"), example("model_b.jsonl")}).exitCode, 0);
+    const std::string history = scm({"explain", rows.location(), "utilities", "rt_sat_s32"}).out;
+    const std::size_t created = history.find("created by run 20260101T000000Z-0000abcd");
+    EXPECT_NE(created, std::string::npos) << history;
+    EXPECT_EQ(countOf(history.substr(created), "by run "), 3u) << history;  // then created again, merged
+
+    std::vector<std::string> lines;
+    for (int i = 0; i < 6000; ++i) lines.push_back(utilityLine("rt_many_" + std::to_string(i)));
+    lines.push_back("{\"identity\": {\"class\": \"SharedFunctionIdentity\", \"ChecksumElement1\": 439041101, "
+                                "\"ChecksumElement2\": 17, \"ChecksumElement3\": 1584361601, \"ChecksumElement4\": 2}, "
+                                "\"data\": {\"class\": \"SharedFunctionData\", \"Name\": \"filter_update\", "
+                                "\"FunctionName\": \"filter\\tupdate\\\\\", \"FileName\": \"filter_update.c\"}}");
+    writeManifest("odd.jsonl", lines);
+    const std::string reported = scm({"register", kRegistry, file("odd.jsonl")}).out;
+    const std::size_t line = reported.find("    FunctionName: stored");
+    ASSERT_NE(line, std::string::npos) << reported;
+    const std::string difference = reported.substr(line, reported.find('\n', line) - line + 1);
+    EXPECT_TRUE(contains(difference, "\\t") && contains(difference, "\\\\")) << difference;
+    EXPECT_TRUE(contains(scm({"explain", kRegistry, "--checksum", clashKey_}).out, difference)) << difference;
+    // The first of many entries in its bucket went to the storage in a block written mid-run.
+    EXPECT_TRUE(contains(scm({"explain", kRegistry, "utilities", "rt_many_0"}).out, "  created by run "));
+}
+
 // What check says of each kind of damage, and what --repair makes of it.
 TEST_F(ScmExamples, CheckFindsEachKindOfDamage) {
     EXPECT_EQ(scm({"check", kRegistry}).out, "OK: " + printedRegistry() + ": 11 entries; the storage is "

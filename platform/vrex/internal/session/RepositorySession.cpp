@@ -51,7 +51,14 @@ bool RepositorySession::holdsClass(const ClassRef& cls, tvdiag::util::diagnostic
                                            "cannot inspect the registry", diagnostics)) {
         return false;
     }
-    return std::find(missing.begin(), missing.end(), SchemaPlan::missingTable(*info)) == missing.end();
+    const auto lacks = [&](const std::string& part) {
+        return std::find(missing.begin(), missing.end(), part) != missing.end();
+    };
+    if (lacks(SchemaPlan::missingTable(*info))) return false;
+    for (const auto& property : info->properties) {
+        if (lacks(SchemaPlan::missingColumn(*property))) return false;
+    }
+    return true;
 }
 
 }  // namespace vrex::internal

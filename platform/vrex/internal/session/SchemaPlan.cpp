@@ -68,11 +68,15 @@ bool SchemaPlan::apply(SchemaSteps& steps, tvdiag::util::diagnostics& diagnostic
 
 std::string SchemaPlan::missingTable(const ClassInfo& cls) { return "the table of " + cls.name + " is missing"; }
 
+std::string SchemaPlan::missingColumn(const PropertyInfo& property) {
+    return "the column of " + property.owner->name + "." + property.name + " is missing";
+}
+
 void SchemaPlan::describe(std::vector<std::string>& findings) const {
     const auto name = [](const PropertyInfo* property) { return property->owner->name + "." + property->name; };
     if (createHeader) findings.push_back("the registry header is missing");
     for (const ClassInfo* cls : newTables) findings.push_back(missingTable(*cls));
-    for (const PropertyInfo* property : newColumns) findings.push_back("the column of " + name(property) + " is missing");
+    for (const PropertyInfo* property : newColumns) findings.push_back(missingColumn(*property));
     for (const PropertyInfo* property : newIndexes) findings.push_back("the index of " + name(property) + " is missing");
     for (const PropertyInfo* property : newRecords) {
         findings.push_back("the catalogue row of " + name(property) + " is missing");

@@ -59,8 +59,9 @@ struct SchemaPlan {
 
     // Adds one line per part the plan lists to `findings` ("the index of C.p is missing").
     void describe(std::vector<std::string>& findings) const;
-    // The line describe() adds for the table of `cls`.
+    // The lines describe() adds for the table of `cls` and for the column of `property`.
     static std::string missingTable(const ClassInfo& cls);
+    static std::string missingColumn(const PropertyInfo& property);
 };
 
 // Adds to `findings` what an inspection of the storage found: the parts `plan` lists when
