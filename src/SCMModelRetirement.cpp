@@ -1,5 +1,6 @@
 #include "SCMModelRetirement.hpp"
 
+#include <functional>
 #include <map>
 #include <set>
 #include <utility>
@@ -96,14 +97,18 @@ void SCMModelRetirement::retireFromUtilities(const std::string& model, Found& fo
 // offered. A utility without models is unneeded when retiring the model emptied it, or when only
 // such runs offered it (its model was removed before). Only an entry whose creation a run
 // recorded has the evidence to be pruned: one made before runs were recorded (or by the library)
-// is listed and kept, whatever merged into it since.
+// is listed and kept, whatever merged into it since. The provenance is read twice, so that only
+// the entries of the model's runs and the empty utilities are kept in memory, not every entry
+// ever offered.
 void SCMModelRetirement::findUnneeded(const std::string& model, Found& found,
                                       tvdiag::util::diagnostics& diagnostics) {
     struct Evidence {
+        bool recorded = false;    // a run offered it
         bool onlyByModel = true;  // every run that offered it carried only `model`
         bool created = false;     // a run recorded its creation
     };
     std::map<std::pair<std::string, std::string>, Evidence> offered;  // by (category, checksum)
+    for (const auto& [checksum, emptied] : found.emptyUtilities) offered[{kUtilities, checksum}];
     if (provenance_->areStored(repository_, diagnostics)) {
         std::set<std::string> modelRuns;
         walkStoredTexts(repository_, provenance_->runClass(), provenance_->runProperties(),
@@ -112,26 +117,36 @@ void SCMModelRetirement::findUnneeded(const std::string& model, Found& found,
                                        if (run.models == std::vector<std::string>{model}) modelRuns.insert(run.id);
                                    },
                                    diagnostics);
-        const auto weigh = [&](const SCMRunEntry& entry) {
-            Evidence& evidence = offered[{entry.category, entry.checksum}];
-            evidence.onlyByModel = evidence.onlyByModel && modelRuns.count(entry.run) > 0;
-            evidence.created = evidence.created || entry.outcome == SCMRunOutcome::Created;
+        const auto forEachRunEntry = [&](const std::function<void(const SCMRunEntry&)>& visit) {
+            walkStoredTexts(
+                repository_, provenance_->entryClass(), provenance_->entryProperties(),
+                [&](const vrex::StoredObject& stored) { SCMProvenanceClasses::forEachEntryOf(stored.texts, visit); },
+                diagnostics);
         };
-        walkStoredTexts(
-            repository_, provenance_->entryClass(), provenance_->entryProperties(),
-            [&](const vrex::StoredObject& stored) { SCMProvenanceClasses::forEachEntryOf(stored.texts, weigh); },
-            diagnostics);
+        if (!modelRuns.empty()) {
+            forEachRunEntry([&](const SCMRunEntry& entry) {
+                if (modelRuns.count(entry.run) > 0) offered[{entry.category, entry.checksum}];
+            });
+        }
+        if (!offered.empty() && diagnostics.empty()) {
+            forEachRunEntry([&](const SCMRunEntry& entry) {
+                const auto evidence = offered.find({entry.category, entry.checksum});
+                if (evidence == offered.end()) return;
+                evidence->second.recorded = true;
+                evidence->second.onlyByModel = evidence->second.onlyByModel && modelRuns.count(entry.run) > 0;
+                evidence->second.created = evidence->second.created || entry.outcome == SCMRunOutcome::Created;
+            });
+        }
     }
     if (!diagnostics.empty()) return;
     for (const auto& [checksum, emptied] : found.emptyUtilities) {
-        const auto evidence = offered.find({kUtilities, checksum});
-        const bool recorded = evidence != offered.end();
-        if (emptied || (recorded && evidence->second.onlyByModel)) {
-            addUnneeded({kUtilities, checksum, "", recorded && evidence->second.created}, found, diagnostics);
+        const Evidence& evidence = offered[{kUtilities, checksum}];
+        if (emptied || (evidence.recorded && evidence.onlyByModel)) {
+            addUnneeded({kUtilities, checksum, "", evidence.created}, found, diagnostics);
         }
     }
     for (const auto& [key, evidence] : offered) {
-        if (evidence.onlyByModel && key.first != kUtilities) {
+        if (evidence.recorded && evidence.onlyByModel && key.first != kUtilities) {
             addUnneeded({key.first, key.second, "", evidence.created}, found, diagnostics);
         }
     }
