@@ -211,17 +211,21 @@ TEST_F(ScmExamples, HistoryReadsRowsOfOneEntryAndBlocksAlike) {
         vrex::DataModelRepository repository;
         ASSERT_EQ(vrex_test::openRepository(repository, rows.location(), file("rows.xml")), "");
         auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-        const vrex::ClassRef entries = repository.metamodel(diagnostics).findPackage("SCM_PROVENANCE").findClass("SCM_RUN_ENTRIES");
-        repository.performDictionaryFunction(
-            [&](tvdiag::util::diagnostics& writing) {
-                const vrex::ObjectRef row = repository.createObject(entries, writing);
-                for (const auto& [property, text] : {std::pair{"Run", "20260101T000000Z-0000abcd"},
-                                                     {"Category", "SCM_UTILITIES"}, {"Checksum", key.c_str()},
-                                                     {"Outcome", "created"}}) {
-                    repository.setPropertyValue(row, entries.findProperty(property), qaArray::fromText(text), writing);
-                }
-            },
-            diagnostics);
+        const vrex::PackageRef provenance = repository.metamodel(diagnostics).findPackage("SCM_PROVENANCE");
+        const auto write = [&](const char* cls, std::vector<std::pair<const char*, std::string>> texts) {
+            repository.performDictionaryFunction(
+                [&](tvdiag::util::diagnostics& writing) {
+                    const vrex::ObjectRef row = repository.createObject(provenance.findClass(cls), writing);
+                    for (const auto& [property, text] : texts) {
+                        repository.setPropertyValue(row, provenance.findClass(cls).findProperty(property),
+                                                    qaArray::fromText(text), writing);
+                    }
+                },
+                diagnostics);
+        };
+        const std::string run = "20260101T000000Z-0000abcd";
+        write("SCM_RUNS", {{"Run", run}, {"Started", "2026-01-01T00:00:00Z"}, {"Models", "model_a"}});
+        write("SCM_RUN_ENTRIES", {{"Run", run}, {"Category", "SCM_UTILITIES"}, {"Checksum", key}, {"Outcome", "created"}});
         ASSERT_TRUE(diagnostics.empty()) << diagnostics.messages();
     }
     for (const std::vector<std::string>& reading : {std::vector<std::string>{"check", rows.location()},
