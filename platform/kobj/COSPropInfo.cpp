@@ -13,4 +13,8 @@ COSPropInfo::~COSPropInfo() = default;
 
 bool COSPropInfo::appendEncoded(tv::mi::Handle&, std::string&) const { return false; }
 
+bool COSPropInfo::setText(tv::mi::Handle&, std::string&&) const { return false; }
+
+bool COSPropInfo::setTexts(tv::mi::Handle&, std::vector<std::string>&&) const { return false; }
+
 }  // namespace kobj

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "kobj/qaArray.hpp"
 
@@ -39,6 +40,12 @@ public:
     // the object, and answers true; answers false, appending nothing, when the property cannot
     // (the encoder then writes the value that get() returns). This one always answers false.
     virtual bool appendEncoded(tv::mi::Handle& object, std::string& out) const;
+    // Write a decoded text, or list of texts, straight through the setter, taking it over, and
+    // answer true; answer false, leaving the value and the object as they were, when the setter
+    // does not take that type as it is (the decoder then passes a script value to set()). These
+    // always answer false.
+    virtual bool setText(tv::mi::Handle& object, std::string&& text) const;
+    virtual bool setTexts(tv::mi::Handle& object, std::vector<std::string>&& texts) const;
 
 private:
     std::string name_;
