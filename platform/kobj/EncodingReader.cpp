@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 #include "kobj/Conversions.hpp"
@@ -91,7 +92,7 @@ public:
 
 private:
     bool scanMember(ScannedObject& object, bool& sawClass) {
-        ScannedMember member;
+        ScannedMember member{};
         if (!scanQuotedString(member.name, "expected a member name in quotes")) return false;
         const char* const nameAt = member.name.begin - 1;
         if (!take(':')) return fail("expected ':' after the member name");
@@ -144,7 +145,7 @@ private:
         value.number = 0;
         if (!take(']')) {
             do {
-                ScannedString cell;
+                ScannedString cell{};
                 if (!take('"')) {
                     const bool nested = next_ != end_ && *next_ == '[';
                     return fail(nested ? "a list holds texts only, not lists" : "a list holds texts only");
@@ -334,9 +335,12 @@ private:
         return name.plain ? name.raw() == "class" : decodedText(name) == "class";
     }
 
+    // Plain names are told apart by their length and first byte before their bytes are compared.
     static bool sameText(const ScannedString& left, const ScannedString& right) {
-        if (left.plain && right.plain) return left.raw() == right.raw();
-        return decodedText(left) == decodedText(right);
+        if (!left.plain || !right.plain) return decodedText(left) == decodedText(right);
+        const std::size_t size = static_cast<std::size_t>(left.end - left.begin);
+        return size == static_cast<std::size_t>(right.end - right.begin) &&
+               (size == 0 || (*left.begin == *right.begin && std::memcmp(left.begin, right.begin, size) == 0));
     }
 
     static bool isDigit(char c) { return c >= '0' && c <= '9'; }

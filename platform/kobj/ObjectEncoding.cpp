@@ -94,22 +94,30 @@ void restoreProperties(tv::mi::Handle& object, const ClassRecord& record, Encode
 }
 
 // Finds the properties of a scanned encoding by name. Encodings list them in the class's order,
-// so each search starts after the property found last and usually ends at once.
+// so each search starts after the property found last and usually ends at once. Throws
+// kobj::Error for a name the class does not have.
 class PropertyFinder {
 public:
-    explicit PropertyFinder(const ClassRecord& record) : properties_(record.allProperties()) {}
+    explicit PropertyFinder(const ClassRecord& record) : record_(record) {}
 
-    const COSPropInfo* find(std::string_view name) {
-        for (std::size_t tried = 0; tried < properties_.size(); ++tried) {
-            const COSPropInfo* property = properties_[next_];
-            next_ = next_ + 1 == properties_.size() ? 0 : next_ + 1;
+    const COSPropInfo& find(const ScannedString& name) {
+        const COSPropInfo* property = name.plain ? findPlain(name.raw()) : record_.findProperty(decodedText(name));
+        if (property == nullptr) throw unknownProperty(record_, decodedText(name));
+        return *property;
+    }
+
+private:
+    const COSPropInfo* findPlain(std::string_view name) {
+        const std::vector<const COSPropInfo*>& properties = record_.allProperties();
+        for (std::size_t tried = 0; tried < properties.size(); ++tried) {
+            const COSPropInfo* property = properties[next_];
+            next_ = next_ + 1 == properties.size() ? 0 : next_ + 1;
             if (property->name() == name) return property;
         }
         return nullptr;
     }
 
-private:
-    const std::vector<const COSPropInfo*>& properties_;
+    const ClassRecord& record_;
     std::size_t next_ = 0;
 };
 
@@ -143,14 +151,20 @@ void restoreValue(tv::mi::Handle& object, const COSPropInfo& property, const Sca
 // The same as above for a scanned encoding, whose values are decoded as they are written.
 void restoreProperties(tv::mi::Handle& object, const ClassRecord& record, const ScannedObject& scanned) {
     PropertyFinder finder(record);
-    for (const bool last : {false, true}) {
-        for (const ScannedMember& member : scanned) {
-            const COSPropInfo* property =
-                member.name.plain ? finder.find(member.name.raw()) : record.findProperty(decodedText(member.name));
-            if (property == nullptr) throw unknownProperty(record, decodedText(member.name));
-            if (isSetLast(*property) != last) continue;
-            restoreProperty(record, *property, [&] { restoreValue(object, *property, member.value); });
+    std::size_t setLast = 0;  // the Dependent members, written in a second pass
+    for (const ScannedMember& member : scanned) {
+        const COSPropInfo& property = finder.find(member.name);
+        if (isSetLast(property)) {
+            ++setLast;
+        } else {
+            restoreProperty(record, property, [&] { restoreValue(object, property, member.value); });
         }
+    }
+    for (const ScannedMember* member = scanned.begin(); setLast > 0; ++member) {
+        const COSPropInfo& property = finder.find(member->name);
+        if (!isSetLast(property)) continue;
+        restoreProperty(record, property, [&] { restoreValue(object, property, member->value); });
+        --setLast;
     }
 }
 

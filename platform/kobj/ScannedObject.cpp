@@ -13,7 +13,7 @@ void ScannedObject::add(const ScannedMember& member) {
 }
 
 void ScannedObject::clear() {
-    className = ScannedString();
+    className = ScannedString{};
     more_.clear();
     size_ = 0;
 }

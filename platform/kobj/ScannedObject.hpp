@@ -10,10 +10,11 @@ namespace kobj {
 
 // A JSON string of an encoding as a scan found it, still in the text: the bytes between its
 // quotes, and whether they are the string's bytes as they stand (no escape, no byte from 0x80 on).
+// Plain data: a scan fills every field it reads.
 struct ScannedString {
-    const char* begin = nullptr;  // just after the opening quote
-    const char* end = nullptr;    // at the closing quote
-    bool plain = true;
+    const char* begin;  // just after the opening quote
+    const char* end;    // at the closing quote
+    bool plain;
 
     std::string_view raw() const { return {begin, static_cast<std::size_t>(end - begin)}; }
 };
@@ -22,11 +23,11 @@ struct ScannedString {
 struct ScannedValue {
     enum class Kind : std::uint8_t { Text, Logical, Int32, UInt32, Texts };
 
-    Kind kind = Kind::Text;
+    Kind kind;
     // Text: the string. Texts: `begin` at the opening bracket, `end` just past the closing one.
     ScannedString text;
     // Logical: 0 or 1; Int32, UInt32: the value; Texts: how many texts the list holds.
-    std::int64_t number = 0;
+    std::int64_t number;
 };
 
 struct ScannedMember {
@@ -43,7 +44,7 @@ public:
     ScannedObject(const ScannedObject&) = delete;
     ScannedObject& operator=(const ScannedObject&) = delete;
 
-    ScannedString className;
+    ScannedString className{};
 
     std::size_t size() const { return size_; }
     const ScannedMember* begin() const { return more_.empty() ? inline_.data() : more_.data(); }
@@ -54,7 +55,7 @@ public:
 private:
     static constexpr std::size_t kInline = 16;
 
-    std::array<ScannedMember, kInline> inline_;
+    std::array<ScannedMember, kInline> inline_;  // left uninitialized up to size_
     std::vector<ScannedMember> more_;  // all the members once there are more than kInline
     std::size_t size_ = 0;
 };
