@@ -21,8 +21,8 @@ namespace {
 
 // A name from the text for a message: cut after 80 bytes, so that a long input is never repeated
 // whole.
-std::string shown(const std::string& name) {
-    return name.size() <= 80 ? name : name.substr(0, 80) + "...";
+std::string shown(std::string_view name) {
+    return name.size() <= 80 ? std::string(name) : std::string(name.substr(0, 80)) + "...";
 }
 
 Error notEncodable(const ClassRecord& record, const std::string& why) {
@@ -197,7 +197,7 @@ qaArray rebuild(const ClassRecord& record, Encoded& encoded) {
 // The object of class `className` rebuilt from `encoded`, after the class checks; [] and
 // `problem` set when a check or a property fails.
 template <class Encoded>
-qaArray decodeAs(const std::string& className, Encoded& encoded, const std::string& requiredClass,
+qaArray decodeAs(std::string_view className, Encoded& encoded, const std::string& requiredClass,
                  std::string& problem) {
     problem.clear();
     try {
@@ -207,11 +207,11 @@ qaArray decodeAs(const std::string& className, Encoded& encoded, const std::stri
         } else if (!record->isA(requiredClass)) {
             problem = "Class " + shown(className) + " is not a " + requiredClass + ".";
         } else if (!isEncodable(*record)) {
-            problem = "Objects of class " + className +
+            problem = "Objects of class " + std::string(className) +
                       " cannot be rebuilt: it has no published constructor or no settable property.";
         } else {
             qaArray object = rebuild(*record, encoded);
-            if (object.isEmpty()) problem = "No object of class " + className + " could be made.";
+            if (object.isEmpty()) problem = "No object of class " + std::string(className) + " could be made.";
             return object;
         }
     } catch (const std::bad_alloc&) {
@@ -247,7 +247,10 @@ std::string encodeObject(const qaArray& value) {
     return text;
 }
 
-qaArray decodeObject(const std::string& text) { return decodeObject(text, kHeterogeneousRootName); }
+qaArray decodeObject(const std::string& text) {
+    static const std::string root = kHeterogeneousRootName;
+    return decodeObject(text, root);
+}
 
 qaArray decodeObject(const std::string& text, const std::string& requiredClass) {
     std::string ignored;
@@ -263,6 +266,7 @@ qaArray decodeObject(const std::string& text, const std::string& requiredClass,
                   "integers or lists of texts.";
         return qaArray();
     }
+    if (scanned.className.plain) return decodeAs(scanned.className.raw(), scanned, requiredClass, problem);
     return decodeAs(decodedText(scanned.className), scanned, requiredClass, problem);
 }
 
