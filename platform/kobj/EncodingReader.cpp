@@ -77,12 +77,20 @@ public:
         return readString(bytes);
     }
 
-    // The texts of a scanned list, which starts here.
+    // The texts of a scanned list, which starts here. A text without escapes is made in one go.
     std::vector<std::string> readScannedTexts(std::size_t count) {
-        std::vector<std::string> texts(count);
+        std::vector<std::string> texts;
+        texts.reserve(count);
         take('[');
-        for (std::string& text : texts) {
-            readQuotedString(text);
+        for (std::size_t i = 0; i < count; ++i) {
+            take('"');
+            const char* const plainEnd = skipPlainBytes(next_);
+            if (plainEnd != end_ && *plainEnd == '"') {
+                texts.emplace_back(next_, plainEnd);
+                next_ = plainEnd + 1;
+            } else {
+                readString(texts.emplace_back());
+            }
             take(',');
         }
         return texts;
@@ -296,8 +304,10 @@ private:
         return true;
     }
 
+    // One comparison for the usual next byte, which is no white space.
     void skipSpace() {
-        while (next_ != end_ && (*next_ == ' ' || *next_ == '\n' || *next_ == '\r' || *next_ == '\t')) {
+        while (next_ != end_ && static_cast<unsigned char>(*next_) <= ' ' &&
+               (*next_ == ' ' || *next_ == '\n' || *next_ == '\r' || *next_ == '\t')) {
             ++next_;
         }
     }
