@@ -180,38 +180,37 @@ bool isEncodable(const ClassRecord& record) {
 }
 
 // A new object of the class made by its restoring constructor fed neutral values, with `encoded`'s
-// properties written; [] when the constructor makes none.
+// properties written; null when the constructor makes none.
 template <class Encoded>
-qaArray rebuild(const ClassRecord& record, Encoded& encoded) {
+std::unique_ptr<tv::mi::Handle> rebuild(const ClassRecord& record, Encoded& encoded) {
     const factory::impl::KobjConstructor* constructor = record.restoringConstructor();
     std::vector<qaArray> arguments;
     for (const std::string& type : constructor->signature().arguments) {
         arguments.push_back(neutralValue(type));
     }
-    qaArray object = ownedObject(constructor->create(arguments), record.name());
-    if (object.isEmpty()) return qaArray();
-    restoreProperties(*object.object(0), record, encoded);
+    std::unique_ptr<tv::mi::Handle> object(constructor->create(arguments));
+    if (object != nullptr) restoreProperties(*object, record, encoded);
     return object;
 }
 
-// The object of class `className` rebuilt from `encoded`, after the class checks; [] and
+// The object of class `className` rebuilt from `encoded`, after the class checks; null and
 // `problem` set when a check or a property fails.
 template <class Encoded>
-qaArray decodeAs(std::string_view className, Encoded& encoded, const std::string& requiredClass,
-                 std::string& problem) {
+std::unique_ptr<tv::mi::Handle> decodeAs(std::string_view className, Encoded& encoded,
+                                         std::string_view requiredClass, std::string& problem) {
     problem.clear();
     try {
         const ClassRecord* record = ClassRegistry::instance().findClass(className);
         if (record == nullptr) {
             problem = "There is no class " + shown(className) + ".";
         } else if (!record->isA(requiredClass)) {
-            problem = "Class " + shown(className) + " is not a " + requiredClass + ".";
+            problem = "Class " + shown(className) + " is not a " + std::string(requiredClass) + ".";
         } else if (!isEncodable(*record)) {
             problem = "Objects of class " + std::string(className) +
                       " cannot be rebuilt: it has no published constructor or no settable property.";
         } else {
-            qaArray object = rebuild(*record, encoded);
-            if (object.isEmpty()) problem = "No object of class " + std::string(className) + " could be made.";
+            std::unique_ptr<tv::mi::Handle> object = rebuild(*record, encoded);
+            if (object == nullptr) problem = "No object of class " + std::string(className) + " could be made.";
             return object;
         }
     } catch (const std::bad_alloc&) {
@@ -219,7 +218,12 @@ qaArray decodeAs(std::string_view className, Encoded& encoded, const std::string
     } catch (const std::exception& error) {
         problem = error.what();  // a value of the wrong type, a property the class does not have, ...
     }
-    return qaArray();
+    return nullptr;
+}
+
+// The value that owns `object`; [] for none.
+qaArray valueOwning(std::unique_ptr<tv::mi::Handle> object) {
+    return object == nullptr ? qaArray() : ownedObject(object.release(), std::string());
 }
 
 }  // namespace
@@ -259,12 +263,17 @@ qaArray decodeObject(const std::string& text, const std::string& requiredClass) 
 
 qaArray decodeObject(const std::string& text, const std::string& requiredClass,
                      std::string& problem) {
+    return valueOwning(decodeOwnedObject(text, requiredClass, problem));
+}
+
+std::unique_ptr<tv::mi::Handle> decodeOwnedObject(const std::string& text, std::string_view requiredClass,
+                                                 std::string& problem) {
     ScannedObject scanned;
     if (!scanEncodedObject(text, scanned)) {
         problem = "The text is not an object encoding: a JSON object with a \"class\" name and "
                   "members that are texts (code points up to U+00FF), true or false, 32-bit "
                   "integers or lists of texts.";
-        return qaArray();
+        return nullptr;
     }
     if (scanned.className.plain) return decodeAs(scanned.className.raw(), scanned, requiredClass, problem);
     return decodeAs(decodedText(scanned.className), scanned, requiredClass, problem);
@@ -272,7 +281,7 @@ qaArray decodeObject(const std::string& text, const std::string& requiredClass,
 
 qaArray decodeObject(EncodedObject&& encoded, const std::string& requiredClass,
                      std::string& problem) {
-    return decodeAs(encoded.className, encoded, requiredClass, problem);
+    return valueOwning(decodeAs(encoded.className, encoded, requiredClass, problem));
 }
 
 }  // namespace kobj
