@@ -84,11 +84,11 @@ bool isSetLast(const COSPropInfo& property) { return attributes::isDependent(pro
 // wrong type.
 void restoreProperties(tv::mi::Handle& object, const ClassRecord& record, EncodedObject& encoded) {
     for (const bool last : {false, true}) {
-        for (auto& [name, value] : encoded.properties) {
-            const COSPropInfo* property = record.findProperty(name);
-            if (property == nullptr) throw unknownProperty(record, name);
+        for (auto& member : encoded.properties) {
+            const COSPropInfo* property = record.findProperty(member.first);
+            if (property == nullptr) throw unknownProperty(record, member.first);
             if (isSetLast(*property) != last) continue;
-            restoreProperty(record, *property, [&] { setProperty(object, *property, std::move(value)); });
+            restoreProperty(record, *property, [&] { setProperty(object, *property, std::move(member.second)); });
         }
     }
 }
