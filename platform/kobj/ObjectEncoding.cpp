@@ -121,8 +121,8 @@ private:
     std::size_t next_ = 0;
 };
 
-// Writes one scanned value through the property's setter: texts and lists of texts straight when
-// the setter takes them, every other value as a script value.
+// Writes one scanned value through the property's setter: straight when the setter takes it as it
+// is, otherwise as a script value (which its conversion refuses or not as any value).
 void restoreValue(tv::mi::Handle& object, const COSPropInfo& property, const ScannedValue& value) {
     switch (value.kind) {
         case ScannedValue::Kind::Text: {
@@ -140,10 +140,13 @@ void restoreValue(tv::mi::Handle& object, const COSPropInfo& property, const Sca
             return;
         }
         case ScannedValue::Kind::Logical:
+            if (property.setLogical(object, value.number != 0)) return;
             return setProperty(object, property, qaArray::fromLogical(value.number != 0));
         case ScannedValue::Kind::Int32:
+            if (property.setInteger(object, value.number)) return;
             return setProperty(object, property, qaArray::fromInt32(static_cast<std::int32_t>(value.number)));
         case ScannedValue::Kind::UInt32:
+            if (property.setInteger(object, value.number)) return;
             return setProperty(object, property, qaArray::fromUInt32(static_cast<std::uint32_t>(value.number)));
     }
 }

@@ -40,6 +40,16 @@ bool PropertyImpl::setTexts(tv::mi::Handle& object, std::vector<std::string>&& t
     return true;
 }
 
+bool PropertyImpl::setLogical(tv::mi::Handle& object, bool value) const {
+    if (!direct_.logical) return false;
+    direct_.logical(object, value);
+    return true;
+}
+
+bool PropertyImpl::setInteger(tv::mi::Handle& object, std::int64_t value) const {
+    return direct_.integer && direct_.integer(object, value);
+}
+
 void PropertyImpl::set(tv::mi::Handle& object, qaArray&& value) const {
     if (!setter_) {
         throw Error("kobj:readOnlyProperty", "Property " + name() + " is read-only.");

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -193,6 +194,18 @@ private:
         } else if constexpr (std::is_same_v<Value, std::vector<std::string>>) {
             direct.texts = [setter](tv::mi::Handle& object, std::vector<std::string>&& texts) {
                 std::invoke(setter, self(object), std::move(texts));
+            };
+        } else if constexpr (std::is_same_v<Value, bool>) {
+            direct.logical = [setter](tv::mi::Handle& object, bool value) {
+                std::invoke(setter, self(object), value);
+            };
+        } else if constexpr (std::is_same_v<Value, std::int32_t> || std::is_same_v<Value, std::uint32_t>) {
+            direct.integer = [setter](tv::mi::Handle& object, std::int64_t value) {
+                if (value < std::numeric_limits<Value>::min() || value > std::numeric_limits<Value>::max()) {
+                    return false;
+                }
+                std::invoke(setter, self(object), static_cast<Value>(value));
+                return true;
             };
         }
         return direct;
