@@ -40,7 +40,10 @@ std::unique_ptr<T> decodeStoredText(const std::optional<std::string>& text, cons
     static const std::shared_ptr<const vrex::ObjectCodec> codec = vrex::defaultObjectCodec();
     if (!text || !codec) return nullptr;
     try {
-        return takeStoredObject<T>(codec->decode(*text), className);
+        std::unique_ptr<tv::mi::Handle> object = codec->decodeObject(*text, className);
+        T* typed = dynamic_cast<T*>(object.get());
+        if (typed != nullptr) object.release();
+        return std::unique_ptr<T>(typed);
     } catch (const std::exception&) {  // a text that is no encoding of a known class
         return nullptr;
     }

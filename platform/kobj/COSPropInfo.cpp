@@ -13,4 +13,12 @@ COSPropInfo::~COSPropInfo() = default;
 
 bool COSPropInfo::appendEncoded(tv::mi::Handle&, std::string&) const { return false; }
 
+bool COSPropInfo::setText(tv::mi::Handle&, std::string&&) const { return false; }
+
+bool COSPropInfo::setTexts(tv::mi::Handle&, std::vector<std::string>&&) const { return false; }
+
+bool COSPropInfo::setLogical(tv::mi::Handle&, bool) const { return false; }
+
+bool COSPropInfo::setInteger(tv::mi::Handle&, std::int64_t) const { return false; }
+
 }  // namespace kobj

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "kobj/qaArray.hpp"
 
@@ -39,6 +40,15 @@ public:
     // the object, and answers true; answers false, appending nothing, when the property cannot
     // (the encoder then writes the value that get() returns). This one always answers false.
     virtual bool appendEncoded(tv::mi::Handle& object, std::string& out) const;
+    // Write a decoded text, list of texts, logical or integer straight through the setter (texts
+    // taken over) and answer true; answer false, leaving the value and the object as they were,
+    // when the setter does not take that value as it is (the decoder then passes a script value
+    // to set(), whose conversion refuses it or not as for any value). An integer is taken when it
+    // fits the setter's integer type. These always answer false.
+    virtual bool setText(tv::mi::Handle& object, std::string&& text) const;
+    virtual bool setTexts(tv::mi::Handle& object, std::vector<std::string>&& texts) const;
+    virtual bool setLogical(tv::mi::Handle& object, bool value) const;
+    virtual bool setInteger(tv::mi::Handle& object, std::int64_t value) const;
 
 private:
     std::string name_;

@@ -26,7 +26,7 @@ bool ClassRecord::isA(const ClassRecord& other) const {
     return false;
 }
 
-bool ClassRecord::isA(const std::string& className) const {
+bool ClassRecord::isA(std::string_view className) const {
     for (const ClassRecord* record = this; record != nullptr; record = record->superclass_) {
         if (record->name_ == className) return true;
     }

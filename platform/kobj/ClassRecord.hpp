@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <typeindex>
 #include <unordered_map>
 #include <vector>
@@ -53,7 +54,7 @@ public:
 
     // True when this is `other` or one of its subclasses.
     bool isA(const ClassRecord& other) const;
-    bool isA(const std::string& className) const;
+    bool isA(std::string_view className) const;
     // A class without a published constructor cannot be created by scripts.
     bool isAbstract() const { return constructors_.empty(); }
     // The constructor that rebuilds objects from their properties: the one with the fewest

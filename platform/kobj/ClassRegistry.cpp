@@ -53,14 +53,14 @@ std::vector<std::string> ClassRegistry::packageNames() const {
     return names;
 }
 
-const ClassRecord* ClassRegistry::findClass(const std::string& className) {
+const ClassRecord* ClassRegistry::findClass(std::string_view className) {
     auto published = classesByName_.find(className);
     if (published != classesByName_.end()) return published->second;
     const std::size_t dot = className.rfind('.');
-    if (dot == std::string::npos) return nullptr;
-    COSPackageInfo* package = findPackage(className.substr(0, dot));
+    if (dot == std::string_view::npos) return nullptr;
+    COSPackageInfo* package = findPackage(std::string(className.substr(0, dot)));
     if (package == nullptr) return nullptr;
-    COSClassInfo* classInfo = package->attemptToLoadClass(className.substr(dot + 1));
+    COSClassInfo* classInfo = package->attemptToLoadClass(std::string(className.substr(dot + 1)));
     return classInfo == nullptr ? nullptr : &publish(*classInfo);
 }
 
@@ -95,7 +95,7 @@ const ClassRecord* ClassRegistry::classOf(const tv::mi::Handle& object) {
     return classOfType(object);
 }
 
-bool ClassRegistry::isInstanceOf(const tv::mi::Handle& object, const std::string& className) {
+bool ClassRegistry::isInstanceOf(const tv::mi::Handle& object, std::string_view className) {
     const ClassRecord* record = classOf(object);
     return record != nullptr && record->isA(className);
 }
@@ -135,7 +135,9 @@ void ClassRegistry::publishAllClasses() {
 }
 
 void ClassRegistry::index(const ClassRecord& record) {
-    classesByName_[record.name()] = &record;
+    // The key views the name of the record it maps to, never that of one it replaced.
+    classesByName_.erase(record.name());
+    classesByName_.emplace(record.name(), &record);
     for (const std::type_index& type : record.nativeTypes()) classesByType_[type] = &record;
 }
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <typeindex>
 #include <unordered_map>
 #include <vector>
@@ -40,7 +41,7 @@ public:
 
     // The record of the published class `className` ("Package.ShortName", or the root's name),
     // publishing it (and its superclasses) on first use. Null when no registered package has it.
-    const ClassRecord* findClass(const std::string& className);
+    const ClassRecord* findClass(std::string_view className);
     // The same, but throws kobj::Error "kobj:unknownClass" instead of returning null.
     const ClassRecord& getClass(const std::string& className);
     // Whether the class is published now; publishes nothing.
@@ -54,7 +55,7 @@ public:
     // reports (getFullyQualifiedKobjTypeName), else null.
     const ClassRecord* classOf(const tv::mi::Handle& object);
     // Whether `object` belongs to `className` or to one of its subclasses.
-    bool isInstanceOf(const tv::mi::Handle& object, const std::string& className);
+    bool isInstanceOf(const tv::mi::Handle& object, std::string_view className);
 
 private:
     ClassRegistry();
@@ -68,7 +69,7 @@ private:
 
     ClassRecord root_;
     std::vector<std::unique_ptr<COSPackageInfo>> packages_;
-    std::unordered_map<std::string, const ClassRecord*> classesByName_;
+    std::unordered_map<std::string_view, const ClassRecord*> classesByName_;  // keys: the records' names
     std::unordered_map<std::type_index, const ClassRecord*> classesByType_;
     std::vector<const COSClassInfo*> publishing_;  // routines running now (a cycle guard)
 };

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
+#include "kobj/Conversions.hpp"
 #include "kobj/JsonEscaping.hpp"
 
 #ifdef __SSE2__
@@ -17,23 +19,38 @@ namespace {
 // What a property value may be, for messages.
 const char* const kValueKinds = " (a value is a text, true, false, an integer or a list of texts)";
 
+// Bytes of a string that is only checked: none are kept, but an escape or a byte from 0x80 on
+// (the only bytes that do not stand for themselves) makes the string not plain.
+struct SkippedBytes {
+    bool plain = true;
+
+    void clear() { plain = true; }
+    void append(const char*, std::size_t) {}
+    SkippedBytes& operator+=(char) {
+        plain = false;
+        return *this;
+    }
+};
+
 // Reads the encoding's JSON in one pass, with no tree and no recursion: the encoding nests no
 // deeper than a list of texts, and anything deeper is refused where it starts. It accepts exactly
 // the JSON texts that have the encoding's shape (RFC 8259; an optional UTF-8 byte order mark
 // first; anything after a NUL byte that follows the object ignored), and maps strings to bytes as
 // JsonEscaping.hpp says: raw UTF-8 and \u escapes alike must stay within U+0000..U+00FF. Member
 // names go through the same mapping, so a name outside Latin-1 is refused (no published
-// property has one). Given a ReadError, it fills it at the first fault; messages are built only
-// then, so the reading of good texts costs the same either way.
+// property has one). A scan checks the whole text and notes where each string lies, building no
+// string; the strings of a scanned text are decoded afterwards by the same reader. Given a
+// ReadError, it fills it at the first fault; messages are built only then, so the reading of good
+// texts costs the same either way.
 class EncodedObjectReader {
 public:
     EncodedObjectReader(const char* next, const char* end, ReadError* error)
         : begin_(next), next_(next), end_(end), error_(error) {}
 
     // A whole text: the object, then nothing but white space (or a NUL byte and anything).
-    bool read(EncodedObject& object) {
+    bool scan(ScannedObject& object) {
         skipByteOrderMark();
-        if (!readObject(object)) return false;
+        if (!scanObject(object)) return false;
         skipSpace();
         // A NUL byte after the object ends the text, as general JSON parsers read it.
         if (next_ == end_ || *next_ == '\0') return true;
@@ -41,13 +58,13 @@ public:
     }
 
     // White space, then one object; stops right after its closing brace.
-    bool readObject(EncodedObject& object) {
+    bool scanObject(ScannedObject& object) {
+        object.clear();
         if (!take('{')) return fail("expected an object ('{')");
-        object.properties.reserve(kUsualProperties);
         bool sawClass = false;
         if (!take('}')) {
             do {
-                if (!readMember(object, sawClass)) return false;
+                if (!scanMember(object, sawClass)) return false;
             } while (take(','));
             if (!take('}')) return fail("expected ',' or '}' after a member");
         }
@@ -60,43 +77,58 @@ public:
         return readString(bytes);
     }
 
+    // The texts of a scanned list, which starts here. A text without escapes is made in one go.
+    std::vector<std::string> readScannedTexts(std::size_t count) {
+        std::vector<std::string> texts;
+        texts.reserve(count);
+        take('[');
+        for (std::size_t i = 0; i < count; ++i) {
+            take('"');
+            const char* const plainEnd = skipPlainBytes(next_);
+            if (plainEnd != end_ && *plainEnd == '"') {
+                texts.emplace_back(next_, plainEnd);
+                next_ = plainEnd + 1;
+            } else {
+                readString(texts.emplace_back());
+            }
+            take(',');
+        }
+        return texts;
+    }
+
     const char* position() const { return next_; }
 
 private:
-    bool readMember(EncodedObject& object, bool& sawClass) {
-        std::string name;
-        if (!take('"')) return fail("expected a member name in quotes");
-        const char* const nameAt = next_ - 1;
-        if (!readString(name)) return false;
+    bool scanMember(ScannedObject& object, bool& sawClass) {
+        ScannedMember member{};
+        if (!scanQuotedString(member.name, "expected a member name in quotes")) return false;
+        const char* const nameAt = member.name.begin - 1;
         if (!take(':')) return fail("expected ':' after the member name");
-        if (name.size() == 5 && name == "class") return readClass(object, sawClass, nameAt);
-        const bool repeated = std::any_of(object.properties.begin(), object.properties.end(),
-                                          [&](const auto& property) { return property.first == name; });
-        if (repeated) return failIn(name, fail("given twice", nameAt));
-        return readValue(name, object.properties) || failIn(name, false);
+        if (isClass(member.name)) return scanClass(object, sawClass, nameAt);
+        const bool repeated = std::any_of(object.begin(), object.end(), [&](const ScannedMember& other) {
+            return sameText(other.name, member.name);
+        });
+        if (repeated) return failIn(member.name, fail("given twice", nameAt));
+        if (!scanValue(member.value)) return failIn(member.name, false);
+        object.add(member);
+        return true;
     }
 
-    bool readClass(EncodedObject& object, bool& sawClass, const char* nameAt) {
+    bool scanClass(ScannedObject& object, bool& sawClass, const char* nameAt) {
         if (sawClass) return fail("\"class\" is given twice", nameAt);
-        if (!take('"')) return fail("\"class\" must be a string");
-        if (!readString(object.className)) return false;
+        if (!scanQuotedString(object.className, "\"class\" must be a string")) return false;
         sawClass = true;
-        return !object.className.empty() || fail("\"class\" is empty");
+        return object.className.begin != object.className.end || fail("\"class\" is empty");
     }
 
-    // A property value (a string, true, false, an integer, or an array of strings), appended to
-    // `properties` under `name`, which it takes over on success.
-    bool readValue(std::string& name, std::vector<std::pair<std::string, qaArray>>& properties) {
+    // A property value: a string, true, false, an integer, or an array of strings.
+    bool scanValue(ScannedValue& value) {
         skipSpace();
         if (next_ == end_) return fail("the value is missing");
         switch (*next_) {
-            case '"': {
-                ++next_;
-                std::string bytes;
-                if (!readString(bytes)) return false;
-                properties.emplace_back(std::move(name), qaArray::fromText(std::move(bytes)));
-                return true;
-            }
+            case '"':
+                value.kind = ScannedValue::Kind::Text;
+                return scanQuotedString(value.text, "expected a string");
             case 't':
             case 'f': {
                 const char* const start = next_;
@@ -104,49 +136,40 @@ private:
                 if (!readWord(logical ? "true" : "false")) {
                     return failWith("not a value", kValueKinds, start);
                 }
-                properties.emplace_back(std::move(name), qaArray::fromLogical(logical));
+                value.kind = ScannedValue::Kind::Logical;
+                value.number = logical ? 1 : 0;
                 return true;
             }
-            case '[': {
-                ++next_;
-                qaArray cells;
-                if (!readCells(cells)) return false;
-                properties.emplace_back(std::move(name), std::move(cells));
-                return true;
-            }
+            case '[': return scanCells(value);
             case 'n': return failWith("null is not a value", kValueKinds);
             case '{': return failWith("an object is not a value", kValueKinds);
-            default: {
-                qaArray number;
-                if (!readInteger(number)) return false;
-                properties.emplace_back(std::move(name), std::move(number));
-                return true;
-            }
+            default: return scanInteger(value);
         }
     }
 
-    bool readCells(qaArray& value) {
-        std::vector<qaArray> cells;
-        cells.reserve(kUsualCells);
+    bool scanCells(ScannedValue& value) {
+        value.kind = ScannedValue::Kind::Texts;
+        value.text.begin = next_++;
+        value.number = 0;
         if (!take(']')) {
             do {
-                std::string bytes;
+                ScannedString cell{};
                 if (!take('"')) {
                     const bool nested = next_ != end_ && *next_ == '[';
                     return fail(nested ? "a list holds texts only, not lists" : "a list holds texts only");
                 }
-                if (!readString(bytes)) return false;
-                cells.push_back(qaArray::fromText(std::move(bytes)));
+                if (!scanString(cell)) return false;
+                ++value.number;
             } while (take(','));
             if (!take(']')) return fail("expected ',' or ']' in the list");
         }
-        value = qaArray::cellColumn(std::move(cells));
+        value.text.end = next_;
         return true;
     }
 
     // -?(0|[1-9][0-9]*): negative values as int32, the others as uint32. A fraction or an
     // exponent makes a JSON number that is no integer: refused, like values out of range.
-    bool readInteger(qaArray& value) {
+    bool scanInteger(ScannedValue& value) {
         const char* const start = next_;
         const bool negative = next_ != end_ && *next_ == '-';
         if (negative) ++next_;
@@ -164,16 +187,35 @@ private:
             if (magnitude > std::uint64_t(std::numeric_limits<std::int32_t>::max()) + 1) {
                 return fail(kOutOfRange, start);
             }
-            value = qaArray::fromInt32(static_cast<std::int32_t>(-static_cast<std::int64_t>(magnitude)));
+            value.kind = ScannedValue::Kind::Int32;
+            value.number = -static_cast<std::int64_t>(magnitude);
             return true;
         }
         if (magnitude > std::numeric_limits<std::uint32_t>::max()) return fail(kOutOfRange, start);
-        value = qaArray::fromUInt32(static_cast<std::uint32_t>(magnitude));
+        value.kind = ScannedValue::Kind::UInt32;
+        value.number = static_cast<std::int64_t>(magnitude);
+        return true;
+    }
+
+    // White space, then a string, checked and located; `missing` says what was expected.
+    bool scanQuotedString(ScannedString& scanned, const char* missing) {
+        if (!take('"')) return fail(missing);
+        return scanString(scanned);
+    }
+
+    // The rest of a string whose opening quote was taken, checked and located.
+    bool scanString(ScannedString& scanned) {
+        SkippedBytes bytes;
+        scanned.begin = next_;
+        if (!readString(bytes)) return false;
+        scanned.end = next_ - 1;
+        scanned.plain = bytes.plain;
         return true;
     }
 
     // The rest of a string whose opening quote was taken, as bytes.
-    bool readString(std::string& bytes) {
+    template <class Bytes>
+    bool readString(Bytes& bytes) {
         bytes.clear();
         while (next_ != end_) {
             const char* run = next_;
@@ -219,7 +261,8 @@ private:
         return from;
     }
 
-    bool readEscape(std::string& bytes) {
+    template <class Bytes>
+    bool readEscape(Bytes& bytes) {
         const char* const start = next_ - 1;
         if (next_ == end_) return fail("the string is not closed");
         switch (*next_++) {
@@ -261,8 +304,10 @@ private:
         return true;
     }
 
+    // One comparison for the usual next byte, which is no white space.
     void skipSpace() {
-        while (next_ != end_ && (*next_ == ' ' || *next_ == '\n' || *next_ == '\r' || *next_ == '\t')) {
+        while (next_ != end_ && static_cast<unsigned char>(*next_) <= ' ' &&
+               (*next_ == ' ' || *next_ == '\n' || *next_ == '\r' || *next_ == '\t')) {
             ++next_;
         }
     }
@@ -285,15 +330,27 @@ private:
     }
 
     // Puts the name of the property being read before the recorded message; returns `result`.
-    bool failIn(const std::string& name, bool result) {
+    bool failIn(const ScannedString& name, bool result) {
         if (error_ != nullptr) {
-            error_->message = "property " + json::quotedExcerpt(name) + ": " + error_->message;
+            error_->message = "property " + json::quotedExcerpt(decodedText(name)) + ": " + error_->message;
         }
         return result;
     }
 
     void skipByteOrderMark() {
         if (end_ - next_ >= 3 && std::string(next_, 3) == "\xef\xbb\xbf") next_ += 3;
+    }
+
+    static bool isClass(const ScannedString& name) {
+        return name.plain ? name.raw() == "class" : decodedText(name) == "class";
+    }
+
+    // Plain names are told apart by their length and first byte before their bytes are compared.
+    static bool sameText(const ScannedString& left, const ScannedString& right) {
+        if (!left.plain || !right.plain) return decodedText(left) == decodedText(right);
+        const std::size_t size = static_cast<std::size_t>(left.end - left.begin);
+        return size == static_cast<std::size_t>(right.end - right.begin) &&
+               (size == 0 || (*left.begin == *right.begin && std::memcmp(left.begin, right.begin, size) == 0));
     }
 
     static bool isDigit(char c) { return c >= '0' && c <= '9'; }
@@ -309,9 +366,6 @@ private:
     static constexpr const char* kBeyondLatin1 =
         "a character above U+00FF (texts are bytes: write them as \\u0000 to \\u00ff)";
     static constexpr std::uint64_t kTooLarge = std::uint64_t(1) << 40;
-    // Room reserved up front: the library's classes have up to 12 properties, lists a few names.
-    static constexpr std::size_t kUsualProperties = 12;
-    static constexpr std::size_t kUsualCells = 4;
 
     const char* const begin_;
     const char* next_;
@@ -319,33 +373,77 @@ private:
     ReadError* const error_;  // the caller's, or null when no error is wanted
 };
 
+qaArray valueOf(const ScannedValue& value) {
+    switch (value.kind) {
+        case ScannedValue::Kind::Text: return qaArray::fromText(decodedText(value.text));
+        case ScannedValue::Kind::Logical: return qaArray::fromLogical(value.number != 0);
+        case ScannedValue::Kind::Int32: return qaArray::fromInt32(static_cast<std::int32_t>(value.number));
+        case ScannedValue::Kind::UInt32: return qaArray::fromUInt32(static_cast<std::uint32_t>(value.number));
+        case ScannedValue::Kind::Texts: return textListValue(decodedTexts(value));
+    }
+    return qaArray();
+}
+
+// The scanned object's names and values, decoded.
+void decode(const ScannedObject& scanned, EncodedObject& object) {
+    object.className = decodedText(scanned.className);
+    object.properties.reserve(scanned.size());
+    for (const ScannedMember& member : scanned) {
+        object.properties.emplace_back(decodedText(member.name), valueOf(member.value));
+    }
+}
+
+bool readAt(const char*& next, const char* end, EncodedObject& object, ReadError* error) {
+    object = EncodedObject();
+    ScannedObject scanned;
+    EncodedObjectReader reader(next, end, error);
+    if (!reader.scanObject(scanned)) return false;
+    decode(scanned, object);
+    next = reader.position();
+    return true;
+}
+
+bool read(const std::string& text, EncodedObject& object, ReadError* error) {
+    object = EncodedObject();
+    ScannedObject scanned;
+    if (!EncodedObjectReader(text.data(), text.data() + text.size(), error).scan(scanned)) return false;
+    decode(scanned, object);
+    return true;
+}
+
 }  // namespace
 
+bool scanEncodedObject(const std::string& text, ScannedObject& object) {
+    return EncodedObjectReader(text.data(), text.data() + text.size(), nullptr).scan(object);
+}
+
+std::string decodedText(const ScannedString& scanned) {
+    if (scanned.plain) return std::string(scanned.raw());
+    std::string bytes;
+    EncodedObjectReader(scanned.begin - 1, scanned.end + 1, nullptr).readQuotedString(bytes);
+    return bytes;
+}
+
+std::vector<std::string> decodedTexts(const ScannedValue& list) {
+    return EncodedObjectReader(list.text.begin, list.text.end, nullptr)
+        .readScannedTexts(static_cast<std::size_t>(list.number));
+}
+
 bool readEncodedObject(const std::string& text, EncodedObject& object) {
-    object = EncodedObject();
-    return EncodedObjectReader(text.data(), text.data() + text.size(), nullptr).read(object);
+    return read(text, object, nullptr);
 }
 
 bool readEncodedObject(const std::string& text, EncodedObject& object, ReadError& error) {
-    object = EncodedObject();
-    return EncodedObjectReader(text.data(), text.data() + text.size(), &error).read(object);
+    return read(text, object, &error);
 }
 
 bool readEncodedObjectAt(const char*& next, const char* end, EncodedObject& object) {
-    object = EncodedObject();
-    EncodedObjectReader reader(next, end, nullptr);
-    if (!reader.readObject(object)) return false;
-    next = reader.position();
-    return true;
+    return readAt(next, end, object, nullptr);
 }
 
 bool readEncodedObjectAt(const char*& next, const char* end, EncodedObject& object,
                          ReadError& error) {
-    object = EncodedObject();
-    EncodedObjectReader reader(next, end, &error);
-    if (!reader.readObject(object)) return false;
-    next = reader.position();
-    return true;
+    return readAt(next, end, object, &error);
 }
 
 bool readEncodedString(const char*& next, const char* end, std::string& bytes, ReadError& error) {

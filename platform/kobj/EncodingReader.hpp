@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "kobj/ScannedObject.hpp"
 #include "kobj/qaArray.hpp"
 
 namespace kobj {
@@ -34,6 +35,15 @@ bool readEncodedObject(const std::string& text, EncodedObject& object);
 // The same, and on failure `error` says what is wrong and where; a value's error names its
 // property.
 bool readEncodedObject(const std::string& text, EncodedObject& object, ReadError& error);
+
+// Checks `text` whole as readEncodedObject does and notes where its class name and members lie,
+// decoding no string. Returns false, with `object` unspecified, for a text readEncodedObject
+// refuses. Allocates nothing for an object of up to 16 members.
+bool scanEncodedObject(const std::string& text, ScannedObject& object);
+
+// The bytes of a string, and the texts of a list, of a successful scan whose text still lives.
+std::string decodedText(const ScannedString& scanned);
+std::vector<std::string> decodedTexts(const ScannedValue& list);
 
 // Reads one encoding that starts at `next` (after optional white space) inside a longer text
 // ending at `end`, with the same rules but for the byte order mark and what follows the object,

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <memory>
 #include <string>
+#include <string_view>
 
 #include "kobj/EncodingReader.hpp"
+#include "kobj/Handle.hpp"
 #include "kobj/qaArray.hpp"
 
 // The whole-object encoding: how an identity or a data record is stored in the dictionary, as
@@ -47,6 +50,11 @@ qaArray decodeObject(const std::string& text, const std::string& requiredClass);
 // SharedCodeManager.GenericData has no property Colour."); on success `problem` is cleared.
 qaArray decodeObject(const std::string& text, const std::string& requiredClass,
                      std::string& problem);
+
+// The same, but the object is handed over bare (owned by the caller): null where the others give
+// [], and no script value is made. For readers that take the object out of its value at once.
+std::unique_ptr<tv::mi::Handle> decodeOwnedObject(const std::string& text, std::string_view requiredClass,
+                                                 std::string& problem);
 
 // The same for an encoding already read (see EncodingReader.hpp), whose property values the
 // object takes over: `encoded` is left with unspecified values.

@@ -10,6 +10,10 @@ class ClassSystemCodec : public ObjectCodec {
 public:
     std::string encode(const qaArray& value) const override { return kobj::encodeObject(value); }
     qaArray decode(const std::string& text) const override { return kobj::decodeObject(text); }
+    std::unique_ptr<tv::mi::Handle> decodeObject(const std::string& text, const char* className) const override {
+        std::string problem;
+        return kobj::decodeOwnedObject(text, className, problem);
+    }
 };
 
 }  // namespace

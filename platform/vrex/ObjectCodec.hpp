@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "kobj/Handle.hpp"
 #include "kobj/qaArray.hpp"
 
 namespace vrex {
@@ -20,6 +21,11 @@ public:
     // A 1 x 1 object value that owns a new object rebuilt from `text` (see qaArray::adopt), or []
     // (an empty value) when `text` is not a valid encoding of a known class.
     virtual qaArray decode(const std::string& text) const = 0;
+
+    // The object rebuilt from `text`, owned by the caller, when it is of the published class
+    // `className` or a subclass; null otherwise. This one takes the object decode() makes out of
+    // its value; a codec may make it without the value.
+    virtual std::unique_ptr<tv::mi::Handle> decodeObject(const std::string& text, const char* className) const;
 };
 
 // The codec that DataModelRepository::defaultOptions() installs: the class system's whole-object

@@ -162,4 +162,16 @@ TEST_F(KobjObjectEncodingTest, WritesEverySettablePropertyAndDecodesWhatCanBeReb
     EXPECT_EQ(kobj::getProperty(decoded, "Label").text(), "kept") << "dependent properties are set last";
 }
 
+// A text is checked whole before any object is made: a fault at its very end runs no setter.
+TEST_F(KobjObjectEncodingTest, AFaultAnywhereInTheTextRunsNoSetter) {
+    const std::string members = "{\"class\":\"kobjtest.Circle\",\"Name\":\"n\",\"Radius\":3";
+    const int before = kobjtest::Shape::nameWrites();
+    for (const std::string& bad : {members + ",}", members + "} x", members + ",\"Name\":\"m\"}", members}) {
+        EXPECT_TRUE(kobj::decodeObject(bad).isEmpty()) << bad;
+    }
+    EXPECT_EQ(kobjtest::Shape::nameWrites(), before);
+    EXPECT_EQ(kobj::decodeObject(members + "}").numel(), 1u);
+    EXPECT_GT(kobjtest::Shape::nameWrites(), before) << "the count sees a decoding";
+}
+
 }  // namespace

@@ -10,6 +10,7 @@
 #include "SCMModuleEntry.hpp"
 #include "kobj/ClassRegistry.hpp"
 #include "kobj/Conversions.hpp"
+#include "kobj/EncodingReader.hpp"
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectEncoding.hpp"
 
@@ -190,6 +191,49 @@ TEST_F(ObjectDecodingTest, AFailedDecodingSaysWhy) {
         const bool decoded = kobj::decodeObject(text, "SharedCodeManager.Identity", problem).numel() == 1;
         EXPECT_EQ((decoded ? "decoded" : problem).substr(0, reason.size()), reason) << text;
         EXPECT_EQ(decoded, reason == "decoded") << text;
+    }
+}
+
+// Decoding a text writes each value through its setter as it reads it; decoding what the reader
+// made of the text goes through script values. Both must give the same object or the same
+// problem, whatever the order, spelling or types of the members. "Checksum" comes first in
+// some texts, yet its stored value must win over the one the key fields give.
+TEST_F(ObjectDecodingTest, DecodingATextAgreesWithDecodingWhatWasRead) {
+    const std::string data = "{\"class\":\"SharedCodeManager.BasicUtilityData\",";
+    const std::string utility = "{\"class\":\"SharedCodeManager.BasicUtilityIdentity\",";
+    std::string crowded = data + "\"Name\":\"n\"";
+    for (int i = 0; i < 20; ++i) crowded += ",\"X" + std::to_string(i) + "\":" + std::to_string(i);
+    const std::pair<std::string, std::string> rows[] = {
+        {data + "\"Traceability\":[\"t\",\"\\u00e9\"],\"Complex\":true,\"Name\":\"a\\\"b\","
+                "\"Children\":[],\"ModelNames\":[\"m\"],\"Identifier\":\"\xc3\xa9\"}", "decoded"},
+        {data + "\"N\\u0061me\":\"escaped name\",\"Multiword\":false}", "decoded"},
+        {utility + "\"Checksum\":\"stored\",\"UtilityIdentifier\":\"u\",\"Type\":\"SCM_UTILITIES\","
+                   "\"MaximumIdentifierLength\":7,\"IncludeMaxIdLength\":false}", "decoded"},
+        {data + "\"Name\":[\"n\"]}", "Property Name of SharedCodeManager.BasicUtilityData: "},
+        {data + "\"Children\":\"c\"}", "Property Children of SharedCodeManager.BasicUtilityData: "},
+        {data + "\"Multiword\":\"yes\"}", "Property Multiword of"},
+        {utility + "\"MaximumIdentifierLength\":4294967295}", "Property MaximumIdentifierLength of"},
+        {utility + "\"Type\":true}", "Property Type of"},
+        {utility + "\"Type\":true,\"UtilityIdentifier\":[]}", "Property UtilityIdentifier of"},
+        {utility + "\"Type\":7,\"Col\\u006fur\":1}", "Class SharedCodeManager.BasicUtilityIdentity has no property Colour."},
+        {crowded + "}", "Class SharedCodeManager.BasicUtilityData has no property X0."},
+        {crowded + ",\"X1\\u0039\":0}", "The text is not an object encoding"},
+        {data + "\"Name\":\"a\",\"N\\u0061me\":\"b\"}", "The text is not an object encoding"},
+    };
+    for (const auto& [text, expected] : rows) {
+        std::string problem;
+        const qaArray decoded = kobj::decodeObject(text, kobj::kHeterogeneousRootName, problem);
+        EXPECT_EQ(decoded.isEmpty() ? problem.substr(0, expected.size()) : "decoded", expected) << text;
+        kobj::EncodedObject read;
+        if (!kobj::readEncodedObject(text, read)) continue;
+        std::string readProblem;
+        const qaArray fromRead = kobj::decodeObject(std::move(read), kobj::kHeterogeneousRootName, readProblem);
+        EXPECT_EQ(readProblem, problem) << text;
+        if (decoded.isEmpty() || fromRead.isEmpty()) continue;
+        EXPECT_EQ(kobj::encodeObject(decoded), kobj::encodeObject(fromRead)) << text;
+        if (text.find("\"stored\"") != std::string::npos) {
+            EXPECT_EQ(dynamic_cast<SCM::SCMIdentity&>(*decoded.object(0)).getChecksum(), "stored");
+        }
     }
 }
 

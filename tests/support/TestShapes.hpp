@@ -40,12 +40,18 @@ public:
     const std::string& getName() const { return name_; }
     // Also derives the label from the name, as a checksum follows from key fields.
     void setName(const std::string& name) {
+        ++nameWrites();
         name_ = name;
         label_ = "derived:" + name;
     }
     const std::string& getLabel() const { return label_; }
     void setLabel(const std::string& label) { label_ = label; }
     std::string describe(const std::string& prefix) const { return prefix + name_; }
+    // How often the name of any shape was written, constructors included.
+    static int& nameWrites() {
+        static int count = 0;
+        return count;
+    }
 
 private:
     std::string name_, label_;

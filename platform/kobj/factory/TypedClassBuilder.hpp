@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -128,7 +129,8 @@ public:
             std::invoke(setter, self(object),
                         Converter<Value>::fromScript(std::move(value), typeText));
         };
-        bindProperty(std::move(name), std::move(typeText), attributes, getter, std::move(set));
+        bindProperty(std::move(name), std::move(typeText), attributes, getter, std::move(set),
+                     directSetters<Value>(setter));
     }
 
     // A property without a setter.
@@ -181,9 +183,38 @@ private:
                         });
     }
 
+    // The setter bound for decoded texts or lists of texts when it takes them as they are.
+    template <class Value, class Setter>
+    static impl::PropertyImpl::DirectSetters directSetters(Setter setter) {
+        impl::PropertyImpl::DirectSetters direct;
+        if constexpr (std::is_same_v<Value, std::string>) {
+            direct.text = [setter](tv::mi::Handle& object, std::string&& text) {
+                std::invoke(setter, self(object), std::move(text));
+            };
+        } else if constexpr (std::is_same_v<Value, std::vector<std::string>>) {
+            direct.texts = [setter](tv::mi::Handle& object, std::vector<std::string>&& texts) {
+                std::invoke(setter, self(object), std::move(texts));
+            };
+        } else if constexpr (std::is_same_v<Value, bool>) {
+            direct.logical = [setter](tv::mi::Handle& object, bool value) {
+                std::invoke(setter, self(object), value);
+            };
+        } else if constexpr (std::is_same_v<Value, std::int32_t> || std::is_same_v<Value, std::uint32_t>) {
+            direct.integer = [setter](tv::mi::Handle& object, std::int64_t value) {
+                if (value < std::numeric_limits<Value>::min() || value > std::numeric_limits<Value>::max()) {
+                    return false;
+                }
+                std::invoke(setter, self(object), static_cast<Value>(value));
+                return true;
+            };
+        }
+        return direct;
+    }
+
     template <class Getter>
     void bindProperty(std::string name, std::string typeText, std::uint32_t attributes,
-                      Getter getter, impl::PropertyImpl::Setter set) {
+                      Getter getter, impl::PropertyImpl::Setter set,
+                      impl::PropertyImpl::DirectSetters direct = {}) {
         using Value = std::decay_t<std::invoke_result_t<Getter, T&>>;
         impl::PropertyImpl::Getter get = [getter](tv::mi::Handle& object) {
             return Converter<Value>::toScript(std::invoke(getter, self(object)));
@@ -196,7 +227,7 @@ private:
         }
         builder_.addProperty(std::make_unique<impl::PropertyImpl>(
             std::move(name), std::move(typeText), attributes, std::move(get), std::move(set),
-            std::move(encode)));
+            std::move(encode), std::move(direct)));
     }
 
     ClassBuilder& builder_;
