@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -93,7 +94,9 @@ private:
     vrex::ObjectRef findFirstNamed(SCMTypes type, const std::string& name,
                                    tvdiag::util::diagnostics& diagnostics);
     qaArray readFirstNamed(SCMTypes type, const std::string& name, const vrex::PropertyRef& property,
-                           const vrex::PropertyRef* second = nullptr, qaArray* secondValue = nullptr);
+                           const vrex::PropertyRef* second, qaArray* secondValue);
+    std::optional<std::string> readFirstText(const vrex::ClassRef& entryClass, const vrex::PropertyRef& key,
+                                             const std::string& value, const vrex::PropertyRef& property);
     SCMRegistry mergeInto(const vrex::ObjectRef& entry, const vrex::PropertyRef& dataProperty,
                           SCMData* data, tvdiag::util::diagnostics& diagnostics);
 

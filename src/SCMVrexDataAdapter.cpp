@@ -106,6 +106,21 @@ qaArray SCMVrexDataAdapter::readFirstNamed(SCMTypes type, const std::string& nam
     return qaArray();
 }
 
+// In one read transaction: the stored text of `property` of the first object of `entryClass`
+// whose `key` is `value`; nullopt when there is none or on error.
+std::optional<std::string> SCMVrexDataAdapter::readFirstText(const vrex::ClassRef& entryClass,
+                                                             const vrex::PropertyRef& key, const std::string& value,
+                                                             const vrex::PropertyRef& property) {
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
+    std::optional<std::string> text;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            repository_.readFirstMatch(entryClass, key, value, property, text, reading);
+        },
+        diagnostics);
+    return diagnostics.empty() ? std::move(text) : std::nullopt;
+}
+
 bool SCMVrexDataAdapter::isValuePresent(SCMIdentity* identity) {
     if (!doesExist() || identity == nullptr) return false;
     auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
@@ -115,16 +130,11 @@ bool SCMVrexDataAdapter::isValuePresent(SCMIdentity* identity) {
 // Consults the dictionary only, never the write cache.
 SCMData* SCMVrexDataAdapter::getValue(SCMIdentity* identity) {
     if (!doesExist() || identity == nullptr) return nullptr;
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    const vrex::PropertyRef& data = categories_->of(identity->getTypeString()).data;
-    qaArray value;
-    repository_.performDictionaryRead(
-        [&](tvdiag::util::diagnostics& reading) {
-            const vrex::ObjectRef entry = findEntry(identity, reading);
-            if (!entry.isNull()) value = repository_.getPropertyValue(entry, data, reading);
-        },
-        diagnostics);
-    return diagnostics.empty() ? takeStoredData(value).release() : nullptr;
+    const SCMCategoryClasses::Category& category = categories_->of(identity->getTypeString());
+    return decodeStoredText<SCMData>(
+               readFirstText(category.entryClass, category.checksum, identity->getChecksum(), category.data),
+               "SharedCodeManager.Data")
+        .release();
 }
 
 // Creates the entry's object, or merges into the one that exists. A failure after the object was
@@ -274,16 +284,20 @@ SCMRegistry SCMVrexDataAdapter::insertValueInTransaction(SCMIdentity* identity, 
 
 SCMIdentity* SCMVrexDataAdapter::getIdentityFromName(SCMTypes type, const std::string& name) {
     if (!doesExist()) return nullptr;
-    const qaArray value = readFirstNamed(type, name, categories_->of(type).identity);
-    return takeStoredIdentity(value).release();
+    const SCMCategoryClasses::Category& category = categories_->of(type);
+    return decodeStoredText<SCMIdentity>(readFirstText(category.entryClass, category.name, name, category.identity),
+                                         "SharedCodeManager.Identity")
+        .release();
 }
 
 // The write cache first (its own copy is returned), then the dictionary.
 SCMData* SCMVrexDataAdapter::getDataFromName(SCMTypes type, const std::string& name) {
     if (!doesExist()) return nullptr;
     if (SCMData* cached = getCacheManager()->findByName(type, name).second) return cached;
-    const qaArray value = readFirstNamed(type, name, categories_->of(type).data);
-    return takeStoredData(value).release();
+    const SCMCategoryClasses::Category& category = categories_->of(type);
+    return decodeStoredText<SCMData>(readFirstText(category.entryClass, category.name, name, category.data),
+                                     "SharedCodeManager.Data")
+        .release();
 }
 
 SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type,

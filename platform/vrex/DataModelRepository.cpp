@@ -201,6 +201,17 @@ void DataModelRepository::findObjects(const ClassRef& cls, const MatchConstraint
     session_->objects().findObjects(cls, constraints, result, diagnostics);
 }
 
+bool DataModelRepository::readFirstMatch(const ClassRef& cls, const PropertyRef& key, const std::string& value,
+                                         const PropertyRef& property, std::optional<std::string>& text,
+                                         tvdiag::util::diagnostics& diagnostics) {
+    text.reset();
+    if (!session_) {
+        reportClosed(diagnostics, "find objects");
+        return false;
+    }
+    return session_->objects().readFirstMatch(cls, key, value, property, text, diagnostics);
+}
+
 void DataModelRepository::setPropertyValue(const ObjectRef& object, const PropertyRef& property,
                                            const qaArray& value, tvdiag::util::diagnostics& diagnostics) {
     if (!session_) return reportClosed(diagnostics, "write a property");

@@ -155,6 +155,14 @@ public:
     qaArray getPropertyValue(const ObjectRef& object, const PropertyRef& property,
                              tvdiag::util::diagnostics& diagnostics);
 
+    // The stored text of the text or object property `property` (nullopt: unset) of the first
+    // object of `cls` (lowest id) whose text property `key` is `value`: a search and a read in
+    // one statement where the engine allows. False, with `text` unset, when no object has the
+    // value; false with a diagnostic on error (the same ones as findObjects).
+    bool readFirstMatch(const ClassRef& cls, const PropertyRef& key, const std::string& value,
+                        const PropertyRef& property, std::optional<std::string>& text,
+                        tvdiag::util::diagnostics& diagnostics);
+
     // Replaces `result` with the objects of `cls` whose id is above `afterId` (0: from the
     // first), at most `limit` of them, ascending by id, each with the stored texts of
     // `properties` (properties of `cls`): a page of a walk over a class, read in one round trip.

@@ -81,6 +81,15 @@ public:
                                 const std::vector<std::string>& /*values*/) {
         return true;
     }
+    // The stored text of `property` (nullopt: unset) of the object of lowest id whose text
+    // property `key` (of the same class) holds `value`, in one statement: Done, or NoSuchObject
+    // when none does. nullopt when the driver has no such statement (its searches do more than
+    // read, such as locking the value): the caller then searches, then reads.
+    virtual std::optional<RowResult> readFirstMatch(const PropertyInfo& /*key*/, const std::string& /*value*/,
+                                                    const PropertyInfo& /*property*/,
+                                                    std::optional<std::string>& /*text*/) {
+        return std::nullopt;
+    }
     // The stored text of one property (nullopt: unset).
     virtual RowResult readProperty(const PropertyInfo& property, std::int64_t id,
                                    std::optional<std::string>& text) = 0;

@@ -137,6 +137,30 @@ void RepositoryObjects::findObjects(const ClassRef& cls, const MatchConstraints&
     for (std::int64_t id : ids) result.push_back(RefAccess::object(cls, id));
 }
 
+// One statement where the driver has it; else the search, then the read of what it found.
+bool RepositoryObjects::readFirstMatch(const ClassRef& cls, const PropertyRef& key, const std::string& value,
+                                       const PropertyRef& property, std::optional<std::string>& text,
+                                       tvdiag::util::diagnostics& diagnostics) {
+    text.reset();
+    MatchConstraints constraints;
+    constraints.add(key, PropertyValueMatchRelation::Equals, value);
+    const ClassInfo* info = classOf(cls, "find objects", diagnostics);
+    if (info == nullptr || !checkConstraints(*info, constraints, diagnostics)) return false;
+    const PropertyInfo* column = propertyOf(RefAccess::object(cls, 0), property, "read", diagnostics);
+    if (column == nullptr || !writePendingObject(diagnostics)) return false;
+    const std::optional<Driver::RowResult> read = driver_.readFirstMatch(*RefAccess::info(key), value, *column, text);
+    if (!read) {
+        std::vector<ObjectRef> found;
+        findObjects(cls, constraints, found, diagnostics);
+        return !found.empty() && readStoredText(found.front(), *column, text, diagnostics);
+    }
+    if (*read == Driver::RowResult::Failed) {
+        driver_.report(diagnostics, "vrex:find:failed", "cannot search the objects of " + info->name);
+        return false;
+    }
+    return *read == Driver::RowResult::Done;
+}
+
 // A pending object counts: it is written first.
 std::int64_t RepositoryObjects::largestObjectId(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics) {
     const ClassInfo* info = classOf(cls, "read the objects", diagnostics);

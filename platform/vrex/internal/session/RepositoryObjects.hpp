@@ -43,6 +43,9 @@ public:
                           tvdiag::util::diagnostics& diagnostics);
     qaArray getPropertyValue(const ObjectRef& object, const PropertyRef& property,
                              tvdiag::util::diagnostics& diagnostics);
+    bool readFirstMatch(const ClassRef& cls, const PropertyRef& key, const std::string& value,
+                        const PropertyRef& property, std::optional<std::string>& text,
+                        tvdiag::util::diagnostics& diagnostics);
     std::int64_t largestObjectId(const ClassRef& cls, tvdiag::util::diagnostics& diagnostics);
     void findRepeatedValues(const ClassRef& cls, const PropertyRef& property, std::vector<std::string>& values,
                             tvdiag::util::diagnostics& diagnostics);

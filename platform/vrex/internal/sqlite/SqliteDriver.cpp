@@ -217,6 +217,20 @@ Statement* SqliteDriver::findStatement(const ClassInfo& cls, const MatchConstrai
     return query;
 }
 
+std::optional<Driver::RowResult> SqliteDriver::readFirstMatch(const PropertyInfo& key, const std::string& value,
+                                                              const PropertyInfo& property,
+                                                              std::optional<std::string>& text) {
+    Statement* read = statements_->readFirstMatch(key, property);
+    if (read == nullptr) return RowResult::Failed;
+    Statement::Use use(*read);
+    read->bindBorrowedText(1, value);
+    const int rc = read->step();
+    if (rc == SQLITE_DONE) return RowResult::NoSuchObject;
+    if (rc != SQLITE_ROW) return RowResult::Failed;
+    if (!read->columnIsNull(0)) text = read->columnText(0);
+    return RowResult::Done;
+}
+
 Driver::RowResult SqliteDriver::readProperty(const PropertyInfo& property, std::int64_t id,
                                              std::optional<std::string>& text) {
     Statement* read = statements_->readProperty(property);

@@ -41,6 +41,8 @@ public:
                            const std::vector<std::optional<std::string>>& texts) override;
     bool findObjects(const ClassInfo& cls, const MatchConstraints& constraints,
                      std::vector<std::int64_t>& ids) override;
+    std::optional<RowResult> readFirstMatch(const PropertyInfo& key, const std::string& value,
+                                            const PropertyInfo& property, std::optional<std::string>& text) override;
     RowResult readProperty(const PropertyInfo& property, std::int64_t id,
                            std::optional<std::string>& text) override;
     RowResult writeProperty(const PropertyInfo& property, std::int64_t id,

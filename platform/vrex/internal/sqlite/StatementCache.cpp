@@ -67,6 +67,15 @@ Statement* StatementCache::findEqual(const PropertyInfo& property) {
                      columnName(property) + " = ?1 ORDER BY \"_id\"");
 }
 
+Statement* StatementCache::readFirstMatch(const PropertyInfo& key, const PropertyInfo& property) {
+    std::vector<Statement>& slots = statementsOf(key).readFirstMatch;
+    if (slots.size() <= property.position) slots.resize(property.owner->properties.size());
+    Statement& slot = slots[property.position];
+    if (slot.isPrepared()) return &slot;
+    return ready(slot, "SELECT " + columnName(property) + " FROM " + tableName(*key.owner) + " WHERE " +
+                           columnName(key) + " = ?1 ORDER BY \"_id\" LIMIT 1");
+}
+
 Statement* StatementCache::bySql(const std::string& sql) {
     Statement& slot = bySql_[sql];
     if (slot.isPrepared()) return &slot;

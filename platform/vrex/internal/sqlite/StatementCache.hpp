@@ -34,6 +34,8 @@ public:
     Statement* writeProperty(const PropertyInfo& property);
     // SELECT _id FROM class WHERE property = ?1 ORDER BY _id
     Statement* findEqual(const PropertyInfo& property);
+    // SELECT property FROM class WHERE key = ?1 ORDER BY _id LIMIT 1 (both of one class)
+    Statement* readFirstMatch(const PropertyInfo& key, const PropertyInfo& property);
     // Any other statement, cached by its text.
     Statement* bySql(const std::string& sql);
 
@@ -42,6 +44,7 @@ private:
         Statement read;
         Statement write;
         Statement findEqual;
+        std::vector<Statement> readFirstMatch;  // by the read property's position
     };
     struct ClassStatements {
         Statement insert;
