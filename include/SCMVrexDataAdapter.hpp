@@ -93,8 +93,6 @@ private:
                                    tvdiag::util::diagnostics& diagnostics);
     vrex::ObjectRef findFirstNamed(SCMTypes type, const std::string& name,
                                    tvdiag::util::diagnostics& diagnostics);
-    qaArray readFirstNamed(SCMTypes type, const std::string& name, const vrex::PropertyRef& property,
-                           const vrex::PropertyRef* second, qaArray* secondValue);
     std::optional<std::string> readFirstText(const vrex::ClassRef& entryClass, const vrex::PropertyRef& key,
                                              const std::string& value, const vrex::PropertyRef& property);
     SCMRegistry mergeInto(const vrex::ObjectRef& entry, const vrex::PropertyRef& dataProperty,

@@ -1,6 +1,5 @@
 #include "SCMModelRetirement.hpp"
 
-#include <functional>
 #include <map>
 #include <set>
 #include <utility>
@@ -111,31 +110,31 @@ void SCMModelRetirement::findUnneeded(const std::string& model, Found& found,
     for (const auto& [checksum, emptied] : found.emptyUtilities) offered[{kUtilities, checksum}];
     if (provenance_->areStored(repository_, diagnostics)) {
         std::set<std::string> modelRuns;
-        walkStoredTexts(repository_, provenance_->runClass(), provenance_->runProperties(),
-                                   [&](const vrex::StoredObject& stored) {
-                                       const SCMRun run = SCMProvenanceClasses::runOf(stored.texts);
-                                       if (run.models == std::vector<std::string>{model}) modelRuns.insert(run.id);
-                                   },
-                                   diagnostics);
-        const auto forEachRunEntry = [&](const std::function<void(const SCMRunEntry&)>& visit) {
-            walkStoredTexts(
-                repository_, provenance_->entryClass(), provenance_->entryProperties(),
-                [&](const vrex::StoredObject& stored) { SCMProvenanceClasses::forEachEntryOf(stored.texts, visit); },
-                diagnostics);
-        };
+        provenance_->walkRuns(
+            repository_,
+            [&](const SCMRun& run) {
+                if (run.models == std::vector<std::string>{model}) modelRuns.insert(run.id);
+            },
+            diagnostics);
         if (!modelRuns.empty()) {
-            forEachRunEntry([&](const SCMRunEntry& entry) {
-                if (modelRuns.count(entry.run) > 0) offered[{entry.category, entry.checksum}];
-            });
+            provenance_->walkRunEntries(
+                repository_,
+                [&](const SCMRunEntry& entry) {
+                    if (modelRuns.count(entry.run) > 0) offered[{entry.category, entry.checksum}];
+                },
+                diagnostics);
         }
         if (!offered.empty() && diagnostics.empty()) {
-            forEachRunEntry([&](const SCMRunEntry& entry) {
-                const auto evidence = offered.find({entry.category, entry.checksum});
-                if (evidence == offered.end()) return;
-                evidence->second.recorded = true;
-                evidence->second.onlyByModel = evidence->second.onlyByModel && modelRuns.count(entry.run) > 0;
-                evidence->second.created = evidence->second.created || entry.outcome == SCMRunOutcome::Created;
-            });
+            provenance_->walkRunEntries(
+                repository_,
+                [&](const SCMRunEntry& entry) {
+                    const auto evidence = offered.find({entry.category, entry.checksum});
+                    if (evidence == offered.end()) return;
+                    evidence->second.recorded = true;
+                    evidence->second.onlyByModel = evidence->second.onlyByModel && modelRuns.count(entry.run) > 0;
+                    evidence->second.created = evidence->second.created || entry.outcome == SCMRunOutcome::Created;
+                },
+                diagnostics);
         }
     }
     if (!diagnostics.empty()) return;

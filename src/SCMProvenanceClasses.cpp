@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "SCMRunEntryBlock.hpp"
+#include "StoredObjects.hpp"
 
 namespace SCM {
 
@@ -117,6 +118,22 @@ bool SCMProvenanceClasses::forEachEntryOf(const Texts& texts,
     if (!runOutcomeFromName(textOf(texts[3]), entry.outcome)) return false;
     visit(entry);
     return true;
+}
+
+void SCMProvenanceClasses::walkRuns(vrex::DataModelRepository& repository,
+                                    const std::function<void(const SCMRun&)>& visit,
+                                    tvdiag::util::diagnostics& diagnostics) const {
+    walkStoredTexts(
+        repository, runClass_, runProperties_,
+        [&](const vrex::StoredObject& stored) { visit(runOf(stored.texts)); }, diagnostics);
+}
+
+void SCMProvenanceClasses::walkRunEntries(vrex::DataModelRepository& repository,
+                                          const std::function<void(const SCMRunEntry&)>& visit,
+                                          tvdiag::util::diagnostics& diagnostics) const {
+    walkStoredTexts(
+        repository, entryClass_, entryProperties_,
+        [&](const vrex::StoredObject& stored) { forEachEntryOf(stored.texts, visit); }, diagnostics);
 }
 
 void SCMProvenanceClasses::create(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,

@@ -50,6 +50,15 @@ public:
     // what comes before, at an entry that cannot be read (an unknown outcome).
     static bool forEachEntryOf(const Texts& texts, const std::function<void(const SCMRunEntry&)>& visit);
 
+    // Call `visit` with every run, or with what every run did with every entry (forEachEntryOf),
+    // reading a page of rows at a time. Call them inside a read transaction or a dictionary
+    // function; they stop at an error, which stays in `diagnostics`.
+    void walkRuns(vrex::DataModelRepository& repository, const std::function<void(const SCMRun&)>& visit,
+                  tvdiag::util::diagnostics& diagnostics) const;
+    void walkRunEntries(vrex::DataModelRepository& repository,
+                        const std::function<void(const SCMRunEntry&)>& visit,
+                        tvdiag::util::diagnostics& diagnostics) const;
+
     // Creates an object of `cls` with `texts` for `properties` (unset for nullopt). Call it
     // inside a write transaction; errors stay in `diagnostics`.
     static void create(vrex::DataModelRepository& repository, const vrex::ClassRef& cls,

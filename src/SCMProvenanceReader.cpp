@@ -3,7 +3,6 @@
 #include "RegistryDictionary.hpp"
 #include "SCMProvenanceClasses.hpp"
 #include "SCMRunEntryBlock.hpp"
-#include "StoredObjects.hpp"
 #include "SCMVrexDataAdapter.hpp"
 
 namespace SCM {
@@ -34,13 +33,7 @@ void SCMProvenanceReader::visitRuns(const std::function<void(const SCMRun&)>& vi
                                     tvdiag::util::diagnostics& diagnostics) {
     if (!hasRuns(diagnostics)) return;
     repository_.performDictionaryRead(
-        [&](tvdiag::util::diagnostics& reading) {
-            walkStoredTexts(
-                repository_, classes_->runClass(), classes_->runProperties(),
-                [&](const vrex::StoredObject& stored) { visit(SCMProvenanceClasses::runOf(stored.texts)); },
-                reading);
-        },
-        diagnostics);
+        [&](tvdiag::util::diagnostics& reading) { classes_->walkRuns(repository_, visit, reading); }, diagnostics);
 }
 
 bool SCMProvenanceReader::findRun(const std::string& id, SCMRun& run,
@@ -83,12 +76,7 @@ void SCMProvenanceReader::visitRunEntries(const std::function<void(const SCMRunE
                                           tvdiag::util::diagnostics& diagnostics) {
     if (!hasRuns(diagnostics)) return;
     repository_.performDictionaryRead(
-        [&](tvdiag::util::diagnostics& reading) {
-            walkStoredTexts(
-                repository_, classes_->entryClass(), classes_->entryProperties(),
-                [&](const vrex::StoredObject& stored) { SCMProvenanceClasses::forEachEntryOf(stored.texts, visit); },
-                reading);
-        },
+        [&](tvdiag::util::diagnostics& reading) { classes_->walkRunEntries(repository_, visit, reading); },
         diagnostics);
 }
 

@@ -86,26 +86,6 @@ vrex::ObjectRef SCMVrexDataAdapter::findFirstNamed(SCMTypes type, const std::str
     return found.front();
 }
 
-// In one read transaction: the value of `property` (and of `second`, into `secondValue`) of the
-// first object of the category named `name`. [] for every value when there is none or on error.
-qaArray SCMVrexDataAdapter::readFirstNamed(SCMTypes type, const std::string& name,
-                                           const vrex::PropertyRef& property,
-                                           const vrex::PropertyRef* second, qaArray* secondValue) {
-    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
-    qaArray value;
-    repository_.performDictionaryRead(
-        [&](tvdiag::util::diagnostics& reading) {
-            const vrex::ObjectRef entry = findFirstNamed(type, name, reading);
-            if (entry.isNull()) return;
-            if (second != nullptr) *secondValue = repository_.getPropertyValue(entry, *second, reading);
-            value = repository_.getPropertyValue(entry, property, reading);
-        },
-        diagnostics);
-    if (diagnostics.empty()) return value;
-    if (secondValue != nullptr) *secondValue = qaArray();
-    return qaArray();
-}
-
 // In one read transaction: the stored text of `property` of the first object of `entryClass`
 // whose `key` is `value`; nullopt when there is none or on error.
 std::optional<std::string> SCMVrexDataAdapter::readFirstText(const vrex::ClassRef& entryClass,
@@ -306,8 +286,19 @@ SCMIdentityDataPair SCMVrexDataAdapter::getIdentityAndDataFromName(SCMTypes type
     const SCMIdentityDataPair cached = getCacheManager()->findByName(type, name);
     if (cached.second != nullptr) return cached;
     const SCMCategoryClasses::Category& category = categories_->of(type);
+    // Both in one read transaction; neither on error.
+    auto diagnostics = tvdiag::util::diagnostics::getEmptyInstance();
     qaArray identityValue;
-    const qaArray dataValue = readFirstNamed(type, name, category.data, &category.identity, &identityValue);
+    qaArray dataValue;
+    repository_.performDictionaryRead(
+        [&](tvdiag::util::diagnostics& reading) {
+            const vrex::ObjectRef entry = findFirstNamed(type, name, reading);
+            if (entry.isNull()) return;
+            identityValue = repository_.getPropertyValue(entry, category.identity, reading);
+            dataValue = repository_.getPropertyValue(entry, category.data, reading);
+        },
+        diagnostics);
+    if (!diagnostics.empty()) return {nullptr, nullptr};
     std::unique_ptr<SCMIdentity> identity = takeStoredIdentity(identityValue);
     std::unique_ptr<SCMData> data = takeStoredData(dataValue);
     if (data == nullptr && identity == nullptr) return {nullptr, nullptr};
