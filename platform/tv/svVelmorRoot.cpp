@@ -19,17 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The directory of the loaded library that holds this function.
-fs::path libraryDirectory() {
-    Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&svVelmorRoot), &info) == 0 || info.dli_fname == nullptr) {
-        return fs::path();
-    }
-    std::error_code error;
-    fs::path library = fs::absolute(info.dli_fname, error);
-    return error ? fs::path() : library.parent_path();
-}
-
 bool holdsMetamodel(const fs::path& root) {
     std::error_code error;
     return fs::is_regular_file(root / "toolbox" / "qvd" / "qvd" / "shared_metamodel.xml", error);
@@ -43,12 +32,20 @@ std::string withoutTrailingSeparator(const fs::path& path) {
 
 }  // namespace
 
+std::string svPlatformLibraryDirectory() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&svVelmorRoot), &info) == 0 || info.dli_fname == nullptr) return "";
+    std::error_code error;
+    fs::path library = fs::absolute(info.dli_fname, error);
+    return error ? "" : library.parent_path().string();
+}
+
 const char* svVelmorRootVariable() { return "SCM_VELMOR_ROOT"; }
 
 std::string svVelmorRoot() {
     const char* overridden = std::getenv(svVelmorRootVariable());
     if (overridden != nullptr && *overridden != '\0') return overridden;
-    fs::path directory = libraryDirectory();
+    fs::path directory = svPlatformLibraryDirectory();
     fs::path installed = directory / SCM_INSTALLED_ROOT_FROM_LIBDIR;
     fs::path built = directory / SCM_BUILD_ROOT_FROM_LIBDIR;
     if (!holdsMetamodel(installed) && holdsMetamodel(built)) return withoutTrailingSeparator(built);

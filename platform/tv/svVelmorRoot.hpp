@@ -13,3 +13,7 @@ std::string svVelmorRoot();
 
 // The name of the environment variable that overrides svVelmorRoot(): "SCM_VELMOR_ROOT".
 const char* svVelmorRootVariable();
+
+// The directory of the platform library loaded in this process ("" when it cannot be told): where
+// the platform's own optional libraries are found.
+std::string svPlatformLibraryDirectory();

@@ -5,8 +5,7 @@
 
 #include "vrex/Utf16.hpp"
 #include "vrex/internal/metamodel/MetamodelReader.hpp"
-#include "vrex/internal/postgres/PostgresDriver.hpp"
-#include "vrex/internal/postgres/PostgresUri.hpp"
+#include "vrex/internal/postgres/PostgresSupport.hpp"
 #include "vrex/internal/session/RefAccess.hpp"
 #include "vrex/internal/session/RepositorySession.hpp"
 #include "vrex/internal/sqlite/RegistryFileProbe.hpp"
@@ -58,14 +57,25 @@ std::string displayName(const std::string& location) {
     return DataModelRepository::printableName(location);
 }
 
+std::unique_ptr<internal::Driver> openPostgresDriver(const std::string& uri, const internal::Metamodel& metamodel,
+                                                     const DataModelRepository::Options& options,
+                                                     tvdiag::util::diagnostics& diagnostics) {
+    std::string error;
+    const internal::PostgresSupport* support = internal::postgresSupport(error);
+    if (support == nullptr) {
+        diagnostics.add("vrex:open:cannotConnect", "cannot open \"" + DataModelRepository::printableName(uri) +
+                                                       "\": PostgreSQL support cannot be loaded: " + error);
+        return nullptr;
+    }
+    return support->open(uri, metamodel, options, diagnostics);
+}
+
 // The driver for `location`: a PostgreSQL database for a postgresql:// or postgres:// URI, else
 // a registry file, probed before SQLite touches it. Null with diagnostics when it cannot open.
 std::unique_ptr<internal::Driver> openDriver(const std::string& location, const internal::Metamodel& metamodel,
                                              const DataModelRepository::Options& options,
                                              tvdiag::util::diagnostics& diagnostics) {
-    if (internal::PostgresUri::matches(location)) {
-        return internal::PostgresDriver::open(location, metamodel, options, diagnostics);
-    }
+    if (internal::namesPostgresDatabase(location)) return openPostgresDriver(location, metamodel, options, diagnostics);
     const std::string path = plainFileName(location);
     RegistryFileProbe probe(path);
     const bool create = probe.state() == RegistryFileProbe::State::Absent ||
@@ -89,7 +99,11 @@ void reportClosed(tvdiag::util::diagnostics& diagnostics, const char* action) {
 }  // namespace
 
 std::string DataModelRepository::printableName(const std::string& location) {
-    return internal::PostgresUri::matches(location) ? internal::PostgresUri(location).redacted() : location;
+    if (!internal::namesPostgresDatabase(location)) return location;
+    std::string error;
+    const internal::PostgresSupport* support = internal::postgresSupport(error);
+    // Without the engine the URI cannot be read for its secrets: only its scheme shows.
+    return support != nullptr ? support->redacted(location) : location.substr(0, location.find("://") + 3) + "***";
 }
 
 DataModelRepository::Options DataModelRepository::defaultOptions() {

@@ -49,10 +49,6 @@ bool isSecretParameter(const std::string& keyword) {
 
 }  // namespace
 
-bool PostgresUri::matches(const std::string& location) {
-    return location.rfind("postgresql://", 0) == 0 || location.rfind("postgres://", 0) == 0;
-}
-
 PostgresUri::PostgresUri(std::string uri) : uri_(std::move(uri)), redacted_(uri_) {
     redactUserPassword();
     redactPasswordParameters();

@@ -9,9 +9,6 @@ namespace vrex::internal {
 // (or postgres://...), as libpq reads it.
 class PostgresUri {
 public:
-    // Whether `location` names a PostgreSQL database rather than a file.
-    static bool matches(const std::string& location);
-
     explicit PostgresUri(std::string uri);
 
     const std::string& text() const { return uri_; }
