@@ -20,19 +20,22 @@ void bindText(sqlite3_stmt* statement, int index, const std::string& text) {
 
 }  // namespace
 
-RawSqliteStore::RawSqliteStore(const std::string& file) {
-    check(sqlite3_open_v2(file.c_str(), &db_,
-                          SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr),
-          SQLITE_OK, "open");
+RawSqliteStore::RawSqliteStore(const std::string& file, Access access) {
+    const int flags = access == Access::Read ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    check(sqlite3_open_v2(file.c_str(), &db_, flags | SQLITE_OPEN_NOMUTEX, nullptr), SQLITE_OK, "open");
     sqlite3_busy_timeout(db_, 60000);
-    exec("PRAGMA journal_mode = WAL");
-    exec("PRAGMA synchronous = NORMAL");
+    if (access == Access::Write) {
+        exec("PRAGMA journal_mode = WAL");
+        exec("PRAGMA synchronous = NORMAL");
+    }
     for (int table = 0; table < 2; ++table) {
         const std::string name = kTableNames[table];
-        exec("CREATE TABLE IF NOT EXISTS " + name +
-             " (_id INTEGER PRIMARY KEY, Checksum TEXT, Name TEXT, Identity TEXT, Data TEXT)");
-        exec("CREATE INDEX IF NOT EXISTS " + name + "_checksum ON " + name + " (Checksum)");
-        exec("CREATE INDEX IF NOT EXISTS " + name + "_name ON " + name + " (Name)");
+        if (access == Access::Write) {
+            exec("CREATE TABLE IF NOT EXISTS " + name +
+                 " (_id INTEGER PRIMARY KEY, Checksum TEXT, Name TEXT, Identity TEXT, Data TEXT)");
+            exec("CREATE INDEX IF NOT EXISTS " + name + "_checksum ON " + name + " (Checksum)");
+            exec("CREATE INDEX IF NOT EXISTS " + name + "_name ON " + name + " (Name)");
+        }
         prepareTable(name, tables_[table]);
     }
     begin_ = prepare("BEGIN IMMEDIATE");

@@ -18,9 +18,11 @@ namespace bench {
 class RawSqliteStore {
 public:
     enum Table { Utilities = 0, Functions = 1 };
+    // Write opens (or creates) the store in WAL mode; Read opens an existing store read-only, as
+    // a reading command opens a registry, and leaves the file untouched.
+    enum class Access { Write, Read };
 
-    // Opens (or creates) `file`.
-    explicit RawSqliteStore(const std::string& file);
+    explicit RawSqliteStore(const std::string& file, Access access = Access::Write);
     ~RawSqliteStore();
     RawSqliteStore(const RawSqliteStore&) = delete;
     RawSqliteStore& operator=(const RawSqliteStore&) = delete;

@@ -113,11 +113,9 @@ ChildRun runChild(const std::vector<std::string>& command, const std::string& er
 
 std::uint64_t entriesOf(std::uint64_t stored) { return stored + listedEntries(stored); }
 
-void measureLine(benchmark::State& state, const ReadingLine& line, const std::string& program,
-                 const std::string& store, const std::string& errorFile, std::uint64_t entries) {
-    std::vector<std::string> argv{program};
-    argv.insert(argv.end(), line.arguments.begin(), line.arguments.end());
-    argv.push_back(store);
+// Runs `argv` once per iteration as a process of its own, timing it and keeping its peak memory.
+void measureProcess(benchmark::State& state, const std::vector<std::string>& argv, const std::string& errorFile,
+                    std::uint64_t entries) {
     for (auto _ : state) {
         const ChildRun run = runChild(argv, errorFile);
         state.SetIterationTime(run.seconds);
@@ -125,6 +123,14 @@ void measureLine(benchmark::State& state, const ReadingLine& line, const std::st
         if (!run.ok) state.SkipWithError(run.errors.c_str());
     }
     state.SetItemsProcessed(static_cast<std::int64_t>(entries));
+}
+
+void measureLine(benchmark::State& state, const ReadingLine& line, const std::string& program,
+                 const std::string& store, const std::string& errorFile, std::uint64_t entries) {
+    std::vector<std::string> argv{program};
+    argv.insert(argv.end(), line.arguments.begin(), line.arguments.end());
+    argv.push_back(store);
+    measureProcess(state, argv, errorFile, entries);
 }
 
 void measureRawReading(benchmark::State& state, const std::string& store, std::uint64_t entries) {
@@ -143,7 +149,7 @@ std::string sized(const std::string& name, std::uint64_t size) { return name + "
 }  // namespace
 
 void registerReadingBenchmarks(StoreTemplates& templates, const std::vector<std::uint64_t>& sizes,
-                               const std::string& scmTool, int rounds) {
+                               const std::string& scmTool, const std::string& rawReader, int rounds) {
     StoreTemplates* t = &templates;
     const std::string self = selfPath();
     const std::string errorFile = templates.directory() + "/reading-child.err";
@@ -156,6 +162,9 @@ void registerReadingBenchmarks(StoreTemplates& templates, const std::vector<std:
                     measureLine(state, line, program, t->libraryStore(stored), errorFile, entries);
                 });
             }
+            addMeasurement("sqlite/read_decode_program", stored, [=](benchmark::State& state) {
+                measureProcess(state, {rawReader, t->rawStore(stored)}, errorFile, entries);
+            });
             addMeasurement("sqlite/read_decode", stored, [=](benchmark::State& state) {
                 measureRawReading(state, t->rawStore(stored), entries);
             });
@@ -193,18 +202,21 @@ int runReadingChild(const std::string& what, const std::string& registry) {
 
 int printReadingTable(const RateCollector& rates, const std::vector<std::uint64_t>& sizes) {
     int missed = 0;
-    std::printf("\n| %-32s | %8s | %10s | %12s | %5s | %9s | %-28s | %-7s |\n", "reading the whole registry",
-                "stored", "entries/s", "raw SQLite/s", "ratio", "peak MiB", "target", "result");
-    std::printf("|%s|%s|%s|%s|%s|%s|%s|%s|\n", std::string(34, '-').c_str(), std::string(10, '-').c_str(),
-                std::string(12, '-').c_str(), std::string(14, '-').c_str(), std::string(7, '-').c_str(),
-                std::string(11, '-').c_str(), std::string(30, '-').c_str(), std::string(9, '-').c_str());
+    std::printf("\n| %-32s | %8s | %10s | %13s | %5s | %12s | %5s | %9s | %-28s | %-7s |\n",
+                "reading the whole registry", "stored", "entries/s", "raw program/s", "ratio", "raw loop/s",
+                "ratio", "peak MiB", "target", "result");
+    std::printf("|%s|%s|%s|%s|%s|%s|%s|%s|%s|%s|\n", std::string(34, '-').c_str(), std::string(10, '-').c_str(),
+                std::string(12, '-').c_str(), std::string(15, '-').c_str(), std::string(7, '-').c_str(),
+                std::string(14, '-').c_str(), std::string(7, '-').c_str(), std::string(11, '-').c_str(),
+                std::string(30, '-').c_str(), std::string(9, '-').c_str());
     for (const ReadingLine& line : readingLines()) {
         const std::string name = "reading/" + std::string(line.name);
         for (std::uint64_t size : sizes) {
             const std::vector<double> library = rates.rates(sized(name, size));
-            const std::vector<double> raw = rates.rates(sized("sqlite/read_decode", size));
+            const std::vector<double> rawProgram = rates.rates(sized("sqlite/read_decode_program", size));
+            const std::vector<double> rawLoop = rates.rates(sized("sqlite/read_decode", size));
             const double rate = median(library);
-            const double ratio = pairedRatio(library, raw);
+            const double ratio = pairedRatio(library, rawProgram);
             const double peak = median(rates.counters(sized(name, size), "peak_MiB"));
             std::string target;
             bool holds = rate > 0;
@@ -227,9 +239,9 @@ int printReadingTable(const RateCollector& rates, const std::vector<std::uint64_
             }
             const char* result = target.empty() ? "" : holds ? "holds" : "MISSED";
             missed += holds || target.empty() ? 0 : 1;
-            std::printf("| %-32s | %8llu | %10.0f | %12.0f | %5.2f | %9.1f | %-28s | %-7s |\n", line.label,
-                        static_cast<unsigned long long>(size), rate, median(raw), ratio, peak, target.c_str(),
-                        result);
+            std::printf("| %-32s | %8llu | %10.0f | %13.0f | %5.2f | %12.0f | %5.2f | %9.1f | %-28s | %-7s |\n",
+                        line.label, static_cast<unsigned long long>(size), rate, median(rawProgram), ratio,
+                        median(rawLoop), pairedRatio(library, rawLoop), peak, target.c_str(), result);
         }
     }
     if (sizes.size() < 2) return missed;

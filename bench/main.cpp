@@ -124,7 +124,7 @@ int main(int argc, char** argv) {
         templates.rawStore(size);
     }
     bench::registerRegistryBenchmarks(templates, options.sizes, scale, options.repetitions);
-    bench::registerReadingBenchmarks(templates, options.sizes, SCM_TOOL_PATH, options.repetitions);
+    bench::registerReadingBenchmarks(templates, options.sizes, SCM_TOOL_PATH, SCM_RAW_READER_PATH, options.repetitions);
 
     int benchmarkArgc = static_cast<int>(options.benchmarkArguments.size());
     benchmark::Initialize(&benchmarkArgc, options.benchmarkArguments.data());
