@@ -21,6 +21,7 @@
 #include "kobj/factory/KobjMethod.hpp"
 #include "kobj/factory/PropertyImpl.hpp"
 #include "kobj/Handle.hpp"
+#include "kobj/HandleCast.hpp"
 
 namespace kobj::factory {
 
@@ -143,10 +144,8 @@ public:
 
 private:
     // `object` as a T; throws kobj::Error when it is not one (a member bound to the wrong class).
-    // An object of exactly T, the usual case, needs no search of its class hierarchy.
     static T& self(tv::mi::Handle& object) {
-        if (typeid(object) == typeid(T)) return static_cast<T&>(object);
-        T* typed = dynamic_cast<T*>(&object);
+        T* typed = tv::mi::handleCast<T>(&object);
         if (typed == nullptr) {
             throw Error("kobj:errorMustBeObject",
                         std::string("A member of another class was applied to an object of ") +
