@@ -34,6 +34,13 @@ struct SetterArgument<Result (Base::*)(Argument)> {
     using type = std::decay_t<Argument>;
 };
 
+// Whether Converter<Value> makes a Value straight from a decoded text (a fromText function).
+template <class Value, class = void>
+struct HasTextConversion : std::false_type {};
+template <class Value>
+struct HasTextConversion<Value, std::void_t<decltype(Converter<Value>::fromText(std::string()))>>
+    : std::true_type {};
+
 // The arguments converted in order (a braced list evaluates left to right, so the first bad
 // argument is the one reported).
 template <class... A, std::size_t... I>
@@ -182,7 +189,8 @@ private:
                         });
     }
 
-    // The setter bound for decoded texts or lists of texts when it takes them as they are.
+    // The setter bound for decoded values when it takes them as they are, or, for a type whose
+    // Converter has fromText, for decoded texts.
     template <class Value, class Setter>
     static impl::PropertyImpl::DirectSetters directSetters(Setter setter) {
         impl::PropertyImpl::DirectSetters direct;
@@ -205,6 +213,10 @@ private:
                 }
                 std::invoke(setter, self(object), static_cast<Value>(value));
                 return true;
+            };
+        } else if constexpr (impl::HasTextConversion<Value>::value) {
+            direct.text = [setter](tv::mi::Handle& object, std::string&& text) {
+                std::invoke(setter, self(object), Converter<Value>::fromText(std::move(text)));
             };
         }
         return direct;
