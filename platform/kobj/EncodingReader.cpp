@@ -296,8 +296,12 @@ private:
         return true;
     }
 
-    // Skips white space, then takes `c` when it comes next.
+    // Skips white space, then takes `c` when it comes next; most often `c` is the next byte.
     bool take(char c) {
+        if (next_ != end_ && *next_ == c) {
+            ++next_;
+            return true;
+        }
         skipSpace();
         if (next_ == end_ || *next_ != c) return false;
         ++next_;
