@@ -352,7 +352,7 @@ private:
     }
 
     void skipByteOrderMark() {
-        if (end_ - next_ >= 3 && std::string(next_, 3) == "\xef\xbb\xbf") next_ += 3;
+        if (end_ - next_ >= 3 && std::memcmp(next_, "\xef\xbb\xbf", 3) == 0) next_ += 3;
     }
 
     static bool isClass(const ScannedString& name) {
