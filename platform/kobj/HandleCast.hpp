@@ -17,7 +17,8 @@ T* handleCast(Handle* object) {
     if (object == nullptr) return nullptr;
     static std::atomic<const std::type_info*> subclassSeenLast{nullptr};
     const std::type_info& type = typeid(*object);
-    if (type == typeid(T) || &type == subclassSeenLast.load(std::memory_order_relaxed)) {
+    // The pointer comparison first: type_info's == compares names when the types differ.
+    if (&type == subclassSeenLast.load(std::memory_order_relaxed) || type == typeid(T)) {
         return static_cast<T*>(object);
     }
     T* typed = dynamic_cast<T*>(object);
