@@ -10,7 +10,8 @@ namespace tv::mi {
 
 // `object` as a T, or null when it is null or no T: the answer of dynamic_cast<T*>. An object of
 // exactly T needs no search of its class hierarchy, and neither does one of the subclass of T met
-// last (readers of a registry meet thousands of objects of one subclass in a row).
+// last (readers of a registry meet thousands of objects of one subclass in a row). Assumes, as
+// every published class does, that the object's class has Handle as a base only once.
 template <class T>
 T* handleCast(Handle* object) {
     static_assert(std::is_base_of_v<Handle, T>, "T must be a Handle");

@@ -216,7 +216,7 @@ private:
             };
         } else if constexpr (impl::HasTextConversion<Value>::value) {
             direct.text = [setter](tv::mi::Handle& object, std::string&& text) {
-                std::invoke(setter, self(object), Converter<Value>::fromText(std::move(text)));
+                std::invoke(setter, self(object), Converter<Value>::fromText(text));
             };
         }
         return direct;
