@@ -12,6 +12,7 @@
 #include "SCMIdentity.hpp"
 #include "kobj/qaArray.hpp"
 #include "kobj/Handle.hpp"
+#include "kobj/HandleCast.hpp"
 #include "tvdiag/diagnostics.hpp"
 #include "vrex/DataModelRepository.hpp"
 #include "vrex/ObjectCodec.hpp"
@@ -41,7 +42,7 @@ std::unique_ptr<T> decodeStoredText(const std::optional<std::string>& text, cons
     if (!text || !codec) return nullptr;
     try {
         std::unique_ptr<tv::mi::Handle> object = codec->decodeObject(*text, className);
-        T* typed = dynamic_cast<T*>(object.get());
+        T* typed = tv::mi::handleCast<T>(object.get());
         if (typed != nullptr) object.release();
         return std::unique_ptr<T>(typed);
     } catch (const std::exception&) {  // a text that is no encoding of a known class

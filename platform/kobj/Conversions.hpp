@@ -14,7 +14,9 @@
 // Conversions between library values and script values. Every getter, setter, method and
 // constructor of a published class converts through Converter<T>, so one library type is always
 // converted the same way. A type without a Converter cannot be bound (compile error); libraries add
-// their own types by specialising Converter in namespace kobj.
+// their own types by specialising Converter in namespace kobj. A Converter that also has
+// `fromText(const std::string&)`, answering as fromScript does for a text value, lets decoding
+// hand stored texts to the setter without making a script value (see TypedClassBuilder).
 namespace kobj {
 
 // A text value's bytes. Throws errorMustBeString for anything but a character row.

@@ -105,13 +105,23 @@ private:
         const char* const nameAt = member.name.begin - 1;
         if (!take(':')) return fail("expected ':' after the member name");
         if (isClass(member.name)) return scanClass(object, sawClass, nameAt);
-        const bool repeated = std::any_of(object.begin(), object.end(), [&](const ScannedMember& other) {
-            return sameText(other.name, member.name);
-        });
+        const std::uint64_t lengthBit = nameLengthBit(member.name);
+        const bool repeated = (nameLengthsSeen_ & lengthBit) != 0 &&
+                              std::any_of(object.begin(), object.end(), [&](const ScannedMember& other) {
+                                  return sameText(other.name, member.name);
+                              });
         if (repeated) return failIn(member.name, fail("given twice", nameAt));
         if (!scanValue(member.value)) return failIn(member.name, false);
         object.add(member);
+        nameLengthsSeen_ |= lengthBit;
         return true;
+    }
+
+    // The bit of a member name's length in nameLengthsSeen_: bit n for a plain name of n bytes
+    // (63 for longer ones), every bit for an escaped name, whose decoded length is not known here.
+    static std::uint64_t nameLengthBit(const ScannedString& name) {
+        if (!name.plain) return ~std::uint64_t(0);
+        return std::uint64_t(1) << std::min<std::ptrdiff_t>(name.end - name.begin, 63);
     }
 
     bool scanClass(ScannedObject& object, bool& sawClass, const char* nameAt) {
@@ -296,8 +306,12 @@ private:
         return true;
     }
 
-    // Skips white space, then takes `c` when it comes next.
+    // Skips white space, then takes `c` when it comes next; most often `c` is the next byte.
     bool take(char c) {
+        if (next_ != end_ && *next_ == c) {
+            ++next_;
+            return true;
+        }
         skipSpace();
         if (next_ == end_ || *next_ != c) return false;
         ++next_;
@@ -338,7 +352,7 @@ private:
     }
 
     void skipByteOrderMark() {
-        if (end_ - next_ >= 3 && std::string(next_, 3) == "\xef\xbb\xbf") next_ += 3;
+        if (end_ - next_ >= 3 && std::memcmp(next_, "\xef\xbb\xbf", 3) == 0) next_ += 3;
     }
 
     static bool isClass(const ScannedString& name) {
@@ -371,6 +385,9 @@ private:
     const char* next_;
     const char* end_;
     ReadError* const error_;  // the caller's, or null when no error is wanted
+    // The lengths of the member names scanned so far (see nameLengthBit): a name whose bit is not
+    // set cannot repeat an earlier one, and is not compared with them.
+    std::uint64_t nameLengthsSeen_ = 0;
 };
 
 qaArray valueOf(const ScannedValue& value) {

@@ -2,11 +2,7 @@
 
 namespace kobj {
 
-void ScannedObject::add(const ScannedMember& member) {
-    if (size_ < kInline) {
-        inline_[size_++] = member;
-        return;
-    }
+void ScannedObject::addBeyondInline(const ScannedMember& member) {
     if (more_.empty()) more_.assign(inline_.begin(), inline_.end());
     more_.push_back(member);
     ++size_;

@@ -49,11 +49,19 @@ public:
     std::size_t size() const { return size_; }
     const ScannedMember* begin() const { return more_.empty() ? inline_.data() : more_.data(); }
     const ScannedMember* end() const { return begin() + size_; }
-    void add(const ScannedMember& member);
+    void add(const ScannedMember& member) {
+        if (size_ < kInline) {
+            inline_[size_++] = member;
+        } else {
+            addBeyondInline(member);
+        }
+    }
     void clear();
 
 private:
     static constexpr std::size_t kInline = 16;
+
+    void addBeyondInline(const ScannedMember& member);
 
     std::array<ScannedMember, kInline> inline_;  // left uninitialized up to size_
     std::vector<ScannedMember> more_;  // all the members once there are more than kInline

@@ -13,8 +13,9 @@ namespace kobj {
 template <>
 struct Converter<SCM::SCMTypes> {
     static SCM::SCMTypes fromScript(const qaArray& value, const std::string&) {
-        return SCM::scmTypeFromString(textFrom(value));
+        return fromText(textFrom(value));
     }
+    static SCM::SCMTypes fromText(const std::string& name) { return SCM::scmTypeFromString(name); }
     static qaArray toScript(SCM::SCMTypes type) {
         return qaArray::fromText(SCM::scmTypeToPropertyText(type));
     }

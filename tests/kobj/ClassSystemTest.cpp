@@ -2,12 +2,14 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "kobj/Allocator.hpp"
 #include "kobj/COSClient.hpp"
 #include "kobj/COSPackage.hpp"
 #include "kobj/ClassRegistry.hpp"
 #include "kobj/Error.hpp"
+#include "kobj/HandleCast.hpp"
 #include "kobj/ObjectAccess.hpp"
 #include "kobj/ObjectValues.hpp"
 #include "kobj/PropertyAttributes.hpp"
@@ -135,6 +137,20 @@ TEST_F(KobjClassSystemTest, ScriptValuesGiveBackObjectsOfTheClassOrASubclass) {
     kobjtest::Stray stray;
     EXPECT_EQ(tv::mi::Handle::fromScriptValue(stray.toScriptValue(), kobj::kHeterogeneousRootName),
               nullptr);
+}
+
+// The cast remembers the subclass it met last: its answers stay those of dynamic_cast whatever
+// objects came before.
+TEST_F(KobjClassSystemTest, HandleCastAnswersAsDynamicCastWhateverCameBefore) {
+    Circle circle;
+    Square square;
+    kobjtest::MarkedCircle marked;
+    kobjtest::Stray stray;
+    const std::vector<tv::mi::Handle*> objects{&circle, &square, &marked, &square, &stray, &stray, &marked, nullptr};
+    for (tv::mi::Handle* object : objects) {
+        EXPECT_EQ(tv::mi::handleCast<Circle>(object), dynamic_cast<Circle*>(object));
+        EXPECT_EQ(tv::mi::handleCast<Shape>(object), dynamic_cast<Shape*>(object));
+    }
 }
 
 TEST_F(KobjClassSystemTest, OwnedValuesHandTheirObjectOverOnce) {

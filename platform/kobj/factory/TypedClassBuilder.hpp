@@ -21,6 +21,7 @@
 #include "kobj/factory/KobjMethod.hpp"
 #include "kobj/factory/PropertyImpl.hpp"
 #include "kobj/Handle.hpp"
+#include "kobj/HandleCast.hpp"
 
 namespace kobj::factory {
 
@@ -32,6 +33,13 @@ template <class Base, class Result, class Argument>
 struct SetterArgument<Result (Base::*)(Argument)> {
     using type = std::decay_t<Argument>;
 };
+
+// Whether Converter<Value> makes a Value straight from a decoded text (a fromText function).
+template <class Value, class = void>
+struct HasTextConversion : std::false_type {};
+template <class Value>
+struct HasTextConversion<Value, std::void_t<decltype(Converter<Value>::fromText(std::string()))>>
+    : std::true_type {};
 
 // The arguments converted in order (a braced list evaluates left to right, so the first bad
 // argument is the one reported).
@@ -143,10 +151,8 @@ public:
 
 private:
     // `object` as a T; throws kobj::Error when it is not one (a member bound to the wrong class).
-    // An object of exactly T, the usual case, needs no search of its class hierarchy.
     static T& self(tv::mi::Handle& object) {
-        if (typeid(object) == typeid(T)) return static_cast<T&>(object);
-        T* typed = dynamic_cast<T*>(&object);
+        T* typed = tv::mi::handleCast<T>(&object);
         if (typed == nullptr) {
             throw Error("kobj:errorMustBeObject",
                         std::string("A member of another class was applied to an object of ") +
@@ -183,7 +189,8 @@ private:
                         });
     }
 
-    // The setter bound for decoded texts or lists of texts when it takes them as they are.
+    // The setter bound for decoded values when it takes them as they are, or, for a type whose
+    // Converter has fromText, for decoded texts.
     template <class Value, class Setter>
     static impl::PropertyImpl::DirectSetters directSetters(Setter setter) {
         impl::PropertyImpl::DirectSetters direct;
@@ -206,6 +213,10 @@ private:
                 }
                 std::invoke(setter, self(object), static_cast<Value>(value));
                 return true;
+            };
+        } else if constexpr (impl::HasTextConversion<Value>::value) {
+            direct.text = [setter](tv::mi::Handle& object, std::string&& text) {
+                std::invoke(setter, self(object), Converter<Value>::fromText(text));
             };
         }
         return direct;
