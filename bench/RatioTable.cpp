@@ -37,6 +37,7 @@ const Line kStoreLines[] = {
      0.0},
     {"retrieveAllData (vs select and scan)", "library/retrieveAllData",
      "sqlite/retrieveAllData_scan", 0.5},
+    {"inspector walk (vs read and scan all)", "library/walk", "sqlite/read_decode", 0.5},
 };
 
 constexpr double kSlowdownTarget = 0.9;

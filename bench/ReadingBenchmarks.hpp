@@ -15,8 +15,10 @@ namespace bench {
 // the library's retrieveAllData and the inspector's walk of every entry. Beside them, in the same
 // round, raw SQLite reading and decoding the same rows (RawSqliteStore::scanAllEntries) twice: as
 // the program `rawReader`, a process of its own like each line, and as a loop in this process on
-// a store kept open (warm connection and page cache). Named "reading/<line>/<entries>",
-// "sqlite/read_decode_program/<entries>" and "sqlite/read_decode/<entries>"; the rate counts every
+// a store kept open (warm connection and page cache); and, to compare with that loop, the
+// inspector's walk in this process on a registry kept open. Named "reading/<line>/<entries>",
+// "sqlite/read_decode_program/<entries>", "sqlite/read_decode/<entries>" and
+// "library/walk/<entries>"; the rate counts every
 // entry of the store and the counter "peak_MiB" holds a process's peak. `templates` must outlive
 // the run.
 void registerReadingBenchmarks(StoreTemplates& templates, const std::vector<std::uint64_t>& sizes,
