@@ -10,6 +10,7 @@
 #include "support/RegistryDriver.hpp"
 #include "support/TestRegistry.hpp"
 #include "shared_code_manager.hpp"
+#include "vrex/internal/postgres/PgConnection.hpp"
 #include "vrex/internal/postgres/PostgresSupport.hpp"
 #include "vrex/internal/postgres/PostgresUri.hpp"
 
@@ -124,6 +125,25 @@ TEST_F(PostgresTest, ADatabaseThatIsNoRegistryIsRefusedUntouched) {
     EXPECT_FALSE(repository.isOpen());
     EXPECT_EQ(query("SELECT count(*) FROM pg_namespace WHERE nspname = 'scm'"), "0");
     EXPECT_EQ(query("SELECT count(*) FROM pg_tables WHERE schemaname = 'public'"), "1");
+}
+
+// After a statement fails inside a transaction, the server commits nothing of it: every later
+// statement and the commit fail at once with the first error as the reason (a commit the server
+// turns into a rollback must never read as a success), and the next transaction runs.
+TEST_F(PostgresTest, AFailedStatementMakesTheCommitFailAndKeepsNothing) {
+    ASSERT_EQ(query("CREATE TABLE results (v integer)"), "");
+    vrex::internal::PgConnection connection;
+    ASSERT_TRUE(connection.connect(uri_, {}, {}, "SET lock_timeout = 0")) << connection.lastError();
+    ASSERT_TRUE(connection.exec("BEGIN") && connection.exec("INSERT INTO results VALUES (1)"));
+    EXPECT_FALSE(connection.exec("SELECT 1 / 0"));
+    EXPECT_FALSE(connection.exec("INSERT INTO results VALUES (2)"));
+    EXPECT_NE(connection.lastError().find("aborted by an earlier error: "), std::string::npos) << connection.lastError();
+    EXPECT_FALSE(connection.commit());
+    EXPECT_NE(connection.lastError().find("division by zero"), std::string::npos) << connection.lastError();
+    EXPECT_FALSE(connection.isInTransaction());
+    EXPECT_EQ(query("SELECT count(*) FROM results"), "0");
+    EXPECT_TRUE(connection.exec("INSERT INTO results VALUES (3)")) << connection.lastError();
+    EXPECT_EQ(query("SELECT count(*) FROM results"), "1");
 }
 
 // A developer's machine reads the farm's registry with a role that may only read: it lists, and
