@@ -84,7 +84,7 @@ bool PgConnection::setUp() {
         fail(nullptr);
         return false;
     }
-    return exec(sessionSetup_);
+    return sessionSetup_.empty() || exec(sessionSetup_);
 }
 
 void PgConnection::close() {

@@ -37,9 +37,9 @@ public:
     PgConnection(const PgConnection&) = delete;
     PgConnection& operator=(const PgConnection&) = delete;
 
-    // Connects with `uri`, then runs `sessionSetup` (SQL: the session's settings). `defaults`
-    // are libpq connection keywords the URI may override; `secrets` are texts (the password)
-    // to be blanked out of every error text. False with lastError() on failure.
+    // Connects with `uri`, then runs `sessionSetup` (SQL: the session's settings; nothing when
+    // empty). `defaults` are libpq connection keywords the URI may override; `secrets` are texts
+    // (the password) to be blanked out of every error text. False with lastError() on failure.
     bool connect(const std::string& uri, const Settings& defaults, std::vector<std::string> secrets,
                  std::string sessionSetup);
     // When the connection was lost, connects again and runs the session setup again (prepared
