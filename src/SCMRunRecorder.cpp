@@ -26,7 +26,7 @@ std::string formatUtc(std::chrono::system_clock::time_point time, const char* fo
 
 // By category, a block per bucket.
 struct SCMRunRecorder::PendingBlocks {
-    std::map<std::string, std::array<SCMRunEntryBlock, SCMRunEntryBlock::kBuckets>, std::less<>> byCategory;
+    std::map<std::string, std::array<SCMRunEntryBlock, SCMRunEntryBlock::kBuckets>> byCategory;
 };
 
 SCMRunRecorder::SCMRunRecorder(SCMVrexDataAdapter& adapter)
@@ -54,12 +54,8 @@ bool SCMRunRecorder::keep(const tvdiag::util::diagnostics& diagnostics) {
 }
 
 bool SCMRunRecorder::recordEntry(const SCMRunEntry& entry) {
-    auto category = pending_->byCategory.find(entry.category);
-    if (category == pending_->byCategory.end()) {
-        category = pending_->byCategory.emplace(entry.category, decltype(category->second)()).first;
-    }
     const unsigned bucket = SCMRunEntryBlock::bucketOf(entry.checksum);
-    SCMRunEntryBlock& block = category->second[bucket];
+    SCMRunEntryBlock& block = pending_->byCategory[entry.category][bucket];
     block.add(entry);
     return block.size() < SCMRunEntryBlock::kMostEntries || writeBlock(entry.run, entry.category, bucket, block);
 }

@@ -83,13 +83,18 @@ bool isSetLast(const COSPropInfo& property) { return attributes::isDependent(pro
 // kobj::Error (or the library's own exceptions) for a property that is unknown, read-only or of a
 // wrong type.
 void restoreProperties(tv::mi::Handle& object, const ClassRecord& record, EncodedObject& encoded) {
-    for (const bool last : {false, true}) {
-        for (auto& member : encoded.properties) {
-            const COSPropInfo* property = record.findProperty(member.first);
-            if (property == nullptr) throw unknownProperty(record, member.first);
-            if (isSetLast(*property) != last) continue;
-            restoreProperty(record, *property, [&] { setProperty(object, *property, std::move(member.second)); });
+    std::vector<std::pair<const COSPropInfo*, qaArray*>> setLast;
+    for (auto& [name, value] : encoded.properties) {
+        const COSPropInfo* property = record.findProperty(name);
+        if (property == nullptr) throw unknownProperty(record, name);
+        if (isSetLast(*property)) {
+            setLast.emplace_back(property, &value);
+        } else {
+            restoreProperty(record, *property, [&] { setProperty(object, *property, std::move(value)); });
         }
+    }
+    for (const auto& [property, value] : setLast) {
+        restoreProperty(record, *property, [&] { setProperty(object, *property, std::move(*value)); });
     }
 }
 
