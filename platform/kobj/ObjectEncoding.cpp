@@ -84,18 +84,19 @@ bool isSetLast(const COSPropInfo& property) { return attributes::isDependent(pro
 // wrong type.
 void restoreProperties(tv::mi::Handle& object, const ClassRecord& record, EncodedObject& encoded) {
     std::vector<std::pair<const COSPropInfo*, qaArray*>> setLast;
+    auto restore = [&](const COSPropInfo& property, qaArray& value) {
+        restoreProperty(record, property, [&] { setProperty(object, property, std::move(value)); });
+    };
     for (auto& [name, value] : encoded.properties) {
         const COSPropInfo* property = record.findProperty(name);
         if (property == nullptr) throw unknownProperty(record, name);
         if (isSetLast(*property)) {
             setLast.emplace_back(property, &value);
         } else {
-            restoreProperty(record, *property, [&] { setProperty(object, *property, std::move(value)); });
+            restore(*property, value);
         }
     }
-    for (const auto& [property, value] : setLast) {
-        restoreProperty(record, *property, [&] { setProperty(object, *property, std::move(*value)); });
-    }
+    for (const auto& [property, value] : setLast) restore(*property, *value);
 }
 
 // Finds the properties of a scanned encoding by name. Encodings list them in the class's order,
